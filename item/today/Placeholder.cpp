@@ -1,0 +1,1 @@
+int pagemark_item_placeholder;

@@ -1,0 +1,65 @@
+#!/usr/bin/env bash
+# Applies a device profile to the build's Wine prefix: screen density, phone or not, the item installed
+# and registered on the Today screen, the data folders, and the item's own state cleared.
+#   device-profile.sh PROFILE      PROFILE: qvga-phone | qvga | vga-phone | vga
+# Needs PAGEMARK_BUILD_DIR (the build folder) and a prefix made by device-lib.sh.
+set -euo pipefail
+profile="${1:-${PAGEMARK_PROFILE:-qvga-phone}}"
+here="$(cd "$(dirname "$0")" && pwd)"
+: "${PAGEMARK_BUILD_DIR:?set PAGEMARK_BUILD_DIR to the build folder}"
+export PAGEMARK_PROFILE="$profile"
+source "$here/device-lib.sh"
+
+case "$profile" in
+  qvga-phone|qvga|vga-phone|vga) ;;
+  *) echo "unknown profile: $profile" >&2; exit 2 ;;
+esac
+read -r size dpi < <(profile_screen "$profile")
+hex_dpi=$(printf '%08x' "$dpi")
+drive="$WINEPREFIX/drive_c"
+bin="$PAGEMARK_BUILD_DIR/bin"
+
+# Files of the device.
+install_dir="$drive/Program Files/Zovrix Pagemark"
+mkdir -p "$install_dir" "$drive/My Documents/Pagemark Files" "$drive/Temp" "$drive/windows"
+rm -f "$drive/windows/device-journal.txt"
+if [[ -f "$bin/PagemarkToday.dll" ]]; then cp -f "$bin/PagemarkToday.dll" "$install_dir/"; fi
+if [[ "$profile" == *phone ]]; then
+  [[ -f "$bin/sms.dll" ]] && cp -f "$bin/sms.dll" "$drive/windows/sms.dll" || : > "$drive/windows/sms.dll"
+else
+  rm -f "$drive/windows/sms.dll"
+fi
+echo "$profile" > "$drive/windows/device-profile.txt"
+
+# Registry of the device. The item's settings tree starts empty; the Today screen lists the item.
+reg="$PAGEMARK_BUILD_DIR/profile-$$.reg"
+cat > "$reg" <<REG
+Windows Registry Editor Version 5.00
+
+[HKEY_CURRENT_USER\\Software\\Wine\\WineDbg]
+"ShowCrashDialog"=dword:00000000
+
+[HKEY_CURRENT_USER\\Control Panel\\Desktop]
+"LogPixels"=dword:$hex_dpi
+
+[HKEY_LOCAL_MACHINE\\System\\CurrentControlSet\\Hardware Profiles\\Current\\Software\\Fonts]
+"LogPixels"=dword:$hex_dpi
+
+[-HKEY_CURRENT_USER\\Software\\Zovrix]
+
+[HKEY_CURRENT_USER\\ControlPanel\\Owner]
+"Name"="Device Owner"
+
+[-HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Today\\Items\\Pagemark]
+
+[HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Today\\Items\\Pagemark]
+"DLL"="\\\\Program Files\\\\Zovrix Pagemark\\\\PagemarkToday.dll"
+"Type"=dword:00000004
+"Enabled"=dword:00000001
+"Options"=dword:00000000
+"Selectability"=dword:00000002
+"Order"=dword:00000001
+REG
+wine regedit /S "$(winepath -w "$reg")" >/dev/null 2>&1
+rm -f "$reg"
+echo "device profile $profile: screen $size at $dpi dpi, prefix $WINEPREFIX"
