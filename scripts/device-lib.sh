@@ -4,7 +4,7 @@
 
 : "${PAGEMARK_PROFILE:=qvga-phone}"
 export PAGEMARK_PROFILE
-export WINEPREFIX="${WINEPREFIX:-$PAGEMARK_BUILD_DIR/device}"
+export WINEPREFIX="${WINEPREFIX:-$PAGEMARK_BUILD_DIR/wineprefix}"
 export WINEDEBUG="${WINEDEBUG:--all}"
 export WINEDLLOVERRIDES="mscoree,mshtml="
 export WINEARCH=win64
