@@ -1,0 +1,138 @@
+#include "foundation/BaseWindow.h"
+#include <new>
+
+static const wchar_t kDefaultClass[] = L"ZovrixWndCls";
+
+BaseWindow::BaseWindow() : hwnd(nullptr), autoFit(0), className(nullptr) {}
+
+BaseWindow::~BaseWindow() {
+  if (hwnd && IsWindow(hwnd)) {
+    SetWindowLongPtrW(hwnd, GWLP_USERDATA, 0);
+    DestroyWindow(hwnd);
+  }
+  hwnd = nullptr;
+  delete[] className;
+}
+
+LRESULT BaseWindow::WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  return DefWindowProcW(window, message, wParam, lParam);
+}
+
+void BaseWindow::OnSettingChange(WPARAM wParam, LPARAM) {
+  if (wParam == SPI_SETSIPINFO) FitToWorkArea();
+}
+
+void BaseWindow::OnActivate(WPARAM wParam, LPARAM) {
+  if (LOWORD(wParam) != 0) FitToWorkArea();
+}
+
+void BaseWindow::FitToWorkArea() {
+  if (!autoFit || !hwnd) return;
+  // Top-level windows follow the input panel: they take the visible desktop less the menu bar.
+  RECT work;
+  if (!SystemParametersInfoW(SPI_GETWORKAREA, 0, &work, 0)) return;
+  MoveWindow(hwnd, work.left, work.top, work.right - work.left, work.bottom - work.top, TRUE);
+}
+
+BOOL BaseWindow::RegisterClass(const wchar_t* name, UINT style, HCURSOR cursor, HBRUSH brush,
+                               HINSTANCE instance) {
+  if (hwnd || !name) return FALSE;
+  WNDCLASSW wc = {};
+  wc.style = style;
+  wc.lpfnWndProc = SharedProc;
+  wc.hInstance = instance;
+  wc.hCursor = cursor;
+  wc.hbrBackground = brush;
+  wc.lpszClassName = name;
+  if (!::RegisterClassW(&wc)) return FALSE;
+  size_t length = wcslen(name) + 1;
+  wchar_t* copy = new (std::nothrow) wchar_t[length];
+  if (!copy) return FALSE;
+  wcscpy(copy, name);
+  delete[] className;
+  className = copy;
+  return TRUE;
+}
+
+HWND BaseWindow::Create(DWORD exStyle, const wchar_t* title, DWORD style, int x, int y, int w, int h,
+                        HWND parent, UINT id, HINSTANCE instance) {
+  if (!className &&
+      !RegisterClass(kDefaultClass, CS_HREDRAW | CS_VREDRAW, nullptr,
+                     static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)), instance))
+    return nullptr;
+  return CreateWindowExW(exStyle, className, title, style, x, y, w, h, parent,
+                         reinterpret_cast<HMENU>(static_cast<UINT_PTR>(id)), instance, this);
+}
+
+LRESULT CALLBACK BaseWindow::SharedProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  BaseWindow* self = reinterpret_cast<BaseWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+  if (!self) {
+    // Nothing reaches the object before WM_CREATE.
+    if (message != WM_CREATE) return DefWindowProcW(window, message, wParam, lParam);
+    self = static_cast<BaseWindow*>(reinterpret_cast<CREATESTRUCTW*>(lParam)->lpCreateParams);
+    if (!self) return DefWindowProcW(window, message, wParam, lParam);
+    self->hwnd = window;
+    SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
+    return self->WindowProc(window, message, wParam, lParam);
+  }
+  if (message == WM_DESTROY) {
+    LRESULT result = self->WindowProc(window, message, wParam, lParam);
+    self->hwnd = nullptr;
+    SetWindowLongPtrW(window, GWLP_USERDATA, 0);
+    return result;
+  }
+  if (message == WM_ACTIVATE) self->OnActivate(wParam, lParam);
+  else if (message == WM_SETTINGCHANGE) self->OnSettingChange(wParam, lParam);
+  return self->WindowProc(window, message, wParam, lParam);
+}
+
+ClassWindow::ClassWindow(const wchar_t* name, HINSTANCE module) : className(name), instance(module), hwnd(nullptr) {}
+
+ClassWindow::~ClassWindow() { Destroy(); }
+
+LRESULT ClassWindow::WindowProc(UINT message, WPARAM wParam, LPARAM lParam) {
+  return DefWindowProcW(hwnd, message, wParam, lParam);
+}
+
+BOOL ClassWindow::RegisterClass(UINT style, HBRUSH brush, HCURSOR cursor) {
+  WNDCLASSW wc = {};
+  wc.style = style;
+  wc.lpfnWndProc = SharedProc;
+  wc.hInstance = instance;
+  wc.hCursor = cursor;
+  wc.hbrBackground = brush;
+  wc.lpszClassName = className;
+  return ::RegisterClassW(&wc) != 0;
+}
+
+void ClassWindow::UnregisterClass() {
+  if (className.GetLength() != 0) ::UnregisterClassW(className, instance);
+}
+
+BOOL ClassWindow::Create(const wchar_t* title, DWORD style, HWND parent, const RECT& rect, DWORD exStyle) {
+  CreateWindowExW(exStyle, className, title, style, rect.left, rect.top, rect.right, rect.bottom, parent,
+                  nullptr, instance, this);
+  return hwnd != nullptr;
+}
+
+void ClassWindow::Destroy() {
+  if (hwnd && IsWindow(hwnd)) DestroyWindow(hwnd);
+  hwnd = nullptr;
+}
+
+LRESULT CALLBACK ClassWindow::SharedProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  ClassWindow* self = reinterpret_cast<ClassWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+  if (!self) {
+    if (message != WM_CREATE) return DefWindowProcW(window, message, wParam, lParam);
+    self = static_cast<ClassWindow*>(reinterpret_cast<CREATESTRUCTW*>(lParam)->lpCreateParams);
+    if (!self) return DefWindowProcW(window, message, wParam, lParam);
+    self->hwnd = window;
+    SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
+  }
+  LRESULT result = self->WindowProc(message, wParam, lParam);
+  if (message == WM_DESTROY) {
+    self->hwnd = nullptr;
+    SetWindowLongPtrW(window, GWLP_USERDATA, 0);
+  }
+  return result;
+}

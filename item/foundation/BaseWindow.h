@@ -1,0 +1,53 @@
+// Window objects: a platform window bound to an object through its user word, every message routed
+// to one virtual WindowProc. There is no message map; a derived class switches over the numbers.
+#pragma once
+#include <windows.h>
+#include "foundation/Str.h"
+
+// A window of the system's own class.
+class BaseWindow {
+ public:
+  BaseWindow();
+  virtual ~BaseWindow();
+  virtual LRESULT WindowProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
+  virtual void OnSettingChange(WPARAM wParam, LPARAM lParam);
+  virtual void OnActivate(WPARAM wParam, LPARAM lParam);
+  virtual void FitToWorkArea();
+
+  // Registers a class that routes to the shared procedure; only while no window exists.
+  BOOL RegisterClass(const wchar_t* name, UINT style, HCURSOR cursor, HBRUSH brush, HINSTANCE instance);
+  // Creates the window with this object as the creation parameter; registers "ZovrixWndCls" first
+  // when no class was registered.
+  HWND Create(DWORD exStyle, const wchar_t* title, DWORD style, int x, int y, int w, int h, HWND parent,
+              UINT id, HINSTANCE instance);
+  HWND GetHwnd() const { return hwnd; }
+  const wchar_t* GetClassName() const { return className; }
+
+  static LRESULT CALLBACK SharedProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
+
+ protected:
+  HWND hwnd;
+  int autoFit;
+  wchar_t* className;
+};
+
+// The small base of the list controls, which owns the name of its window class.
+class ClassWindow {
+ public:
+  ClassWindow(const wchar_t* name, HINSTANCE instance);
+  virtual LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam);
+  virtual ~ClassWindow();
+  virtual BOOL Create(const wchar_t* title, DWORD style, HWND parent, const RECT& rect, DWORD exStyle);
+
+  BOOL RegisterClass(UINT style, HBRUSH brush, HCURSOR cursor);
+  void UnregisterClass();
+  void Destroy();
+  HWND GetHwnd() const { return hwnd; }
+
+  static LRESULT CALLBACK SharedProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
+
+ protected:
+  Str className;
+  HINSTANCE instance;
+  HWND hwnd;
+};

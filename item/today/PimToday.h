@@ -1,0 +1,96 @@
+// The Today item: the window the Today host shows, its letter bar and popup, and the guarded
+// start-up that keeps a crashing item from taking the Today screen down with it.
+#pragma once
+#include <windows.h>
+#include <todaycmn.h>
+#include "foundation/BaseWindow.h"
+#include "foundation/Array.h"
+#include "today/ItemListener.h"
+#include "today/LetterBar.h"
+#include "today/PopupWnd.h"
+#include "phone/PhoneTemplates.h"
+
+enum PopupMode { PopupHidden = 0, PopupList = 1, PopupContact = 2 };
+
+// The item's private messages, sent by its popup and other windows.
+#define WM_ITEM_CLOSE          1034
+#define WM_ITEM_OPEN_PROGRAM   1035
+#define WM_ITEM_OPEN_CONTACT   1036
+#define WM_ITEM_RESERVED       1037
+#define WM_ITEM_LEAVE_CONTACT  1038
+#define WM_ITEM_HIDE           1039
+#define WM_ITEM_STEP_BACK      1040
+#define WM_ITEM_GROUP_KEY      1041
+#define WM_ITEM_GIVE_UP        1042
+
+class CPimToday : public BaseWindow, public ItemListener {
+ public:
+  CPimToday();
+  ~CPimToday() override;
+  // Exported with the class; copies one byte and nothing in the program calls it.
+  CPimToday& operator=(const CPimToday& other);
+
+  // The guarded start-up: the item's window handle, or null.
+  HWND Init(HWND parent, HINSTANCE hinstDLL);
+
+  LRESULT WindowProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) override;
+
+  // ItemListener
+  void ResultsChanged() override;
+  void OnListEvent2(DWORD, DWORD) override {}
+  void OnListEvent(DWORD, DWORD) override {}
+  void OnKeypadRebuildProgress(int) override {}
+  void OnContactGone(DWORD) override {}
+  void EnableItem(BOOL enable) override;
+  void SetUpdatePending(BOOL) override {}
+
+  void RebuildLetterGroups();
+  void SetPopupMode(int newMode);
+  void RunSearch(BOOL keepSelection);
+  void StartRefreshTimer();
+
+  // State seen from outside, for the host side and for tests.
+  int GetMode() const { return mode; }
+  BOOL IsManagerReady() const { return managerReady; }
+  BOOL IsBarEnabled() const { return barEnabled; }
+  LetterBar& GetBar() { return bar; }
+  int GetPickedCount() const { return pickedGroups.GetSize(); }
+
+ private:
+  LRESULT OnQueryRefreshCache(TODAYLISTITEM* item);
+  LRESULT OnUserNavigation(WPARAM key);
+  LRESULT OnAction();
+  void Relayout();
+  void Shutdown();
+
+  LetterBar bar;
+  PopupWnd popup;
+  Array<Str> groupLetters;
+  int mode;
+  Array<int> pickedGroups;
+  int managerReady;
+  int refreshDue;
+  UINT_PTR refreshTimer;
+  PhoneTemplates phoneTemplates;
+  int barEnabled;
+  int keepFocus;
+};
+
+// The one item object of the process; made by the first InitializeCustomItem, deleted at detach.
+extern CPimToday* g_pimToday;
+// The library's module handle, stored when the library is attached.
+extern HINSTANCE g_hModule;
+// Read from HideSim at start: contacts from the SIM card stay out of the lists.
+extern int g_hideSim;
+
+extern "C" {
+HWND InitializeCustomItem(TODAYLISTITEM* item, HWND parent);
+BOOL IsTodayRegistered();
+BOOL RegisterTodayItem();
+BOOL UnRegisterTodayItem();
+}
+
+// Library detach: deletes the item object and unregisters the item's window classes.
+void OnLibraryDetach();
+// The five window classes of the library, in the order in which they are unregistered.
+extern const wchar_t* const kItemWindowClasses[5];

@@ -1,1 +1,0 @@
-int pagemark_item_placeholder;

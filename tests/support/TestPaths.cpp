@@ -1,0 +1,71 @@
+#include "TestPaths.h"
+#include <windows.h>
+#include <DeviceJournal.h>
+#include <fstream>
+#include <sstream>
+
+namespace testpaths {
+
+std::wstring BinDir() {
+  wchar_t path[MAX_PATH];
+  GetModuleFileNameW(nullptr, path, MAX_PATH);
+  std::wstring dir(path);
+  return dir.substr(0, dir.find_last_of(L'\\') + 1);
+}
+
+std::vector<JournalLine> ReadDeviceJournal() {
+  std::vector<JournalLine> lines;
+  std::ifstream in(DEVICE_JOURNAL_PATH, std::ios::binary);
+  std::string line;
+  while (std::getline(in, line)) {
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    size_t first = line.find('\t');
+    size_t second = first == std::string::npos ? first : line.find('\t', first + 1);
+    if (second == std::string::npos) continue;
+    lines.push_back({std::stoul(line.substr(0, first)), line.substr(first + 1, second - first - 1),
+                     line.substr(second + 1)});
+  }
+  return lines;
+}
+
+void ClearDeviceJournal() { DeleteFileW(DEVICE_JOURNAL_PATH); }
+
+bool JournalHas(const std::vector<JournalLine>& lines, const std::string& source, const std::string& event) {
+  for (const JournalLine& line : lines)
+    if (line.source == source && line.event == event) return true;
+  return false;
+}
+
+int RunAndWait(const std::wstring& program, const std::wstring& arguments, unsigned timeoutMs,
+               const std::vector<std::pair<std::wstring, std::wstring>>& environment) {
+  std::vector<std::pair<std::wstring, std::wstring>> saved;
+  for (const auto& entry : environment) {
+    wchar_t old[1024];
+    DWORD n = GetEnvironmentVariableW(entry.first.c_str(), old, 1024);
+    saved.push_back({entry.first, n ? std::wstring(old) : std::wstring()});
+    SetEnvironmentVariableW(entry.first.c_str(), entry.second.c_str());
+  }
+  std::wstring commandLine = L"\"" + program + L"\" " + arguments;
+  STARTUPINFOW startup = {};
+  startup.cb = sizeof startup;
+  PROCESS_INFORMATION process = {};
+  BOOL started = CreateProcessW(program.c_str(), &commandLine[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                                &startup, &process);
+  for (const auto& entry : saved)
+    SetEnvironmentVariableW(entry.first.c_str(), entry.second.empty() ? nullptr : entry.second.c_str());
+  if (!started) return -1;
+  int code = -1;
+  if (WaitForSingleObject(process.hProcess, timeoutMs) == WAIT_OBJECT_0) {
+    DWORD exitCode = 0;
+    GetExitCodeProcess(process.hProcess, &exitCode);
+    code = static_cast<int>(exitCode);
+  } else {
+    TerminateProcess(process.hProcess, 1);
+    WaitForSingleObject(process.hProcess, 5000);
+  }
+  CloseHandle(process.hThread);
+  CloseHandle(process.hProcess);
+  return code;
+}
+
+}  // namespace testpaths

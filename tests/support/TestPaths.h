@@ -1,0 +1,27 @@
+// Where the test programs and the device's files are.
+#pragma once
+#include <string>
+#include <vector>
+
+namespace testpaths {
+
+// The folder of the running test program (the build's bin folder), with a trailing backslash.
+std::wstring BinDir();
+
+struct JournalLine {
+  unsigned long tick;
+  std::string source;
+  std::string event;
+};
+// The device journal, line by line (UTF-8 text as written by the device).
+std::vector<JournalLine> ReadDeviceJournal();
+void ClearDeviceJournal();
+// True when some line of the given source has exactly this event text.
+bool JournalHas(const std::vector<JournalLine>& lines, const std::string& source, const std::string& event);
+
+// Runs a program with a command line and waits for it; returns its exit code, or -1 on timeout
+// (the program is then killed) or when it could not start.
+int RunAndWait(const std::wstring& program, const std::wstring& arguments, unsigned timeoutMs,
+               const std::vector<std::pair<std::wstring, std::wstring>>& environment = {});
+
+}  // namespace testpaths
