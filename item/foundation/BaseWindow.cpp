@@ -1,4 +1,5 @@
 #include "foundation/BaseWindow.h"
+#include <sipapi.h>
 #include <new>
 
 static const wchar_t kDefaultClass[] = L"ZovrixWndCls";

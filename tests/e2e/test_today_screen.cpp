@@ -27,9 +27,11 @@ void FreshDevice() {
   REQUIRE(item != nullptr);
   typedef BOOL (*Export)();
   Export registerItem = reinterpret_cast<Export>(reinterpret_cast<void*>(GetProcAddress(item, "RegisterTodayItem")));
-  REQUIRE(registerItem != nullptr);
+  REQUIRE(reinterpret_cast<void*>(registerItem) != nullptr);
   // The same export by its ordinal.
-  CHECK(reinterpret_cast<void*>(GetProcAddress(item, MAKEINTRESOURCEA(243))) == reinterpret_cast<void*>(registerItem));
+  bool sameByOrdinal = reinterpret_cast<void*>(GetProcAddress(item, MAKEINTRESOURCEA(243))) ==
+                       reinterpret_cast<void*>(registerItem);
+  CHECK(sameByOrdinal);
   CHECK(registerItem());
   FreeLibrary(item);
 }
