@@ -1,1 +1,0 @@
-int pagemark_placeholder;
