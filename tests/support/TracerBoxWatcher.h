@@ -5,8 +5,8 @@
 // code under test runs on past the box as it does on the device. A box shown by the test's own thread
 // is recorded before the call that showed it returns.
 //
-// Under Wine on a screen with no window manager, closing a box takes about two seconds (the X11
-// driver waits for the window to be withdrawn), so give each expected box that much time.
+// Boxes close at once in the device's prefix, whose X11 windows are unmanaged; in a prefix with
+// managed windows and no window manager, Wine takes about two seconds to close each one.
 //
 //   TracerBoxWatcher boxes;
 //   array.GetAt(7);
