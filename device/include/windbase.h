@@ -239,7 +239,10 @@ BOOL CeOidGetInfoEx(PCEGUID pceguid, CEOID oid, CEOIDINFO* oidInfo);
 BOOL CeSetDatabaseInfo(CEOID oidDbase, CEDBASEINFO* pNewInfo);
 BOOL CeSetDatabaseInfoEx(PCEGUID pceguid, CEOID oidDbase, CEDBASEINFO* pNewInfo);
 
-CEOID CeSeekDatabase(HANDLE hDatabase, DWORD dwSeekType, DWORD dwValue, LPDWORD lpdwIndex);
+// dwValue is an oid, a count or a signed offset (its low 32 bits) for the positional seek types, and a
+// CEPROPVAL* for the CEDB_SEEK_VALUE* types; it is pointer-wide so that the pointer survives the 64-bit
+// build (on a 32-bit build DWORD_PTR is the platform's DWORD).
+CEOID CeSeekDatabase(HANDLE hDatabase, DWORD dwSeekType, DWORD_PTR dwValue, LPDWORD lpdwIndex);
 
 CEOID CeReadRecordProps(HANDLE hDbase, DWORD dwFlags, LPWORD lpcPropID, CEPROPID* rgPropID, LPBYTE* lplpBuffer,
                         LPDWORD lpcbBuffer);
