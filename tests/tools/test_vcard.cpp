@@ -1,0 +1,188 @@
+// The vCard reader of pimtool import.
+#include <doctest/doctest.h>
+#include "VCard.h"
+
+namespace {
+
+std::string Utf8(const std::wstring& text) {
+  std::string out;
+  for (wchar_t c : text) {
+    unsigned u = c;
+    if (u < 0x80) out += static_cast<char>(u);
+    else if (u < 0x800) out += static_cast<char>(0xC0 | (u >> 6)), out += static_cast<char>(0x80 | (u & 0x3F));
+    else out += static_cast<char>(0xE0 | (u >> 12)), out += static_cast<char>(0x80 | ((u >> 6) & 0x3F)),
+             out += static_cast<char>(0x80 | (u & 0x3F));
+  }
+  return out;
+}
+
+}  // namespace
+
+TEST_CASE("a vCard 3.0 card with names, several phones and mails, address, dates and escapes") {
+  std::string file =
+      "BEGIN:VCARD\r\n"
+      "VERSION:3.0\r\n"
+      "N:Smith;John;Quincy;Dr.;Jr.\r\n"
+      "FN:John Smith\r\n"
+      "ORG:Acme Corporation;Research\r\n"
+      "TITLE:Chief Scientist\r\n"
+      "TEL;TYPE=WORK,VOICE:+1 (617) 555-0100\r\n"
+      "TEL;TYPE=WORK:617-555-0101\r\n"
+      "TEL;TYPE=WORK:617-555-0102\r\n"
+      "TEL;TYPE=CELL:+1 617 555 0199\r\n"
+      "TEL;TYPE=HOME:555-1234 ext 5\r\n"
+      "TEL;TYPE=FAX,WORK:617-555-0110\r\n"
+      "TEL;TYPE=PAGER:617-555-0111\r\n"
+      "EMAIL;TYPE=INTERNET:john@example.com\r\n"
+      "EMAIL;TYPE=INTERNET,WORK:j.smith@acme.example\r\n"
+      "EMAIL:third@example.org\r\n"
+      "EMAIL:fourth@example.net\r\n"
+      "URL:http://www.example.com/john\r\n"
+      "ADR;TYPE=WORK:;Suite 5;1 Main Street;Boston;MA;02110;USA\r\n"
+      "ADR;TYPE=HOME:;;22 Elm Street;Cambridge;MA;02139;USA\r\n"
+      "BDAY:1970-05-17\r\n"
+      "X-ANNIVERSARY:19950610\r\n"
+      "CATEGORIES:Business,VIP\r\n"
+      "NOTE:First line\\nSecond\\, with comma\\; and semicolon\r\n"
+      "END:VCARD\r\n";
+  VCardResult result = ParseVCards(file);
+  CHECK(result.problems.empty());
+  REQUIRE(result.contacts.size() == 1);
+  const ToolContact& c = result.contacts[0];
+  CHECK(c.text[FieldLastName] == L"Smith");
+  CHECK(c.text[FieldFirstName] == L"John");
+  CHECK(c.text[FieldMiddleName] == L"Quincy");
+  CHECK(c.text[FieldTitle] == L"Dr.");
+  CHECK(c.text[FieldSuffix] == L"Jr.");
+  CHECK(c.text[FieldFileAs] == L"John Smith");
+  CHECK(c.text[FieldCompany] == L"Acme Corporation");
+  CHECK(c.text[FieldDepartment] == L"Research");
+  CHECK(c.text[FieldJobTitle] == L"Chief Scientist");
+  CHECK(c.text[FieldWorkPhone] == L"+1 (617) 555-0100");
+  CHECK(c.text[FieldWorkPhone2] == L"617-555-0101");
+  REQUIRE(c.phones.size() == 1);  // the third work number goes beside the fixed fields
+  CHECK(c.phones[0].value == L"617-555-0102");
+  CHECK(c.phones[0].label == L"Work");
+  CHECK(c.text[FieldMobilePhone] == L"+1 617 555 0199");
+  CHECK(c.text[FieldHomePhone] == L"555-1234 ext 5");
+  CHECK(c.text[FieldWorkFax] == L"617-555-0110");
+  CHECK(c.text[FieldPager] == L"617-555-0111");
+  CHECK(c.text[FieldEmail1] == L"john@example.com");
+  CHECK(c.text[FieldEmail2] == L"j.smith@acme.example");
+  CHECK(c.text[FieldEmail3] == L"third@example.org");
+  REQUIRE(c.emails.size() == 1);
+  CHECK(c.emails[0].value == L"fourth@example.net");
+  CHECK(c.text[FieldWebPage] == L"http://www.example.com/john");
+  CHECK(c.text[FieldWorkStreet] == L"1 Main Street, Suite 5");
+  CHECK(c.text[FieldWorkCity] == L"Boston");
+  CHECK(c.text[FieldWorkState] == L"MA");
+  CHECK(c.text[FieldWorkPostalCode] == L"02110");
+  CHECK(c.text[FieldWorkCountry] == L"USA");
+  CHECK(c.text[FieldHomeStreet] == L"22 Elm Street");
+  CHECK(c.text[FieldHomeCity] == L"Cambridge");
+  CHECK(c.birthday == DateToFileTime(1970, 5, 17));
+  CHECK(c.anniversary == DateToFileTime(1995, 6, 10));
+  CHECK(c.categories == std::vector<std::wstring>{L"Business", L"VIP"});
+  CHECK(c.note == L"First line\r\nSecond, with comma; and semicolon");
+}
+
+TEST_CASE("vCard 2.1: bare types, quoted-printable with soft breaks, character sets and folded lines") {
+  std::string file =
+      "BEGIN:VCARD\n"
+      "VERSION:2.1\n"
+      "N;CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:=D0=98=D0=B2=D0=B0=D0=BD=D0=BE=D0=B2;=D0=98=D0=B2=D0=B0=D0=BD\n"
+      "TEL;HOME;VOICE:+7 (495) 123-45-67\n"
+      "TEL;CELL:8001234567\n"
+      "TEL;WORK;FAX:+7 495 765 4321\n"
+      "NOTE;ENCODING=QUOTED-PRINTABLE:Line one=0D=0A=\n"
+      "Line two\n"
+      "ORG;CHARSET=WINDOWS-1251:\xCE\xCE\xCE \xD0\xEE\xEC\xE0\xF8\xEA\xE0\n"
+      "TITLE:A title that goes on\n"
+      " and on\n"
+      "END:VCARD\n";
+  VCardResult result = ParseVCards(file);
+  CHECK(result.problems.empty());
+  REQUIRE(result.contacts.size() == 1);
+  const ToolContact& c = result.contacts[0];
+  CHECK(c.text[FieldLastName] == L"Иванов");
+  CHECK(c.text[FieldFirstName] == L"Иван");
+  CHECK(c.text[FieldHomePhone] == L"+7 (495) 123-45-67");
+  CHECK(c.text[FieldMobilePhone] == L"8001234567");
+  CHECK(c.text[FieldWorkFax] == L"+7 495 765 4321");
+  CHECK(c.note == L"Line one\r\nLine two");
+  CHECK(c.text[FieldCompany] == L"ООО Ромашка");
+  CHECK(c.text[FieldJobTitle] == L"A title that goes onand on");
+}
+
+TEST_CASE("UTF-8 and UTF-16 files with byte-order marks") {
+  std::string card = "BEGIN:VCARD\r\nVERSION:3.0\r\nN:" + Utf8(L"Müller;Jürgen") + "\r\nEND:VCARD\r\n";
+  VCardResult utf8 = ParseVCards("\xEF\xBB\xBF" + card);
+  REQUIRE(utf8.contacts.size() == 1);
+  CHECK(utf8.contacts[0].text[FieldLastName] == L"Müller");
+
+  std::wstring wide = L"\xFEFF" L"BEGIN:VCARD\r\nVERSION:3.0\r\nN:Шмидт;Анна\r\nEND:VCARD\r\n";
+  std::string utf16(reinterpret_cast<const char*>(wide.data()), wide.size() * 2);
+  VCardResult result = ParseVCards(utf16);
+  REQUIRE(result.contacts.size() == 1);
+  CHECK(result.contacts[0].text[FieldLastName] == L"Шмидт");
+  CHECK(result.contacts[0].text[FieldFirstName] == L"Анна");
+}
+
+TEST_CASE("a malformed card is reported with its line and skipped; the others are read") {
+  std::string file =
+      "BEGIN:VCARD\n"           // 1
+      "VERSION:3.0\n"           // 2
+      "N:One;First\n"           // 3
+      "END:VCARD\n"             // 4
+      "BEGIN:VCARD\n"           // 5
+      "VERSION:3.0\n"           // 6
+      "N:Two;Broken\n"          // 7
+      "this line has no colon\n"  // 8
+      "TEL:555-0000\n"          // 9
+      "END:VCARD\n"             // 10
+      "BEGIN:VCARD\n"           // 11
+      "VERSION:2.1\n"           // 12
+      "N;ENCODING=QUOTED-PRINTABLE:Bad=ZZ\n"  // 13
+      "END:VCARD\n"             // 14
+      "BEGIN:VCARD\n"           // 15
+      "VERSION:3.0\n"           // 16
+      "BDAY:1970-13-45\n"       // 17
+      "END:VCARD\n"             // 18
+      "BEGIN:VCARD\n"           // 19
+      "VERSION:3.0\n"           // 20
+      "N:Three;Last\n"          // 21
+      "END:VCARD\n";            // 22
+  VCardResult result = ParseVCards(file);
+  REQUIRE(result.contacts.size() == 2);
+  CHECK(result.contacts[0].text[FieldLastName] == L"One");
+  CHECK(result.contacts[1].text[FieldLastName] == L"Three");
+  REQUIRE(result.problems.size() == 3);
+  CHECK(result.problems[0].line == 8);
+  CHECK(result.problems[1].line == 13);
+  CHECK(result.problems[2].line == 17);
+}
+
+TEST_CASE("a card without its end, an end without a card, and an unknown version") {
+  std::string file =
+      "END:VCARD\n"             // 1
+      "BEGIN:VCARD\n"           // 2
+      "VERSION:3.0\n"           // 3
+      "N:Lost;Card\n"           // 4
+      "BEGIN:VCARD\n"           // 5
+      "VERSION:9.9\n"           // 6
+      "END:VCARD\n"             // 7
+      "BEGIN:VCARD\n"           // 8
+      "VERSION:3.0\n"           // 9
+      "N:Kept;Card\n"           // 10
+      "END:VCARD\n"             // 11
+      "BEGIN:VCARD\n"           // 12
+      "N:Unended;Card\n";       // 13
+  VCardResult result = ParseVCards(file);
+  REQUIRE(result.contacts.size() == 1);
+  CHECK(result.contacts[0].text[FieldLastName] == L"Kept");
+  REQUIRE(result.problems.size() == 4);
+  CHECK(result.problems[0].line == 1);
+  CHECK(result.problems[1].line == 2);
+  CHECK(result.problems[2].line == 6);
+  CHECK(result.problems[3].line == 12);
+}

@@ -1,0 +1,418 @@
+#include "VCard.h"
+#include <windows.h>
+#include <algorithm>
+
+namespace {
+
+struct Param {
+  std::string name;   // upper case; empty for a bare 2.1 value such as "HOME"
+  std::string value;  // upper case for TYPE, ENCODING and bare values
+};
+
+struct Property {
+  std::string name;  // upper case, without group
+  std::vector<Param> params;
+  std::string rawValue;
+  int line;
+};
+
+std::string Upper(std::string text) {
+  for (char& c : text)
+    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+  return text;
+}
+
+std::string Trim(const std::string& text) {
+  size_t first = text.find_first_not_of(" \t");
+  if (first == std::string::npos) return std::string();
+  size_t last = text.find_last_not_of(" \t");
+  return text.substr(first, last - first + 1);
+}
+
+bool HasType(const Property& p, const char* type) {
+  for (const Param& param : p.params)
+    if ((param.name.empty() || param.name == "TYPE") && param.value == type) return true;
+  return false;
+}
+
+std::string ParamValue(const Property& p, const char* name) {
+  for (const Param& param : p.params)
+    if (param.name == name) return param.value;
+  return std::string();
+}
+
+bool IsQuotedPrintable(const Property& p) {
+  return ParamValue(p, "ENCODING") == "QUOTED-PRINTABLE" || HasType(p, "QUOTED-PRINTABLE");
+}
+
+bool DecodeQuotedPrintable(const std::string& in, std::string* out) {
+  out->clear();
+  for (size_t i = 0; i < in.size(); ++i) {
+    if (in[i] != '=') {
+      *out += in[i];
+      continue;
+    }
+    if (i + 1 == in.size()) return true;  // a soft break at the very end
+    if (i + 2 >= in.size()) return false;
+    auto hex = [](char c) -> int {
+      if (c >= '0' && c <= '9') return c - '0';
+      if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+      if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+      return -1;
+    };
+    int high = hex(in[i + 1]), low = hex(in[i + 2]);
+    if (high < 0 || low < 0) return false;
+    *out += static_cast<char>(high * 16 + low);
+    i += 2;
+  }
+  return true;
+}
+
+bool IsValidUtf8(const std::string& text) {
+  return text.empty() ||
+         MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(), static_cast<int>(text.size()), nullptr, 0) > 0;
+}
+
+std::wstring Widen(const std::string& text, UINT codePage) {
+  if (text.empty()) return std::wstring();
+  int n = MultiByteToWideChar(codePage, 0, text.data(), static_cast<int>(text.size()), nullptr, 0);
+  std::wstring out(n, L'\0');
+  MultiByteToWideChar(codePage, 0, text.data(), static_cast<int>(text.size()), &out[0], n);
+  return out;
+}
+
+UINT CodePageOf(const std::string& charset) {
+  std::string c = Upper(charset);
+  if (c.empty() || c == "UTF-8" || c == "UTF8") return CP_UTF8;
+  if (c == "WINDOWS-1251" || c == "CP1251") return 1251;
+  if (c == "WINDOWS-1252" || c == "CP1252") return 1252;
+  if (c == "ISO-8859-1" || c == "LATIN1") return 28591;
+  if (c == "ISO-8859-5") return 28595;
+  if (c == "KOI8-R") return 20866;
+  if (c == "US-ASCII" || c == "ASCII") return 20127;
+  return 0;
+}
+
+// The value's bytes as text: quoted-printable undone, then the character set applied.
+bool DecodeValue(const Property& p, std::wstring* text, std::wstring* problem) {
+  std::string bytes = p.rawValue;
+  if (IsQuotedPrintable(p) && !DecodeQuotedPrintable(p.rawValue, &bytes)) {
+    *problem = L"bad quoted-printable value of " + Widen(p.name, CP_UTF8);
+    return false;
+  }
+  std::string charset = ParamValue(p, "CHARSET");
+  UINT codePage = CodePageOf(charset);
+  if (!charset.empty() && codePage == 0) {
+    *problem = L"unknown character set " + Widen(charset, CP_UTF8);
+    return false;
+  }
+  // Without a character set, text that isn't UTF-8 is taken as Western 8-bit text.
+  if (codePage == CP_UTF8 && !IsValidUtf8(bytes)) codePage = charset.empty() ? 1252 : 0;
+  if (codePage == 0) {
+    *problem = L"value of " + Widen(p.name, CP_UTF8) + L" is not valid UTF-8";
+    return false;
+  }
+  *text = Widen(bytes, codePage);
+  return true;
+}
+
+// Splits a structured value at unescaped semicolons (or commas) and undoes the escapes.
+std::vector<std::wstring> SplitValue(const std::wstring& value, wchar_t separator) {
+  std::vector<std::wstring> parts(1);
+  for (size_t i = 0; i < value.size(); ++i) {
+    wchar_t c = value[i];
+    if (c == L'\\' && i + 1 < value.size()) {
+      wchar_t next = value[++i];
+      if (next == L'n' || next == L'N') parts.back() += L"\r\n";
+      else parts.back() += next;
+    } else if (c == separator) {
+      parts.emplace_back();
+    } else {
+      parts.back() += c;
+    }
+  }
+  return parts;
+}
+
+std::wstring Unescape(const std::wstring& value) { return SplitValue(value, 0)[0]; }
+
+std::wstring Part(const std::vector<std::wstring>& parts, size_t index) {
+  return index < parts.size() ? parts[index] : std::wstring();
+}
+
+bool ParseDate(const std::wstring& text, uint64_t* fileTime) {
+  std::wstring digits;
+  for (wchar_t c : text) {
+    if (c == L'T') break;
+    if (c >= L'0' && c <= L'9') digits += c;
+    else if (c != L'-') return false;
+  }
+  if (digits.size() != 8) return false;
+  int year = std::stoi(digits.substr(0, 4)), month = std::stoi(digits.substr(4, 2)), day = std::stoi(digits.substr(6, 2));
+  static const int kDays[] = {31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  if (year < 1601 || month < 1 || month > 12 || day < 1 || day > kDays[month - 1]) return false;
+  *fileTime = DateToFileTime(year, month, day);
+  return true;
+}
+
+// Puts a value into the first empty field of the list, or into the extra list with the label.
+void Place(ToolContact& c, std::initializer_list<ContactField> fields, const std::wstring& value,
+           std::vector<LabelledValue>& extra, const wchar_t* label) {
+  if (value.empty()) return;
+  for (ContactField f : fields)
+    if (c.text[f].empty()) {
+      c.text[f] = value;
+      return;
+    }
+  extra.push_back({label, value});
+}
+
+bool ApplyProperty(const Property& p, ToolContact& c, std::wstring* problem) {
+  static const char* const kIgnored[] = {"VERSION", "PHOTO", "LOGO", "SOUND", "KEY", "UID", "REV", "PRODID",
+                                         "LABEL", "MAILER", "TZ", "GEO", "SORT-STRING", "CLASS", "SOURCE",
+                                         "NICKNAME", "ROLE", "AGENT", "NAME", "PROFILE"};
+  for (const char* name : kIgnored)
+    if (p.name == name) return true;
+  if (p.name.rfind("X-", 0) == 0 && p.name != "X-ANNIVERSARY" && p.name != "X-MS-ANNIVERSARY" &&
+      p.name != "X-SPOUSE" && p.name != "X-MS-SPOUSE" && p.name != "X-CHILDREN" && p.name != "X-MS-CHILD" &&
+      p.name != "X-ASSISTANT" && p.name != "X-MS-ASSISTANT")
+    return true;  // other extensions carry nothing the contact has a place for
+
+  std::wstring value;
+  if (!DecodeValue(p, &value, problem)) return false;
+
+  if (p.name == "N") {
+    std::vector<std::wstring> parts = SplitValue(value, L';');
+    c.text[FieldLastName] = Part(parts, 0);
+    c.text[FieldFirstName] = Part(parts, 1);
+    c.text[FieldMiddleName] = Part(parts, 2);
+    c.text[FieldTitle] = Part(parts, 3);
+    c.text[FieldSuffix] = Part(parts, 4);
+  } else if (p.name == "FN") {
+    c.text[FieldFileAs] = Unescape(value);
+  } else if (p.name == "ORG") {
+    std::vector<std::wstring> parts = SplitValue(value, L';');
+    c.text[FieldCompany] = Part(parts, 0);
+    c.text[FieldDepartment] = Part(parts, 1);
+  } else if (p.name == "TITLE") {
+    c.text[FieldJobTitle] = Unescape(value);
+  } else if (p.name == "TEL") {
+    std::wstring number = Unescape(value);
+    bool work = HasType(p, "WORK"), home = HasType(p, "HOME");
+    if (HasType(p, "FAX")) {
+      if (work) Place(c, {FieldWorkFax}, number, c.phones, L"Work fax");
+      else Place(c, {FieldHomeFax, FieldWorkFax}, number, c.phones, L"Fax");
+    } else if (HasType(p, "CELL")) {
+      Place(c, {FieldMobilePhone}, number, c.phones, L"Mobile");
+    } else if (HasType(p, "PAGER")) {
+      Place(c, {FieldPager}, number, c.phones, L"Pager");
+    } else if (HasType(p, "CAR")) {
+      Place(c, {FieldCarPhone}, number, c.phones, L"Car");
+    } else if (HasType(p, "X-RADIO")) {
+      Place(c, {FieldRadioPhone}, number, c.phones, L"Radio");
+    } else if (HasType(p, "X-ASSISTANT")) {
+      Place(c, {FieldAssistantPhone}, number, c.phones, L"Assistant");
+    } else if (work) {
+      Place(c, {FieldWorkPhone, FieldWorkPhone2}, number, c.phones, L"Work");
+    } else if (home) {
+      Place(c, {FieldHomePhone, FieldHomePhone2}, number, c.phones, L"Home");
+    } else {
+      Place(c, {FieldHomePhone, FieldWorkPhone, FieldMobilePhone, FieldHomePhone2, FieldWorkPhone2}, number,
+            c.phones, L"Phone");
+    }
+  } else if (p.name == "EMAIL") {
+    Place(c, {FieldEmail1, FieldEmail2, FieldEmail3}, Unescape(value), c.emails, L"E-mail");
+  } else if (p.name == "URL") {
+    Place(c, {FieldWebPage}, Unescape(value), c.webPages, L"Web");
+  } else if (p.name == "ADR") {
+    std::vector<std::wstring> parts = SplitValue(value, L';');
+    std::wstring street = Part(parts, 2);
+    for (size_t i : {size_t(1), size_t(0)})
+      if (!Part(parts, i).empty()) street = street.empty() ? Part(parts, i) : street + L", " + Part(parts, i);
+    ContactField fields[5];
+    if (HasType(p, "WORK")) {
+      ContactField f[5] = {FieldWorkStreet, FieldWorkCity, FieldWorkState, FieldWorkPostalCode, FieldWorkCountry};
+      std::copy(f, f + 5, fields);
+    } else if (HasType(p, "HOME")) {
+      ContactField f[5] = {FieldHomeStreet, FieldHomeCity, FieldHomeState, FieldHomePostalCode, FieldHomeCountry};
+      std::copy(f, f + 5, fields);
+    } else {
+      ContactField f[5] = {FieldOtherStreet, FieldOtherCity, FieldOtherState, FieldOtherPostalCode, FieldOtherCountry};
+      std::copy(f, f + 5, fields);
+    }
+    c.text[fields[0]] = street;
+    for (int i = 1; i < 5; ++i) c.text[fields[i]] = Part(parts, static_cast<size_t>(i + 2));
+  } else if (p.name == "BDAY" || p.name == "ANNIVERSARY" || p.name == "X-ANNIVERSARY" ||
+             p.name == "X-MS-ANNIVERSARY") {
+    uint64_t date = 0;
+    if (!ParseDate(Unescape(value), &date)) {
+      *problem = L"bad date in " + Widen(p.name, CP_UTF8);
+      return false;
+    }
+    (p.name == "BDAY" ? c.birthday : c.anniversary) = date;
+  } else if (p.name == "NOTE") {
+    c.note = Unescape(value);
+  } else if (p.name == "CATEGORIES") {
+    for (const std::wstring& name : SplitValue(value, L','))
+      if (!name.empty()) c.categories.push_back(name);
+  } else if (p.name == "X-SPOUSE" || p.name == "X-MS-SPOUSE") {
+    c.text[FieldSpouse] = Unescape(value);
+  } else if (p.name == "X-CHILDREN" || p.name == "X-MS-CHILD") {
+    c.text[FieldChildren] = c.text[FieldChildren].empty() ? Unescape(value) : c.text[FieldChildren] + L", " + Unescape(value);
+  } else if (p.name == "X-ASSISTANT" || p.name == "X-MS-ASSISTANT") {
+    c.text[FieldAssistant] = Unescape(value);
+  }
+  // Any other standard property has no field in the contact and is passed over.
+  return true;
+}
+
+// Splits "group.NAME;param;param" and the value at the first colon outside quotes.
+bool ParseLine(const std::string& line, int lineNumber, Property* p) {
+  bool quoted = false;
+  size_t colon = std::string::npos;
+  for (size_t i = 0; i < line.size(); ++i) {
+    if (line[i] == '"') quoted = !quoted;
+    else if (line[i] == ':' && !quoted) {
+      colon = i;
+      break;
+    }
+  }
+  if (colon == std::string::npos || colon == 0) return false;
+  std::string head = line.substr(0, colon);
+  p->rawValue = line.substr(colon + 1);
+  p->line = lineNumber;
+  p->params.clear();
+  std::vector<std::string> pieces;
+  size_t start = 0;
+  for (size_t i = 0; i <= head.size(); ++i)
+    if (i == head.size() || head[i] == ';') {
+      pieces.push_back(head.substr(start, i - start));
+      start = i + 1;
+    }
+  std::string name = Upper(Trim(pieces[0]));
+  size_t dot = name.find('.');
+  if (dot != std::string::npos) name = name.substr(dot + 1);
+  if (name.empty()) return false;
+  for (char ch : name)
+    if (!((ch >= 'A' && ch <= 'Z') || (ch >= '0' && ch <= '9') || ch == '-')) return false;
+  p->name = name;
+  for (size_t i = 1; i < pieces.size(); ++i) {
+    std::string piece = Trim(pieces[i]);
+    size_t eq = piece.find('=');
+    if (eq == std::string::npos) {
+      p->params.push_back({std::string(), Upper(piece)});
+      continue;
+    }
+    std::string key = Upper(Trim(piece.substr(0, eq)));
+    std::string value = Trim(piece.substr(eq + 1));
+    if (!value.empty() && value.front() == '"' && value.back() == '"' && value.size() >= 2)
+      value = value.substr(1, value.size() - 2);
+    if (key == "TYPE") {
+      size_t s = 0;  // TYPE=HOME,WORK is two types
+      for (size_t j = 0; j <= value.size(); ++j)
+        if (j == value.size() || value[j] == ',') {
+          p->params.push_back({key, Upper(value.substr(s, j - s))});
+          s = j + 1;
+        }
+    } else {
+      p->params.push_back({key, key == "ENCODING" ? Upper(value) : value});
+    }
+  }
+  return true;
+}
+
+std::string ToUtf8(const std::string& bytes) {
+  // UTF-16 files become UTF-8 first; a UTF-8 byte-order mark is dropped.
+  if (bytes.size() >= 2 && static_cast<unsigned char>(bytes[0]) == 0xFF && static_cast<unsigned char>(bytes[1]) == 0xFE) {
+    std::wstring wide(reinterpret_cast<const wchar_t*>(bytes.data() + 2), (bytes.size() - 2) / 2);
+    int n = WideCharToMultiByte(CP_UTF8, 0, wide.data(), static_cast<int>(wide.size()), nullptr, 0, nullptr, nullptr);
+    std::string out(n, '\0');
+    WideCharToMultiByte(CP_UTF8, 0, wide.data(), static_cast<int>(wide.size()), &out[0], n, nullptr, nullptr);
+    return out;
+  }
+  if (bytes.size() >= 3 && bytes.compare(0, 3, "\xEF\xBB\xBF") == 0) return bytes.substr(3);
+  return bytes;
+}
+
+}  // namespace
+
+VCardResult ParseVCards(const std::string& fileBytes) {
+  VCardResult result;
+  std::string text = ToUtf8(fileBytes);
+
+  // Physical lines, with their numbers.
+  std::vector<std::string> lines;
+  size_t start = 0;
+  for (size_t i = 0; i <= text.size(); ++i)
+    if (i == text.size() || text[i] == '\n') {
+      std::string line = text.substr(start, i - start);
+      if (!line.empty() && line.back() == '\r') line.pop_back();
+      lines.push_back(line);
+      start = i + 1;
+    }
+  if (!lines.empty() && lines.back().empty()) lines.pop_back();
+
+  bool inCard = false;
+  bool broken = false;  // the current card is malformed: skip to its end
+  int cardLine = 0;
+  ToolContact contact;
+  auto report = [&](int line, const std::wstring& message) { result.problems.push_back({line, message}); };
+
+  for (size_t i = 0; i < lines.size(); ++i) {
+    int lineNumber = static_cast<int>(i) + 1;
+    std::string logical = lines[i];
+    if (Trim(logical).empty()) continue;
+    // Folded lines continue with a blank or a tab.
+    while (i + 1 < lines.size() && !lines[i + 1].empty() && (lines[i + 1][0] == ' ' || lines[i + 1][0] == '\t'))
+      logical += lines[++i].substr(1);
+    Property p;
+    bool parsed = ParseLine(logical, lineNumber, &p);
+    // Quoted-printable values go on past a line that ends with a soft break.
+    if (parsed && IsQuotedPrintable(p)) {
+      while (!p.rawValue.empty() && p.rawValue.back() == '=' && i + 1 < lines.size()) {
+        p.rawValue.pop_back();
+        p.rawValue += lines[++i];
+      }
+    }
+    std::string upperLine = Upper(Trim(logical));
+    if (upperLine == "BEGIN:VCARD") {
+      if (inCard && !broken) report(cardLine, L"card not ended before the next BEGIN:VCARD at line " + std::to_wstring(lineNumber));
+      inCard = true;
+      broken = false;
+      cardLine = lineNumber;
+      contact = ToolContact();
+      continue;
+    }
+    if (upperLine == "END:VCARD") {
+      if (!inCard) report(lineNumber, L"END:VCARD without BEGIN:VCARD");
+      else if (!broken) result.contacts.push_back(contact);
+      inCard = false;
+      continue;
+    }
+    if (!inCard) {
+      report(lineNumber, L"text outside a card");
+      continue;
+    }
+    if (broken) continue;
+    if (!parsed) {
+      report(lineNumber, L"line is not a property (no name and colon)");
+      broken = true;
+      continue;
+    }
+    if (p.name == "VERSION") {
+      std::string version = Trim(p.rawValue);
+      if (version != "2.1" && version != "3.0" && version != "4.0") {
+        report(lineNumber, L"unsupported vCard version " + Widen(version, CP_UTF8));
+        broken = true;
+      }
+      continue;
+    }
+    std::wstring problem;
+    if (!ApplyProperty(p, contact, &problem)) {
+      report(lineNumber, problem);
+      broken = true;
+    }
+  }
+  if (inCard && !broken) report(cardLine, L"card not ended at the end of the file");
+  return result;
+}

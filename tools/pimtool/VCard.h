@@ -1,0 +1,21 @@
+// Reads vCard 2.1 and 3.0 files (quoted-printable, UTF-8 and other character sets, folded lines,
+// several TEL and EMAIL of each type) into contacts. A malformed card is reported with the number of
+// the line where the problem is and skipped; the cards around it are still read.
+#pragma once
+#include <string>
+#include <vector>
+#include "ToolContact.h"
+
+struct VCardProblem {
+  int line;              // 1-based line of the file
+  std::wstring message;
+};
+
+struct VCardResult {
+  std::vector<ToolContact> contacts;
+  std::vector<VCardProblem> problems;
+};
+
+// `bytes` is the file as stored: UTF-8 (with or without a byte-order mark), UTF-16 with its mark, or
+// 8-bit text whose properties name their CHARSET.
+VCardResult ParseVCards(const std::string& bytes);
