@@ -1,0 +1,3 @@
+#include "storage/HideSim.h"
+
+int g_hideSim = 0;
