@@ -31,6 +31,13 @@ else
 fi
 echo "$profile" > "$drive/windows/device-profile.txt"
 
+# The object store starts empty, with the platform's "Contacts Database" and "\Categories Database".
+rm -f "$drive/windows/objectstore.cdb" "$drive/windows/objectstore.log" \
+      "$drive/windows/objectstore.cdb.new" "$drive/windows/objectstore.cdb.compact"
+if [[ -f "$bin/ceadmin.exe" ]]; then
+  (cd "$drive" && env -u PAGEMARK_OBJECT_STORE wine "$bin/ceadmin.exe" init >/dev/null)
+fi
+
 # Registry of the device. The item's settings tree starts empty; the Today screen lists the item.
 reg="$PAGEMARK_BUILD_DIR/profile-$$.reg"
 cat > "$reg" <<REG
