@@ -20,7 +20,7 @@ enum DbCopyMode {
 class DbProperty {
 public:
     // The small index of a value type in the layer's table; kTypeIndexEmpty for an id with no type.
-    static const int kTypeIndexEmpty = 9;
+    static constexpr int kTypeIndexEmpty = 9;
     static int TypeIndex(WORD platformType);
     static WORD PlatformType(int typeIndex);
 
