@@ -77,13 +77,12 @@ CEOID RecreateDatabase(const wchar_t* name, DWORD type, std::vector<SORTORDERSPE
 
 std::vector<SORTORDERSPEC> ContactSortOrders(bool withCompany)
 {
-    std::vector<SORTORDERSPEC> sorts = {
-        {MAKE_CEPROPID(0x4013, CEVT_LPWSTR), CEDB_SORT_CASEINSENSITIVE},
-        {MAKE_CEPROPID(0x3A11, CEVT_LPWSTR), CEDB_SORT_CASEINSENSITIVE},
-        {MAKE_CEPROPID(0x3A06, CEVT_LPWSTR), CEDB_SORT_CASEINSENSITIVE},
-    };
+    // The device's own: file-as, last name, company and first name.
+    const DWORD text = CEDB_SORT_CASEINSENSITIVE | CEDB_SORT_UNKNOWNFIRST;
+    std::vector<SORTORDERSPEC> sorts = {{MAKE_CEPROPID(0x4013, CEVT_LPWSTR), text}, {MAKE_CEPROPID(0x3A11, CEVT_LPWSTR), text}};
     if (withCompany)
-        sorts.push_back({MAKE_CEPROPID(0x3A16, CEVT_LPWSTR), CEDB_SORT_CASEINSENSITIVE});
+        sorts.push_back({MAKE_CEPROPID(0x3A16, CEVT_LPWSTR), text});
+    sorts.push_back({MAKE_CEPROPID(0x3A06, CEVT_LPWSTR), text});
     return sorts;
 }
 
