@@ -1,0 +1,113 @@
+// MappedFile: a store that lives whole in a named shared memory mapping and is copied to a backing
+// file by a low-priority background thread.
+//
+// The mapping always has 8 MB reserved in the page file, whatever the data's size, so its view never
+// moves while it is mapped. Its name is the backing file's full path without backslashes, in upper
+// case, so every process of the product that opens the same path sees the same memory; only the first
+// opener reads the file. Mapping layout:
+//
+//   0   logical length L of the data, u32
+//   4   the data, L bytes
+//
+// The file is an image of the mapping from offset 4, L + 4 bytes long. Just before writing, the last
+// word of the data (at L - 4) is overwritten with L + 4, the file's size, so users of a MappedFile
+// treat the last word of their data as lost. A file is valid when the word at file offset size - 8
+// equals its size (so a file under 8 bytes never is); L is then size - 4. A save that was interrupted
+// leaves a short file that fails this check.
+//
+// The data never grows past the mapping: a length that would leave no room for the file image's last
+// word inside the 8 MB is refused, logged, and nothing changes.
+#pragma once
+
+#include <windows.h>
+#include <stdint.h>
+
+// Called on the write-back thread with the data's address just before a background write begins.
+typedef void (*BeforeSaveCallback)(BYTE* data);
+
+// Last error of an operation refused because the data would pass the end of the mapping.
+const DWORD kMappingFullError = ERROR_FILE_TOO_LARGE;
+
+class MappedFile {
+ public:
+  // Bytes reserved for every mapping, and the largest logical length that fits it together with the
+  // word behind the data that the file image carries.
+  static constexpr uint32_t kMappingSize = 0x800000;
+  static constexpr uint32_t kMaxLength = kMappingSize - 8;
+  // Slice of a background write.
+  static constexpr uint32_t kSliceSize = 4096;
+
+  MappedFile();
+  virtual ~MappedFile();
+
+  // Deletes the backing file and makes a new mapping with L = length. Fails, holding nothing, when a
+  // mapping of that name exists already (last error 183) or can't be made.
+  virtual BOOL Create(const wchar_t* path, uint32_t length);
+  // Attaches to the mapping of `path`. A mapping that existed holds the current data: L is raised to
+  // minimumLength if smaller, and that is all. A new mapping is filled from the file and L is taken
+  // from it. A file that can't be opened or read whole closes the mapping and fails; a file that
+  // fails the validity check fails and leaves the mapping open.
+  virtual BOOL Open(const wchar_t* path, uint32_t minimumLength);
+  // Waits for a running write-back (at raised priority), then unmaps and closes.
+  virtual void Close();
+
+  // Raises L to newLength when that is larger. False when nothing is mapped, and when newLength
+  // passes kMaxLength (logged; last error kMappingFullError).
+  virtual BOOL Grow(uint32_t newLength);
+
+  // Background: starts the write-back thread, cancelling a running one first. Otherwise writes the
+  // file image synchronously with one WriteFile; a short write deletes the file.
+  virtual BOOL Save(BOOL background);
+  // Stops a running write-back and waits until its thread is gone. The file it was writing is left
+  // as far as it got.
+  virtual void CancelSave();
+  // Lets a running write-back finish quickly and waits for it.
+  virtual void FinishSave();
+
+  void SetBeforeSaveCallback(BeforeSaveCallback function) { beforeSave = function; }
+
+  // The data (mapping offset 4), or null when nothing is mapped.
+  BYTE* Data() const;
+  // L, or 0 when nothing is mapped.
+  uint32_t Length() const;
+  BOOL IsMapped() const { return view != nullptr; }
+  BOOL IsSaving() const { return thread != nullptr; }
+  BOOL IsCancelRequested() const { return cancel != 0; }
+  const wchar_t* Path() const { return path; }
+
+  // The mapping's name for a backing file: the path without backslashes, in upper case. False when
+  // it doesn't fit `size` characters.
+  static BOOL MappingName(const wchar_t* path, wchar_t* name, int size);
+  // Says whether `fileSize` bytes whose word at size - 8 is `checkWord` make a valid image.
+  static BOOL IsValidImage(uint32_t fileSize, uint32_t checkWord);
+
+ private:
+  MappedFile(const MappedFile&);
+  MappedFile& operator=(const MappedFile&);
+
+  BOOL RememberPath(const wchar_t* path);
+  // Makes or attaches the mapping and its view; `existed` tells which. False with nothing held.
+  BOOL MapSection(BOOL* existed);
+  void Unmap();
+  void SetLength(uint32_t length);
+  // Writes L + 4 into the data's last word and gives the number of bytes of the image.
+  uint32_t StampImage();
+  // Polls every 10 ms until the write-back thread has cleared its handle.
+  void WaitForWriteBack();
+
+  static DWORD WINAPI WriteBackThread(void* parameter);
+  BOOL WriteBack();
+
+  HANDLE mapping;
+  BYTE* view;
+  wchar_t path[MAX_PATH];
+  // The write-back thread's own handle, which the thread closes and clears as its last act; null
+  // when no thread runs.
+  HANDLE volatile thread;
+  volatile LONG cancel;
+  volatile LONG hurry;
+  BeforeSaveCallback beforeSave;
+  // A second handle of the same thread, kept by this side: through it FinishSave raises the priority
+  // without racing the thread's own close, and the wait ends only when the thread has really gone.
+  HANDLE threadWait;
+};
