@@ -134,14 +134,7 @@ CEOID ContactDatabase::ReadByOid(CEOID oid, DbRecord& record, int count, const C
     if (m_contacts.SeekOid(oid) == 0)
         return 0;
     StepScope step(m_contacts, false);
-    CEOID read = m_contacts.ReadRecord(record, count, ids);
-    // A record that has none of the asked properties is still the record: all of them are empty.
-    if (read == 0 && count > 0 && GetLastError() == ERROR_NO_DATA) {
-        record.Clear();
-        record.SetOid(oid);
-        return oid;
-    }
-    return read;
+    return m_contacts.ReadRecord(record, count, ids);
 }
 
 bool ContactDatabase::LoadByOid(CEOID oid, Contact& contact)

@@ -126,25 +126,6 @@ struct Collector {
     }
 };
 
-// Reads the current record. A record with none of the asked properties still counts, with nothing in
-// it; the platform then gives no oid, so it is taken from the position.
-CEOID ReadListRecord(DbDatabase& database, DbRecord& record, int count, const CEPROPID* ids)
-{
-    CEOID oid = database.ReadRecord(record, count, ids);
-    if (oid != 0 || GetLastError() != ERROR_NO_DATA)
-        return oid;
-    oid = database.CurrentOid();
-    if (oid == static_cast<CEOID>(-1)) {
-        SetLastError(ERROR_NO_DATA);
-        return 0;
-    }
-    record.Clear();
-    record.SetOid(oid);
-    if (database.GetStep())
-        database.SeekNext();
-    return oid;
-}
-
 } // namespace
 
 bool ContactDatabase::Enumerate(const ListFilter& filter, bool withNames, Array<ListEntry>* entries,
@@ -180,7 +161,7 @@ bool ContactDatabase::Enumerate(const ListFilter& filter, bool withNames, Array<
                 CEOID oid = filter.oids[i];
                 if (m_contacts.SeekOid(oid) == 0)
                     continue;
-                CEOID read = ReadListRecord(m_contacts, record, count, ids);
+                CEOID read = m_contacts.ReadRecord(record, count, ids);
                 if (read == 0)
                     continue;
                 collector.Take(read, record);
@@ -199,7 +180,7 @@ bool ContactDatabase::Enumerate(const ListFilter& filter, bool withNames, Array<
     if (m_contacts.SeekIndex(0) == 0)
         return true;
     while (!m_contacts.IsAtEnd()) {
-        CEOID oid = ReadListRecord(m_contacts, record, count, ids);
+        CEOID oid = m_contacts.ReadRecord(record, count, ids);
         if (oid == 0) {
             if (GetLastError() == ERROR_NO_MORE_ITEMS)
                 break;
@@ -234,7 +215,7 @@ bool ContactDatabase::CompaniesInOrder(DbDatabase& database, Array<Str>& compani
         return true;
     Str previous;
     while (!database.IsAtEnd()) {
-        CEOID oid = ReadListRecord(database, record, 1, kCompanyOnly);
+        CEOID oid = database.ReadRecord(record, 1, kCompanyOnly);
         if (oid == 0) {
             if (GetLastError() == ERROR_NO_MORE_ITEMS)
                 break;

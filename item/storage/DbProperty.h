@@ -1,5 +1,5 @@
 // DbProperty: one typed value of a database record, as the platform's CEPROPVAL, with a sort flag word
-// for when it stands as a sort specification.
+// for when it names a sort order.
 //
 // A property either borrows its text or blob from someone else (a read buffer, the caller's memory) or
 // owns a copy of it; only texts (type 31) and blobs (type 65) can own memory. A property that belongs
