@@ -1,0 +1,46 @@
+// KeypadGroups: the process-wide table of keypad groups made from the active letter set. Each entry
+// holds the letters of one group, lower case, every character once in first-seen order; its first
+// character is the group's key. With the English set the entries are abc, def, ghi, jkl, mno, pqrs,
+// tuv and wxyz, and the keys a, d, g, j, m, p, t and w.
+//
+// The index translates words into keys by it, the keypad search ranks by it, and the picked cells of
+// the letter bar become a query through it. It is built when the contact manager opens and whenever
+// the item reloads its letter groups, and lives for the process.
+#pragma once
+
+#include "foundation/Array.h"
+#include "foundation/Str.h"
+
+class KeypadGroups {
+ public:
+  KeypadGroups();
+  virtual ~KeypadGroups();
+
+  // Loads the active letter set and fills the table from its letters.
+  virtual void Rebuild();
+  // Fills the table from the letters of a set's groups.
+  virtual void Fill(const Array<Str>& letters);
+  // The key of entry `index`, or 0 when there is no such entry.
+  virtual wchar_t GroupKeyOf(int index) const;
+  // Replaces each character of `word`, from the first on, by the key of the first entry that holds
+  // it, and stops at the first character that no entry holds. Empty when nothing could be mapped.
+  virtual Str MapToGroupKeys(const wchar_t* word) const;
+  // The entry that holds `ch` first, or -1.
+  virtual int GroupOf(wchar_t ch) const;
+
+  int GetCount() const { return groups.GetSize(); }
+  const Str& GetAt(int index) const { return groups[index]; }
+
+ private:
+  KeypadGroups(const KeypadGroups&);
+  KeypadGroups& operator=(const KeypadGroups&);
+
+  Array<Str> groups;
+};
+
+extern KeypadGroups g_keypadGroups;
+
+// The operations of the process-wide table.
+void RebuildKeypadGroups();
+wchar_t GroupKeyOf(int index);
+Str MapToGroupKeys(const wchar_t* word);

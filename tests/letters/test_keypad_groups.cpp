@@ -1,0 +1,138 @@
+// KeypadGroups: the group table made from a set's letters, the keys, and the mapping of words to keys.
+#include <doctest/doctest.h>
+
+#include <string>
+#include <vector>
+
+#include "TestRegistry.h"
+#include "foundation/Settings.h"
+#include "manager/KeypadGroups.h"
+#include "manager/LetterSet.h"
+#include "resources/LetterSetIds.h"
+
+namespace {
+
+Array<Str> Letters(std::initializer_list<const wchar_t*> groups) {
+  Array<Str> letters;
+  for (const wchar_t* group : groups) letters.Add(Str(group));
+  return letters;
+}
+
+std::vector<std::wstring> Entries(const KeypadGroups& groups) {
+  std::vector<std::wstring> entries;
+  for (int i = 0; i < groups.GetCount(); ++i) entries.push_back(static_cast<const wchar_t*>(groups.GetAt(i)));
+  return entries;
+}
+
+std::wstring Keys(const KeypadGroups& groups, const wchar_t* word) {
+  return static_cast<const wchar_t*>(groups.MapToGroupKeys(word));
+}
+
+struct CleanAbc {
+  CleanAbc() { testreg::DeleteTree(HKEY_CURRENT_USER, L"Software\\Zovrix\\PIM\\ABC"); }
+  ~CleanAbc() { testreg::DeleteTree(HKEY_CURRENT_USER, L"Software\\Zovrix\\PIM\\ABC"); }
+};
+
+void FillFromResource(KeypadGroups& groups, UINT id) {
+  LetterSet set;
+  REQUIRE(LoadLetterSetResource(id, &set));
+  groups.Fill(set.letters);
+}
+
+}  // namespace
+
+TEST_CASE("the English set gives abc ... wxyz with the keys a d g j m p t w") {
+  KeypadGroups groups;
+  FillFromResource(groups, IDR_ABC_ENGLISH);
+  CHECK(Entries(groups) ==
+        std::vector<std::wstring>{L"abc", L"def", L"ghi", L"jkl", L"mno", L"pqrs", L"tuv", L"wxyz"});
+  std::wstring keys;
+  for (int i = 0; i < groups.GetCount(); ++i) keys += groups.GroupKeyOf(i);
+  CHECK(keys == L"adgjmptw");
+  CHECK(groups.GroupKeyOf(-1) == 0);
+  CHECK(groups.GroupKeyOf(8) == 0);
+}
+
+TEST_CASE("MapToGroupKeys: ivanov maps to gtammt") {
+  KeypadGroups groups;
+  FillFromResource(groups, IDR_ABC_ENGLISH);
+  CHECK(Keys(groups, L"ivanov") == L"gtammt");
+  CHECK(Keys(groups, L"pqrs") == L"pppp");
+}
+
+TEST_CASE("a word with a character that stands in no group is cut there: ab1c maps to aa") {
+  KeypadGroups groups;
+  FillFromResource(groups, IDR_ABC_ENGLISH);
+  CHECK(Keys(groups, L"ab1c") == L"aa");
+  // Upper case stands in no entry: the caller lower-cases first.
+  CHECK(Keys(groups, L"aB") == L"a");
+  // Nothing mapped is no mapping.
+  CHECK(Keys(groups, L"1abc") == L"");
+  CHECK(Keys(groups, L"") == L"");
+  CHECK(Keys(groups, nullptr) == L"");
+}
+
+TEST_CASE("a letter that stands in two groups takes the key of the first") {
+  KeypadGroups groups;
+  groups.Fill(Letters({L"abc", L"cde", L"efc"}));
+  CHECK(Keys(groups, L"c") == L"a");
+  CHECK(Keys(groups, L"e") == L"c");
+  CHECK(Keys(groups, L"f") == L"e");
+  CHECK(groups.GroupOf(L'c') == 0);
+  CHECK(groups.GroupOf(L'z') == -1);
+}
+
+TEST_CASE("letters that repeat a character keep it once, at its first place, lower case") {
+  KeypadGroups groups;
+  groups.Fill(Letters({L"abca", L"bBbd", L"XxYyx"}));
+  CHECK(Entries(groups) == std::vector<std::wstring>{L"abc", L"bd", L"xy"});
+  CHECK(groups.GroupKeyOf(1) == L'b');
+  // b stands in the first entry before the second.
+  CHECK(Keys(groups, L"bd") == L"ab");
+}
+
+TEST_CASE("the Cyrillic sets: lower-cased entries with ё, and Russian words map to Cyrillic keys") {
+  KeypadGroups groups;
+  FillFromResource(groups, IDR_ABC_RUSSIAN);
+  CHECK(Entries(groups) == std::vector<std::wstring>{L"абвг", L"деёжз", L"ийкл", L"мноп", L"рсту", L"фхцч",
+                                                     L"шщъы", L"ьэюя"});
+  CHECK(Keys(groups, L"иванов") == L"иаамма");
+  CHECK(Keys(groups, L"ёж") == L"дд");
+  FillFromResource(groups, IDR_ABC_ENGLISH_RUSSIAN);
+  CHECK(groups.GetAt(0) == Str(L"abcабвг"));
+  CHECK(Keys(groups, L"иван ivan") == L"gaaj");
+  FillFromResource(groups, IDR_ABC_GERMAN);
+  CHECK(Keys(groups, L"müßig") == L"mtpgg");
+}
+
+TEST_CASE("Fill replaces the table; an empty set empties it") {
+  KeypadGroups groups;
+  groups.Fill(Letters({L"ab", L"cd"}));
+  groups.Fill(Letters({L"xy"}));
+  CHECK(Entries(groups) == std::vector<std::wstring>{L"xy"});
+  groups.Fill(Array<Str>());
+  CHECK(groups.GetCount() == 0);
+  CHECK(Keys(groups, L"xy") == L"");
+  CHECK(groups.GroupKeyOf(0) == 0);
+}
+
+TEST_CASE("RebuildKeypadGroups fills the process-wide table from the active set") {
+  CleanAbc clean;
+  SetSettingDword(SECTION_ABC, L"Type", 2, TRUE);
+  RebuildKeypadGroups();
+  CHECK(g_keypadGroups.GetCount() == 8);
+  CHECK(GroupKeyOf(0) == L'а');
+  CHECK(GroupKeyOf(7) == L'ь');
+  CHECK(std::wstring(MapToGroupKeys(L"мир")) == L"мир");
+
+  std::wstring custom = L"Q/qwe Z/zxc";
+  SetSettingBinary(SECTION_ABC, L"Custom", reinterpret_cast<const BYTE*>(custom.data()), DWORD(custom.size() * 2));
+  SetSettingDword(SECTION_ABC, L"Type", 0, TRUE);
+  RebuildKeypadGroups();
+  CHECK(Entries(g_keypadGroups) == std::vector<std::wstring>{L"qwe", L"zxc"});
+  CHECK(std::wstring(MapToGroupKeys(L"exz")) == L"qzz");
+
+  SetSettingDword(SECTION_ABC, L"Type", 1, TRUE);
+  RebuildKeypadGroups();
+  CHECK(std::wstring(MapToGroupKeys(L"ivanov")) == L"gtammt");
+}
