@@ -10,7 +10,6 @@
 
 CPimToday* g_pimToday = nullptr;
 HINSTANCE g_hModule = nullptr;
-int g_hideSim = 0;
 
 const wchar_t* const kItemWindowClasses[5] = {L"ZovrixWndCls", L"COOL.LIST", L"DB_EVENTS_LISTENER_CLS",
                                               L"DB_MSG_STACK_WND_CLS", L"ZOVRIX_DIAL_WND"};

@@ -9,6 +9,7 @@
 #include "today/LetterBar.h"
 #include "today/PopupWnd.h"
 #include "phone/PhoneTemplates.h"
+#include "storage/HideSim.h"
 
 enum PopupMode { PopupHidden = 0, PopupList = 1, PopupContact = 2 };
 
@@ -80,8 +81,6 @@ class CPimToday : public BaseWindow, public ItemListener {
 extern CPimToday* g_pimToday;
 // The library's module handle, stored when the library is attached.
 extern HINSTANCE g_hModule;
-// Read from HideSim at start: contacts from the SIM card stay out of the lists.
-extern int g_hideSim;
 
 extern "C" {
 HWND InitializeCustomItem(TODAYLISTITEM* item, HWND parent);

@@ -6,7 +6,7 @@
 namespace {
 
 bool SameContact(const ToolContact& a, const ToolContact& b) {
-  for (int f = 0; f < FieldCount; ++f)
+  for (int f = 0; f < ToolFieldCount; ++f)
     if (a.text[f] != b.text[f]) return false;
   return a.birthday == b.birthday && a.anniversary == b.anniversary && a.categories == b.categories &&
          a.note == b.note && a.phones.size() == b.phones.size() && a.emails.size() == b.emails.size();

@@ -62,8 +62,8 @@ std::wstring Phone(Random& random, const NameCulture& culture) {
   }
 }
 
-void Address(Random& random, const NameCulture& culture, ContactField street, ContactField city, ContactField state,
-             ContactField postal, ContactField country, ToolContact& contact) {
+void Address(Random& random, const NameCulture& culture, ToolField street, ToolField city, ToolField state,
+             ToolField postal, ToolField country, ToolContact& contact) {
   contact.text[street] = std::to_wstring(1 + random.Below(250)) + L" " + Pick(random, culture.streets);
   contact.text[city] = Pick(random, culture.cities);
   if (random.Percent(60)) contact.text[state] = Pick(random, culture.states);
@@ -101,7 +101,7 @@ ToolContact GenerateContact(uint64_t seed, int index) {
   }
 
   // Phones: most contacts have one or two, some many.
-  static const ContactField kPhoneFields[] = {FieldMobilePhone, FieldWorkPhone, FieldHomePhone, FieldWorkPhone2,
+  static const ToolField kPhoneFields[] = {FieldMobilePhone, FieldWorkPhone, FieldHomePhone, FieldWorkPhone2,
                                               FieldHomePhone2, FieldWorkFax, FieldHomeFax, FieldPager,
                                               FieldCarPhone, FieldRadioPhone, FieldAssistantPhone};
   int phones = nameless ? 1 + random.Below(2) : random.Below(100) < 10 ? 0 : 1 + random.Below(random.Percent(10) ? 8 : 3);

@@ -1,12 +1,12 @@
 #include "ToolContact.h"
 
-const uint16_t kFieldProperty[FieldCount] = {
+const uint16_t kFieldProperty[ToolFieldCount] = {
     0x4083, 0x4093, 0x40A3, 0x404E, 0x404D, 0x404C, 0x404B, 0x404A, 0x4049, 0x4048, 0x4047,
     0x4046, 0x4045, 0x3A08, 0x4007, 0x3A24, 0x4044, 0x4043, 0x4042, 0x4041, 0x4040, 0x3A09,
     0x3A2F, 0x3A25, 0x4023, 0x3A05, 0x3A06, 0x4024, 0x3A11, 0x400A, 0x4006, 0x4009, 0x4008,
     0x3A1E, 0x3A1D, 0x3A1C, 0x3A19, 0x3A18, 0x3A17, 0x3A16, 0x4004, 0x4002, 0x4013};
 
-const char* const kFieldName[FieldCount] = {
+const char* const kFieldName[ToolFieldCount] = {
     "Email1",     "Email2",     "Email3",        "OtherCountry", "OtherPostalCode", "OtherState",
     "OtherCity",  "OtherStreet", "WorkCountry",  "WorkPostalCode", "WorkState",     "WorkCity",
     "WorkStreet", "WorkPhone",  "WorkPhone2",    "WorkFax",      "HomeCountry",     "HomePostalCode",

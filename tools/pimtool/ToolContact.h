@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-enum ContactField {
+enum ToolField {
   FieldEmail1, FieldEmail2, FieldEmail3,
   FieldOtherCountry, FieldOtherPostalCode, FieldOtherState, FieldOtherCity, FieldOtherStreet,
   FieldWorkCountry, FieldWorkPostalCode, FieldWorkState, FieldWorkCity, FieldWorkStreet,
@@ -17,13 +17,13 @@ enum ContactField {
   FieldTitle, FieldSuffix, FieldFirstName, FieldMiddleName, FieldLastName,
   FieldSpouse, FieldChildren, FieldPager, FieldWebPage, FieldCarPhone, FieldRadioPhone, FieldMobilePhone,
   FieldOffice, FieldDepartment, FieldJobTitle, FieldCompany, FieldAssistantPhone, FieldAssistant, FieldFileAs,
-  FieldCount
+  ToolFieldCount
 };
 
 // Property number of each field, in the field order above (the value type is text).
-extern const uint16_t kFieldProperty[FieldCount];
+extern const uint16_t kFieldProperty[ToolFieldCount];
 // A short name of each field for printing ("Email1", "WorkPhone", ...).
-extern const char* const kFieldName[FieldCount];
+extern const char* const kFieldName[ToolFieldCount];
 
 struct LabelledValue {
   std::wstring label;
@@ -31,7 +31,7 @@ struct LabelledValue {
 };
 
 struct ToolContact {
-  std::wstring text[FieldCount];
+  std::wstring text[ToolFieldCount];
   uint64_t birthday = 0;     // FILETIME, 0 when none
   uint64_t anniversary = 0;  // FILETIME, 0 when none
   std::vector<std::wstring> categories;

@@ -156,10 +156,10 @@ bool ParseDate(const std::wstring& text, uint64_t* fileTime) {
 }
 
 // Puts a value into the first empty field of the list, or into the extra list with the label.
-void Place(ToolContact& c, std::initializer_list<ContactField> fields, const std::wstring& value,
+void Place(ToolContact& c, std::initializer_list<ToolField> fields, const std::wstring& value,
            std::vector<LabelledValue>& extra, const wchar_t* label) {
   if (value.empty()) return;
-  for (ContactField f : fields)
+  for (ToolField f : fields)
     if (c.text[f].empty()) {
       c.text[f] = value;
       return;
@@ -229,15 +229,15 @@ bool ApplyProperty(const Property& p, ToolContact& c, std::wstring* problem) {
     std::wstring street = Part(parts, 2);
     for (size_t i : {size_t(1), size_t(0)})
       if (!Part(parts, i).empty()) street = street.empty() ? Part(parts, i) : street + L", " + Part(parts, i);
-    ContactField fields[5];
+    ToolField fields[5];
     if (HasType(p, "WORK")) {
-      ContactField f[5] = {FieldWorkStreet, FieldWorkCity, FieldWorkState, FieldWorkPostalCode, FieldWorkCountry};
+      ToolField f[5] = {FieldWorkStreet, FieldWorkCity, FieldWorkState, FieldWorkPostalCode, FieldWorkCountry};
       std::copy(f, f + 5, fields);
     } else if (HasType(p, "HOME")) {
-      ContactField f[5] = {FieldHomeStreet, FieldHomeCity, FieldHomeState, FieldHomePostalCode, FieldHomeCountry};
+      ToolField f[5] = {FieldHomeStreet, FieldHomeCity, FieldHomeState, FieldHomePostalCode, FieldHomeCountry};
       std::copy(f, f + 5, fields);
     } else {
-      ContactField f[5] = {FieldOtherStreet, FieldOtherCity, FieldOtherState, FieldOtherPostalCode, FieldOtherCountry};
+      ToolField f[5] = {FieldOtherStreet, FieldOtherCity, FieldOtherState, FieldOtherPostalCode, FieldOtherCountry};
       std::copy(f, f + 5, fields);
     }
     c.text[fields[0]] = street;

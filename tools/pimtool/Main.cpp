@@ -1,0 +1,167 @@
+// pimtool: contacts on the device from the command line.
+//   pimtool generate N [--seed S]   add N synthetic contacts (the same N and S give the same contacts)
+//   pimtool import FILE.vcf         add the cards of a vCard file; malformed cards are reported and skipped
+//   pimtool list                    one line per contact: record id in hexadecimal and list name
+//   pimtool dump ID                 every stored field of the contact with that record id
+// Exit status: 0 done, 1 failed, 2 wrong command line.
+#include <windows.h>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include "DeviceContacts.h"
+#include "Generator.h"
+#include "Output.h"
+#include "VCard.h"
+#include "storage/ContactNames.h"
+
+namespace {
+
+int Usage() {
+  PrintError(L"usage: pimtool generate N [--seed S] | import FILE.vcf | list | dump ID");
+  return 2;
+}
+
+bool OpenDevice(ContactDatabase& database, ToolCategories& categories) {
+  if (!database.Open(nullptr)) {
+    PrintError(L"pimtool: the device's contacts database can't be opened (error " + std::to_wstring(GetLastError()) + L")");
+    return false;
+  }
+  if (!categories.Open()) {
+    PrintError(L"pimtool: the device's categories database can't be opened (error " + std::to_wstring(GetLastError()) + L")");
+    return false;
+  }
+  return true;
+}
+
+int WriteContacts(const std::vector<ToolContact>& contacts) {
+  ContactDatabase database;
+  ToolCategories categories;
+  if (!OpenDevice(database, categories)) return 1;
+  int written = 0;
+  for (const ToolContact& source : contacts) {
+    Contact contact;
+    ToContactRecord(source, categories, contact);
+    if (!database.AddContact(contact, true)) {
+      PrintError(L"pimtool: writing a contact failed (error " + std::to_wstring(GetLastError()) + L")");
+      categories.Flush();
+      return 1;
+    }
+    ++written;
+  }
+  if (!categories.Flush()) PrintError(L"pimtool: the category counts could not all be written");
+  PrintLine(L"added " + std::to_wstring(written) + L" contacts");
+  return 0;
+}
+
+int Generate(int argc, wchar_t** argv) {
+  if (argc < 3) return Usage();
+  wchar_t* end = nullptr;
+  long count = wcstol(argv[2], &end, 10);
+  if (*end || count < 0) return Usage();
+  unsigned long long seed = 1;
+  for (int i = 3; i < argc; ++i) {
+    if (wcscmp(argv[i], L"--seed") == 0 && i + 1 < argc) {
+      seed = wcstoull(argv[++i], &end, 10);
+      if (*end) return Usage();
+    } else {
+      return Usage();
+    }
+  }
+  return WriteContacts(GenerateContacts(static_cast<int>(count), seed));
+}
+
+int Import(int argc, wchar_t** argv) {
+  if (argc != 3) return Usage();
+  std::ifstream in(argv[2], std::ios::binary);
+  if (!in) {
+    PrintError(L"pimtool: can't read " + std::wstring(argv[2]));
+    return 1;
+  }
+  std::stringstream bytes;
+  bytes << in.rdbuf();
+  VCardResult result = ParseVCards(bytes.str());
+  for (const VCardProblem& problem : result.problems)
+    PrintError(std::wstring(argv[2]) + L":" + std::to_wstring(problem.line) + L": " + problem.message + L"; card skipped");
+  int status = WriteContacts(result.contacts);
+  return status;
+}
+
+int List() {
+  ContactDatabase database;
+  if (!database.Open(nullptr)) {
+    PrintError(L"pimtool: the device's contacts database can't be opened");
+    return 1;
+  }
+  ListFilter all;
+  Array<ListEntry> entries;
+  if (!database.EnumerateContacts(all, entries)) {
+    PrintError(L"pimtool: reading the contacts failed (error " + std::to_wstring(GetLastError()) + L")");
+    return 1;
+  }
+  for (int i = 0; i < entries.GetSize(); ++i) {
+    const ListEntry& entry = entries.ElementAt(i);
+    wchar_t id[16];
+    swprintf(id, 16, L"%08x", entry.oid);
+    std::wstring line = std::wstring(id) + L"  " + static_cast<const wchar_t*>(entry.name);
+    if (entry.company.GetLength() && !Str::IsEqual(entry.company, entry.name))
+      line += std::wstring(L"  (") + static_cast<const wchar_t*>(entry.company) + L")";
+    PrintLine(line);
+  }
+  PrintLine(std::to_wstring(entries.GetSize()) + L" contacts");
+  return 0;
+}
+
+int Dump(int argc, wchar_t** argv) {
+  if (argc != 3) return Usage();
+  wchar_t* end = nullptr;
+  unsigned long oid = wcstoul(argv[2], &end, 16);
+  if (*end || oid == 0) return Usage();
+  ContactDatabase database;
+  ToolCategories categories;
+  if (!OpenDevice(database, categories)) return 1;
+  Contact contact;
+  if (!database.LoadByOid(oid, contact)) {
+    PrintError(L"pimtool: no contact with the id " + std::wstring(argv[2]));
+    return 1;
+  }
+  wchar_t number[32];
+  swprintf(number, 32, L"%08x", contact.oid);
+  PrintLine(std::wstring(L"Id: ") + number);
+  for (int f = 0; f < ToolFieldCount; ++f)
+    if (contact.text[f].GetLength())
+      PrintLine(FromUtf8(kFieldName[f]) + L": " + static_cast<const wchar_t*>(contact.text[f]));
+  if (!DateText(contact.birthday).empty()) PrintLine(L"Birthday: " + DateText(contact.birthday));
+  if (!DateText(contact.anniversary).empty()) PrintLine(L"Anniversary: " + DateText(contact.anniversary));
+  if (contact.defaultItem) {
+    swprintf(number, 32, L"%08x", contact.defaultItem);
+    PrintLine(std::wstring(L"DefaultItem: ") + number);
+  }
+  std::wstring names;
+  for (uint32_t k = 0; k < contact.categories.GetLength(); ++k)
+    for (int n = 0; n < 8; ++n)
+      if (contact.categories.GetData()[k] & (1 << n)) {
+        std::wstring name = categories.NameOf(static_cast<int>(k * 8 + n));
+        if (!names.empty()) names += L", ";
+        names += name.empty() ? L"#" + std::to_wstring(k * 8 + n) : name;
+      }
+  if (!names.empty()) PrintLine(L"Categories: " + names);
+  std::wstring note = NoteText(contact);
+  if (!note.empty()) PrintLine(L"Note: " + note);
+  swprintf(number, 32, L"%08x", contact.ComputeChecksum());
+  PrintLine(std::wstring(L"Checksum: ") + number);
+  return 0;
+}
+
+}  // namespace
+
+int wmain(int argc, wchar_t** argv) {
+  if (argc < 2) return Usage();
+  std::wstring verb = argv[1];
+  if (verb == L"generate") return Generate(argc, argv);
+  if (verb == L"import") return Import(argc, argv);
+  if (verb == L"list") return List();
+  if (verb == L"dump") return Dump(argc, argv);
+  return Usage();
+}
