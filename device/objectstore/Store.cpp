@@ -685,11 +685,13 @@ DWORD WINAPI Store::ListenerMain(LPVOID param) {
 
 DWORD Store::EnsureListener() {
   if (listener_) return ERROR_SUCCESS;
+  DWORD err = Attach();  // the window class is named after the store
+  if (err) return err;
   HANDLE ready = CreateEventW(nullptr, TRUE, FALSE, nullptr);
   if (!ready) return GetLastError();
   HANDLE t = CreateThread(nullptr, 0, &Store::ListenerMain, ready, 0, nullptr);
   if (!t) {
-    DWORD err = GetLastError();
+    err = GetLastError();
     CloseHandle(ready);
     return err;
   }
