@@ -375,6 +375,32 @@ TEST_CASE("files that are too short, random, cut or flipped in their check word 
   CHECK(file.Open(files.path.c_str(), 0));
 }
 
+TEST_CASE("a path of 260 characters or more is refused") {
+  std::wstring path = TempFile(std::wstring(300, L'x'));
+  MappedFile file;
+  CHECK_FALSE(file.Create(path.c_str(), 64));
+  CHECK(GetLastError() == ERROR_FILENAME_EXCED_RANGE);
+  CHECK_FALSE(file.IsMapped());
+  CHECK_FALSE(file.Open(path.c_str(), 0));
+  CHECK(GetLastError() == ERROR_FILENAME_EXCED_RANGE);
+  CHECK_FALSE(file.IsMapped());
+}
+
+TEST_CASE("a write-back that can't create its file ends without one and leaves the stale mark") {
+  std::wstring path = TempFile(L"no_such_folder\\inside.dat");
+  testreg::DeleteTree(HKEY_CURRENT_USER, L"Software\\Zovrix\\PIM\\Settings");
+  MappedFile file;
+  REQUIRE(file.Create(path.c_str(), 512));
+  REQUIRE(SetDirtyMark(path.c_str()));
+  REQUIRE(file.Save(TRUE));
+  file.FinishSave();
+  CHECK_FALSE(file.IsSaving());
+  CHECK_FALSE(FileExists(path));
+  CHECK(IsDirtyMark(path.c_str()));
+  CHECK_FALSE(file.Save(FALSE));
+  CHECK_FALSE(FileExists(path));
+}
+
 #ifdef PAGEMARK_TEST_HOOKS
 
 namespace {
