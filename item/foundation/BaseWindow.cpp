@@ -4,6 +4,19 @@
 
 static const wchar_t kDefaultClass[] = L"ZovrixWndCls";
 
+// A class with no extra bytes, icon or menu that routes to the given shared procedure.
+static BOOL RegisterRoutedClass(const wchar_t* name, UINT style, HCURSOR cursor, HBRUSH brush,
+                                HINSTANCE instance, WNDPROC procedure) {
+  WNDCLASSW wc = {};
+  wc.style = style;
+  wc.lpfnWndProc = procedure;
+  wc.hInstance = instance;
+  wc.hCursor = cursor;
+  wc.hbrBackground = brush;
+  wc.lpszClassName = name;
+  return ::RegisterClassW(&wc) != 0;
+}
+
 BaseWindow::BaseWindow() : hwnd(nullptr), autoFit(0), className(nullptr) {}
 
 BaseWindow::~BaseWindow() {
@@ -38,14 +51,7 @@ void BaseWindow::FitToWorkArea() {
 BOOL BaseWindow::RegisterClass(const wchar_t* name, UINT style, HCURSOR cursor, HBRUSH brush,
                                HINSTANCE instance) {
   if (hwnd || !name) return FALSE;
-  WNDCLASSW wc = {};
-  wc.style = style;
-  wc.lpfnWndProc = SharedProc;
-  wc.hInstance = instance;
-  wc.hCursor = cursor;
-  wc.hbrBackground = brush;
-  wc.lpszClassName = name;
-  if (!::RegisterClassW(&wc)) return FALSE;
+  if (!RegisterRoutedClass(name, style, cursor, brush, instance, SharedProc)) return FALSE;
   size_t length = wcslen(name) + 1;
   wchar_t* copy = new (std::nothrow) wchar_t[length];
   if (!copy) return FALSE;
@@ -96,14 +102,7 @@ LRESULT ClassWindow::WindowProc(UINT message, WPARAM wParam, LPARAM lParam) {
 }
 
 BOOL ClassWindow::RegisterClass(UINT style, HBRUSH brush, HCURSOR cursor) {
-  WNDCLASSW wc = {};
-  wc.style = style;
-  wc.lpfnWndProc = SharedProc;
-  wc.hInstance = instance;
-  wc.hCursor = cursor;
-  wc.hbrBackground = brush;
-  wc.lpszClassName = className;
-  return ::RegisterClassW(&wc) != 0;
+  return RegisterRoutedClass(className, style, cursor, brush, instance, SharedProc);
 }
 
 void ClassWindow::UnregisterClass() {

@@ -6,6 +6,16 @@ namespace {
 
 const wchar_t kItemKey[] = L"Software\\Microsoft\\Today\\Items\\Pagemark";
 
+// The item's key, made when missing; null when the registry refuses.
+HKEY OpenItemKey() {
+  HKEY key = nullptr;
+  DWORD disposition = 0;
+  if (RegCreateKeyExW(HKEY_LOCAL_MACHINE, kItemKey, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, &disposition) !=
+      ERROR_SUCCESS)
+    return nullptr;
+  return key;
+}
+
 BOOL WriteDword(HKEY key, const wchar_t* name, DWORD value) {
   return RegSetValueExW(key, name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), sizeof value) ==
          ERROR_SUCCESS;
@@ -24,11 +34,8 @@ extern "C" HWND InitializeCustomItem(TODAYLISTITEM* item, HWND parent) {
 }
 
 extern "C" BOOL RegisterTodayItem() {
-  HKEY key = nullptr;
-  DWORD disposition = 0;
-  if (RegCreateKeyExW(HKEY_LOCAL_MACHINE, kItemKey, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, &disposition) !=
-      ERROR_SUCCESS)
-    return FALSE;
+  HKEY key = OpenItemKey();
+  if (!key) return FALSE;
   wchar_t path[MAX_PATH] = {0};
   GetModuleFileNameW(g_hModule, path, MAX_PATH);
   DWORD bytes = static_cast<DWORD>((wcslen(path) + 1) * sizeof(wchar_t));
@@ -43,11 +50,8 @@ extern "C" BOOL UnRegisterTodayItem() { return RegDeleteKeyW(HKEY_LOCAL_MACHINE,
 
 extern "C" BOOL IsTodayRegistered() {
   // Opened with create on purpose: an empty key stays behind when none was there.
-  HKEY key = nullptr;
-  DWORD disposition = 0;
-  if (RegCreateKeyExW(HKEY_LOCAL_MACHINE, kItemKey, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, &disposition) !=
-      ERROR_SUCCESS)
-    return FALSE;
+  HKEY key = OpenItemKey();
+  if (!key) return FALSE;
   DWORD type = 0, value = 0, size = sizeof value;
   LONG result = RegQueryValueExW(key, L"Enabled", nullptr, &type, reinterpret_cast<BYTE*>(&value), &size);
   RegCloseKey(key);
