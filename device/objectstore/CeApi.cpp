@@ -60,6 +60,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <new>
 
 #include "Store.h"
 #include "windbase.h"
@@ -72,6 +73,17 @@ template <typename T>
 T Fail(DWORD error, T result) {
   SetLastError(error);
   return result;
+}
+
+// The engine's containers may throw std::bad_alloc; a C caller gets the platform's answer instead.
+template <typename T, typename F>
+T Guarded(T fail, F&& body) {
+  try {
+    return body();
+  } catch (const std::bad_alloc&) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return fail;
+  }
 }
 
 bool GuidIsStore(const CEGUID* g) { return !g || CHECK_SYSTEMGUID(g) || CHECK_INVALIDGUID(g); }
@@ -484,9 +496,9 @@ BOOL OidGetInfo(const CEGUID* guid, CEOID oid, CEOIDINFO* info) {
 
 }  // namespace
 
-extern "C" {
+namespace {
 
-HANDLE CeFindFirstDatabase(DWORD dwDbaseType) {
+HANDLE FindFirstImpl(DWORD dwDbaseType) {
   ApiLock lock;
   Store& s = Store::Get();
   DWORD err = s.Sync();
@@ -500,46 +512,20 @@ HANDLE CeFindFirstDatabase(DWORD dwDbaseType) {
   return Fail(ERROR_SUCCESS, h);
 }
 
-CEOID CeFindNextDatabase(HANDLE hEnum) {
+CEOID FindNextImpl(HANDLE hEnum) {
   ApiLock lock;
   Store& s = Store::Get();
+  DWORD err = s.Sync();  // may drop closed handles from the table: look the handle up after it
+  if (err) return Fail<CEOID>(err, 0);
   Enumeration* en = s.EnumHandle(hEnum);
   if (!en) return Fail<CEOID>(ERROR_INVALID_PARAMETER, 0);
-  DWORD err = s.Sync();
-  if (err) return Fail<CEOID>(err, 0);
   if (en->next >= en->oids.size()) return Fail<CEOID>(ERROR_NO_MORE_ITEMS, 0);
   CEOID oid = en->oids[en->next++];
   if (!s.Img().FindDb(oid)) return Fail<CEOID>(ERROR_KEY_DELETED, 0);
   return Fail<CEOID>(ERROR_SUCCESS, oid);
 }
 
-CEOID CeCreateDatabase(LPWSTR lpszName, DWORD dwDbaseType, WORD wNumSortOrder, SORTORDERSPEC* rgSortSpecs) {
-  return CreateDb(lpszName, dwDbaseType, wNumSortOrder, rgSortSpecs, 0);
-}
-
-CEOID CeCreateDatabaseEx(PCEGUID pceguid, CEDBASEINFO* pInfo) {
-  if (!pInfo || !GuidIsStore(pceguid) || !(pInfo->dwFlags & CEDB_VALIDNAME)) {
-    return Fail<CEOID>(ERROR_INVALID_PARAMETER, 0);
-  }
-  WCHAR name[CEDB_MAXDBASENAMELEN + 1];
-  std::memcpy(name, pInfo->szDbaseName, sizeof pInfo->szDbaseName);
-  name[CEDB_MAXDBASENAMELEN] = 0;
-  DWORD type = (pInfo->dwFlags & CEDB_VALIDTYPE) ? pInfo->dwDbaseType : 0;
-  WORD sorts = (pInfo->dwFlags & CEDB_VALIDSORTSPEC) ? pInfo->wNumSortOrder : 0;
-  DWORD flags = (pInfo->dwFlags & CEDB_VALIDDBFLAGS) ? pInfo->dwFlags : 0;
-  return CreateDb(name, type, sorts, pInfo->rgSortSpecs, flags);
-}
-
-HANDLE CeOpenDatabase(PCEOID poid, LPWSTR lpszName, CEPROPID propid, DWORD dwFlags, HWND hwndNotify) {
-  return OpenDbImpl(nullptr, poid, lpszName, propid, dwFlags, nullptr, hwndNotify);
-}
-
-HANDLE CeOpenDatabaseEx(PCEGUID pceguid, PCEOID poid, LPWSTR lpszName, CEPROPID propid, DWORD dwFlags,
-                        CENOTIFYREQUEST* pRequest) {
-  return OpenDbImpl(pceguid, poid, lpszName, propid, dwFlags, pRequest, nullptr);
-}
-
-BOOL CeDeleteDatabase(CEOID oidDbase) {
+BOOL DeleteDbImpl(CEOID oidDbase) {
   ApiLock lock;
   Store& s = Store::Get();
   DWORD err = s.Commit([&](std::string& entry) -> DWORD {
@@ -560,17 +546,7 @@ BOOL CeDeleteDatabase(CEOID oidDbase) {
   return Fail<BOOL>(ERROR_SUCCESS, TRUE);
 }
 
-BOOL CeOidGetInfo(CEOID oid, CEOIDINFO* oidInfo) { return OidGetInfo(nullptr, oid, oidInfo); }
-
-BOOL CeOidGetInfoEx(PCEGUID pceguid, CEOID oid, CEOIDINFO* oidInfo) { return OidGetInfo(pceguid, oid, oidInfo); }
-
-BOOL CeSetDatabaseInfo(CEOID oidDbase, CEDBASEINFO* pNewInfo) { return SetDbInfo(nullptr, oidDbase, pNewInfo); }
-
-BOOL CeSetDatabaseInfoEx(PCEGUID pceguid, CEOID oidDbase, CEDBASEINFO* pNewInfo) {
-  return SetDbInfo(pceguid, oidDbase, pNewInfo);
-}
-
-CEOID CeSeekDatabase(HANDLE hDatabase, DWORD dwSeekType, DWORD_PTR dwValue, LPDWORD lpdwIndex) {
+CEOID SeekImpl(HANDLE hDatabase, DWORD dwSeekType, DWORD_PTR dwValue, LPDWORD lpdwIndex) {
   ApiLock lock;
   Store& s = Store::Get();
   DWORD err = s.Sync();
@@ -659,17 +635,7 @@ CEOID CeSeekDatabase(HANDLE hDatabase, DWORD dwSeekType, DWORD_PTR dwValue, LPDW
   return Fail<CEOID>(ERROR_SUCCESS, (*c.order)[static_cast<size_t>(target)]->oid);
 }
 
-CEOID CeReadRecordProps(HANDLE hDbase, DWORD dwFlags, LPWORD lpcPropID, CEPROPID* rgPropID, LPBYTE* lplpBuffer,
-                        LPDWORD lpcbBuffer) {
-  return ReadProps(hDbase, dwFlags, lpcPropID, rgPropID, lplpBuffer, lpcbBuffer, nullptr);
-}
-
-CEOID CeReadRecordPropsEx(HANDLE hDbase, DWORD dwFlags, LPWORD lpcPropID, CEPROPID* rgPropID, LPBYTE* lplpBuffer,
-                          LPDWORD lpcbBuffer, HANDLE hHeap) {
-  return ReadProps(hDbase, dwFlags, lpcPropID, rgPropID, lplpBuffer, lpcbBuffer, hHeap);
-}
-
-CEOID CeWriteRecordProps(HANDLE hDbase, CEOID oidRecord, WORD cPropID, CEPROPVAL* rgPropVal) {
+CEOID WriteImpl(HANDLE hDbase, CEOID oidRecord, WORD cPropID, CEPROPVAL* rgPropVal) {
   if (cPropID == 0 || !rgPropVal) return Fail<CEOID>(ERROR_INVALID_PARAMETER, 0);
   // The caller's values are taken in before anything else: its pointers may point anywhere.
   struct Change {
@@ -740,7 +706,7 @@ CEOID CeWriteRecordProps(HANDLE hDbase, CEOID oidRecord, WORD cPropID, CEPROPVAL
   return Fail<CEOID>(ERROR_SUCCESS, result);
 }
 
-BOOL CeDeleteRecord(HANDLE hDatabase, CEOID oidRecord) {
+BOOL DeleteRecordImpl(HANDLE hDatabase, CEOID oidRecord) {
   ApiLock lock;
   Store& s = Store::Get();
   DWORD err = s.Sync();
@@ -774,11 +740,93 @@ BOOL CeDeleteRecord(HANDLE hDatabase, CEOID oidRecord) {
   return Fail<BOOL>(ERROR_SUCCESS, TRUE);
 }
 
+}  // namespace
+
+extern "C" {
+
+CEOID CeCreateDatabase(LPWSTR lpszName, DWORD dwDbaseType, WORD wNumSortOrder, SORTORDERSPEC* rgSortSpecs) {
+  return Guarded<CEOID>(0, [&] { return CreateDb(lpszName, dwDbaseType, wNumSortOrder, rgSortSpecs, 0); });
+}
+
+CEOID CeCreateDatabaseEx(PCEGUID pceguid, CEDBASEINFO* pInfo) {
+  if (!pInfo || !GuidIsStore(pceguid) || !(pInfo->dwFlags & CEDB_VALIDNAME)) {
+    return Fail<CEOID>(ERROR_INVALID_PARAMETER, 0);
+  }
+  WCHAR name[CEDB_MAXDBASENAMELEN + 1];
+  std::memcpy(name, pInfo->szDbaseName, sizeof pInfo->szDbaseName);
+  name[CEDB_MAXDBASENAMELEN] = 0;
+  DWORD type = (pInfo->dwFlags & CEDB_VALIDTYPE) ? pInfo->dwDbaseType : 0;
+  WORD sorts = (pInfo->dwFlags & CEDB_VALIDSORTSPEC) ? pInfo->wNumSortOrder : 0;
+  DWORD flags = (pInfo->dwFlags & CEDB_VALIDDBFLAGS) ? pInfo->dwFlags : 0;
+  return Guarded<CEOID>(0, [&] { return CreateDb(name, type, sorts, pInfo->rgSortSpecs, flags); });
+}
+
+HANDLE CeOpenDatabase(PCEOID poid, LPWSTR lpszName, CEPROPID propid, DWORD dwFlags, HWND hwndNotify) {
+  return Guarded(INVALID_HANDLE_VALUE,
+                 [&] { return OpenDbImpl(nullptr, poid, lpszName, propid, dwFlags, nullptr, hwndNotify); });
+}
+
+HANDLE CeOpenDatabaseEx(PCEGUID pceguid, PCEOID poid, LPWSTR lpszName, CEPROPID propid, DWORD dwFlags,
+                        CENOTIFYREQUEST* pRequest) {
+  return Guarded(INVALID_HANDLE_VALUE,
+                 [&] { return OpenDbImpl(pceguid, poid, lpszName, propid, dwFlags, pRequest, nullptr); });
+}
+
+BOOL CeOidGetInfo(CEOID oid, CEOIDINFO* oidInfo) {
+  return Guarded<BOOL>(FALSE, [&] { return OidGetInfo(nullptr, oid, oidInfo); });
+}
+
+BOOL CeOidGetInfoEx(PCEGUID pceguid, CEOID oid, CEOIDINFO* oidInfo) {
+  return Guarded<BOOL>(FALSE, [&] { return OidGetInfo(pceguid, oid, oidInfo); });
+}
+
+BOOL CeSetDatabaseInfo(CEOID oidDbase, CEDBASEINFO* pNewInfo) {
+  return Guarded<BOOL>(FALSE, [&] { return SetDbInfo(nullptr, oidDbase, pNewInfo); });
+}
+
+BOOL CeSetDatabaseInfoEx(PCEGUID pceguid, CEOID oidDbase, CEDBASEINFO* pNewInfo) {
+  return Guarded<BOOL>(FALSE, [&] { return SetDbInfo(pceguid, oidDbase, pNewInfo); });
+}
+
+CEOID CeReadRecordProps(HANDLE hDbase, DWORD dwFlags, LPWORD lpcPropID, CEPROPID* rgPropID, LPBYTE* lplpBuffer,
+                        LPDWORD lpcbBuffer) {
+  return Guarded<CEOID>(0, [&] { return ReadProps(hDbase, dwFlags, lpcPropID, rgPropID, lplpBuffer, lpcbBuffer, nullptr); });
+}
+
+CEOID CeReadRecordPropsEx(HANDLE hDbase, DWORD dwFlags, LPWORD lpcPropID, CEPROPID* rgPropID, LPBYTE* lplpBuffer,
+                          LPDWORD lpcbBuffer, HANDLE hHeap) {
+  return Guarded<CEOID>(0, [&] { return ReadProps(hDbase, dwFlags, lpcPropID, rgPropID, lplpBuffer, lpcbBuffer, hHeap); });
+}
+
 BOOL CeFreeNotification(PCENOTIFYREQUEST pRequest, PCENOTIFICATION pNotify) {
   if (!pRequest || !pNotify) return Fail<BOOL>(ERROR_INVALID_PARAMETER, FALSE);
   HANDLE heap = pRequest->hHeap ? pRequest->hHeap : GetProcessHeap();
   if (!HeapFree(heap, 0, pNotify)) return Fail<BOOL>(ERROR_INVALID_PARAMETER, FALSE);
   return Fail<BOOL>(ERROR_SUCCESS, TRUE);
+}
+
+HANDLE CeFindFirstDatabase(DWORD dwDbaseType) {
+  return Guarded(INVALID_HANDLE_VALUE, [&] { return FindFirstImpl(dwDbaseType); });
+}
+
+CEOID CeFindNextDatabase(HANDLE hEnum) {
+  return Guarded<CEOID>(0, [&] { return FindNextImpl(hEnum); });
+}
+
+BOOL CeDeleteDatabase(CEOID oidDbase) {
+  return Guarded<BOOL>(FALSE, [&] { return DeleteDbImpl(oidDbase); });
+}
+
+CEOID CeSeekDatabase(HANDLE hDatabase, DWORD dwSeekType, DWORD_PTR dwValue, LPDWORD lpdwIndex) {
+  return Guarded<CEOID>(0, [&] { return SeekImpl(hDatabase, dwSeekType, dwValue, lpdwIndex); });
+}
+
+CEOID CeWriteRecordProps(HANDLE hDbase, CEOID oidRecord, WORD cPropID, CEPROPVAL* rgPropVal) {
+  return Guarded<CEOID>(0, [&] { return WriteImpl(hDbase, oidRecord, cPropID, rgPropVal); });
+}
+
+BOOL CeDeleteRecord(HANDLE hDatabase, CEOID oidRecord) {
+  return Guarded<BOOL>(FALSE, [&] { return DeleteRecordImpl(hDatabase, oidRecord); });
 }
 
 }  // extern "C"

@@ -34,6 +34,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <new>
 
 namespace objstore {
 
@@ -144,6 +145,8 @@ int Store::SlotOf(const Database* db, CEPROPID sortProp) {
 
 // ---- Attaching ---------------------------------------------------------------------------------------
 
+// The store is chosen once per process, at its first Ce call: PAGEMARK_OBJECT_STORE if set, else the
+// device's \windows\objectstore.cdb. Its log is the same path with the extension ".log".
 DWORD Store::Attach() {
   if (attached_) return ERROR_SUCCESS;
   wchar_t buf[MAX_PATH * 2];
@@ -217,10 +220,23 @@ DWORD Store::Sync() {
   err = AcquireMutex();
   if (err) return err;
   std::vector<Change> changes;
-  err = CatchUpLocked(&changes);
+  try {
+    err = CatchUpLocked(&changes);
+  } catch (...) {
+    DropImageLocked();
+    ReleaseStoreMutex();
+    throw;
+  }
   ReleaseStoreMutex();
   Dispatch(changes);
   return err;
+}
+
+void Store::DropImageLocked() {
+  // Out of memory half-way through: forget everything and read the file anew next time.
+  CloseFile();
+  image_.Reset(kFirstOid);
+  state_ = State::Detached;
 }
 
 DWORD Store::Commit(const std::function<DWORD(std::string& entry)>& prepare) {
@@ -229,10 +245,26 @@ DWORD Store::Commit(const std::function<DWORD(std::string& entry)>& prepare) {
   err = AcquireMutex();
   if (err) return err;
   std::vector<Change> changes;
-  err = CatchUpLocked(&changes);
+  bool wrote = false;
+  try {
+    err = CommitLocked(prepare, &changes, &wrote);
+  } catch (...) {
+    DropImageLocked();
+    ReleaseStoreMutex();
+    throw;
+  }
+  ReleaseStoreMutex();
+  Dispatch(changes);
+  if (wrote) Broadcast();
+  return err;
+}
+
+DWORD Store::CommitLocked(const std::function<DWORD(std::string& entry)>& prepare, std::vector<Change>* out,
+                          bool* wrote) {
+  std::vector<Change>& changes = *out;
+  DWORD err = CatchUpLocked(&changes);
   std::string entry;
   if (!err) err = prepare(entry);
-  bool wrote = false;
   if (!err && !entry.empty()) {
     LARGE_INTEGER at;
     at.QuadPart = static_cast<LONGLONG>(appliedEnd_);
@@ -264,13 +296,10 @@ DWORD Store::Commit(const std::function<DWORD(std::string& entry)>& prepare) {
         appliedEnd_ += entry.size();
         if (c.kind) changes.push_back(c);
         Publish();
-        wrote = true;
+        *wrote = true;
       }
     }
   }
-  ReleaseStoreMutex();
-  Dispatch(changes);
-  if (wrote) Broadcast();
   return err;
 }
 
@@ -653,9 +682,12 @@ void Store::Broadcast() {
 LRESULT CALLBACK Store::ListenerProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   Store& s = Store::Get();
   if ((msg == s.changedMsg_ && msg != 0) || msg == WM_TIMER) {
-    s.Lock();
-    s.Sync();
-    s.Unlock();
+    ApiLock lock;
+    try {
+      s.Sync();
+    } catch (const std::bad_alloc&) {
+      // Nothing to tell anyone now; the next look, a second later at most, tries again.
+    }
     return 0;
   }
   return DefWindowProcW(hwnd, msg, wp, lp);

@@ -88,7 +88,10 @@ class Store {
   DWORD Attach();
   DWORD AcquireMutex();
   void ReleaseStoreMutex();
+  DWORD CommitLocked(const std::function<DWORD(std::string& entry)>& prepare, std::vector<Change>* changes,
+                     bool* wrote);
   DWORD CatchUpLocked(std::vector<Change>* changes);
+  void DropImageLocked();
   DWORD LoadLocked();
   DWORD CreateFileLocked();
   DWORD ApplyRange(uint64_t from, uint64_t to, std::vector<Change>* changes);
