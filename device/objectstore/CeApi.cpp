@@ -94,13 +94,13 @@ std::wstring TruncatedName(const wchar_t* name) {
   return s;
 }
 
-DWORD CheckSorts(WORD count, const SORTORDERSPEC* specs) {
+DWORD CheckSorts(WORD count, const SORTORDERSPEC* orders) {
   if (count > CEDB_MAXSORTORDER) return ERROR_INVALID_PARAMETER;
-  if (count && !specs) return ERROR_INVALID_PARAMETER;
+  if (count && !orders) return ERROR_INVALID_PARAMETER;
   for (WORD i = 0; i < count; ++i) {
-    if (!IsStoredType(TypeFromPropID(specs[i].propid))) return ERROR_INVALID_PARAMETER;
+    if (!IsStoredType(TypeFromPropID(orders[i].propid))) return ERROR_INVALID_PARAMETER;
     for (WORD j = 0; j < i; ++j) {
-      if (specs[j].propid == specs[i].propid) return ERROR_INVALID_PARAMETER;
+      if (orders[j].propid == orders[i].propid) return ERROR_INVALID_PARAMETER;
     }
   }
   return ERROR_SUCCESS;
@@ -592,14 +592,14 @@ CEOID SeekImpl(HANDLE hDatabase, DWORD dwSeekType, DWORD_PTR dwValue, LPDWORD lp
     case CEDB_SEEK_VALUENEXTEQUAL: {
       const CEPROPVAL* pv = reinterpret_cast<const CEPROPVAL*>(dwValue);
       if (c.slot < 0 || !pv) return Fail<CEOID>(ERROR_INVALID_PARAMETER, 0);
-      const SORTORDERSPEC& spec = c.db->desc.sorts[static_cast<size_t>(c.slot)];
-      if (TypeFromPropID(pv->propid) != TypeFromPropID(spec.propid)) return Fail<CEOID>(ERROR_INVALID_PARAMETER, 0);
+      const SORTORDERSPEC& order = c.db->desc.sorts[static_cast<size_t>(c.slot)];
+      if (TypeFromPropID(pv->propid) != TypeFromPropID(order.propid)) return Fail<CEOID>(ERROR_INVALID_PARAMETER, 0);
       if (TypeFromPropID(pv->propid) == CEVT_BLOB && pv->val.blob.dwCount && !pv->val.blob.lpb) {
         return Fail<CEOID>(ERROR_INVALID_PARAMETER, 0);
       }
-      SortKey key = KeyOfValue(*pv, spec.dwFlags);
+      SortKey key = KeyOfValue(*pv, order.dwFlags);
       std::vector<Record*>& v = *c.order;
-      auto cmp = [&](int64_t i) { return CompareKeys(v[static_cast<size_t>(i)]->keys[c.slot], key, spec.dwFlags); };
+      auto cmp = [&](int64_t i) { return CompareKeys(v[static_cast<size_t>(i)]->keys[c.slot], key, order.dwFlags); };
       auto known = [&](int64_t i) { return v[static_cast<size_t>(i)]->keys[c.slot].known; };
       if (dwSeekType == CEDB_SEEK_VALUEFIRSTEQUAL) {
         int64_t i = static_cast<int64_t>(img.ValueBound(c.db, c.slot, key, false));
