@@ -37,7 +37,7 @@ Str TextOf(const DbRecord& record, WORD number)
 
 } // namespace
 
-ContactDatabase::ContactDatabase() : m_categoryCounter(nullptr)
+ContactDatabase::ContactDatabase() : m_categoryCounter(&m_categories)
 {
 }
 
@@ -50,7 +50,7 @@ bool ContactDatabase::Open(CENOTIFYREQUEST* notifyRequest)
 {
     if (!m_contacts.Open(kContactsDatabaseName, 0, notifyRequest))
         return false;
-    return m_categories.Open(kCategoriesDatabaseName, kCategoryPositionId, nullptr);
+    return m_categories.Open();
 }
 
 void ContactDatabase::Close()

@@ -9,6 +9,7 @@
 #include "storage/CategoryCounter.h"
 #include "storage/Contact.h"
 #include "storage/DbDatabase.h"
+#include "storage/PPC2003CategoryDBManager.h"
 
 #include <windows.h>
 #include <windbase.h>
@@ -57,8 +58,9 @@ public:
     bool GetCountAndTime(FILETIME& time, DWORD& count) const;
 
     DbDatabase& Contacts() { return m_contacts; }
-    DbDatabase& Categories() { return m_categories; }
-    // The category use counters that writes keep; null counts nothing.
+    CategoriesDBManager& Categories() { return m_categories; }
+    // The category use counters that writes keep: the categories database's own from construction;
+    // null counts nothing.
     void SetCategoryCounter(CategoryCounter* counter) { m_categoryCounter = counter; }
     CategoryCounter* GetCategoryCounter() const { return m_categoryCounter; }
 
@@ -113,6 +115,6 @@ private:
     bool CompaniesInOrder(DbDatabase& database, Array<Str>& companies);
 
     DbDatabase m_contacts;
-    DbDatabase m_categories;
+    CategoriesDBManager m_categories;
     CategoryCounter* m_categoryCounter;
 };
