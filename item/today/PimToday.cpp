@@ -6,6 +6,7 @@
 #include "presentation/ContactTemplate.h"
 #include "presentation/Skin.h"
 #include "sync/PimSync.h"
+#include "sync/SyncMessageHandler.h"
 #include "today/StartupProbe.h"
 
 CPimToday* g_pimToday = nullptr;
@@ -86,10 +87,10 @@ HWND CPimToday::Init(HWND parent, HINSTANCE hinstDLL) {
   StartupProbe(10);
 
   // 11. Without the shared block every flag reads 0 later on.
-  if (!g_pimSync) g_pimSync = new (std::nothrow) PimSync;
-  if (g_pimSync && g_pimSync->Open()) {
-    g_pimSync->Register(hwnd);
-    for (int flag : kFlagsClearedAtStart) g_pimSync->SetFlag(flag, FALSE);
+  PimSync* sync = PimSync::GetInstance();
+  if (sync->Open()) {
+    sync->Register(hwnd);
+    for (int flag : kFlagsClearedAtStart) sync->SetFlag(flag, 0);
   }
   StartupProbe(11);
 
@@ -173,8 +174,7 @@ void CPimToday::Shutdown() {
   // 6.
   if (g_pimSync) {
     g_pimSync->Unregister(hwnd);
-    delete g_pimSync;
-    g_pimSync = nullptr;
+    PimSync::DestroyInstance();
   }
 }
 
@@ -243,7 +243,7 @@ LRESULT CPimToday::OnQueryRefreshCache(TODAYLISTITEM* item) {
   BOOL groupsChanged = sync && (sync->GetFlag(0) || sync->GetFlag(1));
   if (!groupsChanged) {
     if (sync && sync->GetFlag(7)) {
-      sync->SetFlag(7, FALSE);
+      sync->SetFlag(7, 0);
       int increments = static_cast<int>(GetSettingDword(SECTION_ABC, L"IncrH", 0));
       bar.SetExtraHeight(increments * ScaleX(2));
       item->cyp = bar.Height();
@@ -346,6 +346,8 @@ LRESULT CPimToday::WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM l
     case WM_TODAYCUSTOM_ACTION:
       return OnAction();
     default:
+      // The coordinator's registered messages go to the contact data side.
+      if (DispatchSyncMessage(g_syncMessageHandler, message, wParam, lParam)) return 0;
       return DefWindowProcW(window, message, wParam, lParam);
   }
 }
