@@ -141,20 +141,22 @@ void PropsStore::CancelSave() { file.CancelSave(); }
 
 // --- header ---------------------------------------------------------------------------------------------
 
-uint32_t PropsStore::RecordCount() const { return data != nullptr ? Word(kCountOffset) : 0; }
+BOOL PropsStore::HasHeader() const { return data != nullptr && length >= kHeaderSize; }
 
-uint32_t PropsStore::FirstRecord() const { return data != nullptr ? Word(kFirstRecordOffset) : 0; }
+uint32_t PropsStore::RecordCount() const { return HasHeader() ? Word(kCountOffset) : 0; }
+
+uint32_t PropsStore::FirstRecord() const { return HasHeader() ? Word(kFirstRecordOffset) : 0; }
 
 void PropsStore::SetInChange(BYTE value) {
-  if (data == nullptr) return;
+  if (!HasHeader()) return;
   CancelSave();
   data[kInChangeOffset] = value;
 }
 
-BYTE PropsStore::GetInChange() const { return data != nullptr ? data[kInChangeOffset] : 0; }
+BYTE PropsStore::GetInChange() const { return HasHeader() ? data[kInChangeOffset] : 0; }
 
 void PropsStore::SetDbState(const FILETIME& time) {
-  if (data == nullptr) return;
+  if (!HasHeader()) return;
   CancelSave();
   SetWord(kTimeOffset, time.dwLowDateTime);
   SetWord(kTimeOffset + 4, time.dwHighDateTime);
@@ -162,7 +164,7 @@ void PropsStore::SetDbState(const FILETIME& time) {
 
 FILETIME PropsStore::GetDbState() const {
   FILETIME time = {0, 0};
-  if (data == nullptr) return time;
+  if (!HasHeader()) return time;
   time.dwLowDateTime = Word(kTimeOffset);
   time.dwHighDateTime = Word(kTimeOffset + 4);
   return time;
@@ -170,7 +172,7 @@ FILETIME PropsStore::GetDbState() const {
 
 BOOL PropsStore::IsNeedInspect(const FILETIME& time, uint32_t count, BOOL countOnly) const {
   // A store that isn't open reflects no database at all.
-  if (data == nullptr) return TRUE;
+  if (!HasHeader()) return TRUE;
   FILETIME stored = GetDbState();
   BOOL timeDiffers = stored.dwLowDateTime != time.dwLowDateTime || stored.dwHighDateTime != time.dwHighDateTime;
   if (timeDiffers) {
@@ -329,7 +331,7 @@ uint32_t PropsStore::RecordSize(const ContactExtended& block) { return PropsReco
 // --- records ---------------------------------------------------------------------------------------------
 
 uint32_t PropsStore::AddRecord(const ContactExtended& block, uint32_t checksum) {
-  if (data == nullptr) {
+  if (!HasHeader()) {
     SetLastError(ERROR_INVALID_HANDLE);
     return 0;
   }
@@ -443,7 +445,7 @@ BOOL PropsStore::UpdateRecord(uint32_t offset, const Contact& contact) {
 }
 
 BOOL PropsStore::DeleteRecord(uint32_t offset) {
-  if (data == nullptr) {
+  if (!HasHeader()) {
     SetLastError(ERROR_INVALID_HANDLE);
     return FALSE;
   }

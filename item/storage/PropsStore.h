@@ -179,6 +179,8 @@ class PropsStore {
   PropsStore(const PropsStore&);
   PropsStore& operator=(const PropsStore&);
 
+  // Open with data at least as long as the header: nothing of the header is read or written otherwise.
+  BOOL HasHeader() const;
   // Fetches the data's address and length from the file and remakes the pool over them.
   void Attach(uint32_t dataLength);
   // Whether `offset` is where a block of the pool starts and the block lies in the used region.
