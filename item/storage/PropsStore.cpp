@@ -289,10 +289,12 @@ BOOL PropsStore::TakeBlocks(uint32_t count, Array<uint32_t>& blocks) {
   for (uint32_t i = 0; i < count; ++i) {
     BYTE* block = pool.TakeBlock();
     if (block == nullptr) {
-      // All or none: what was taken goes back, the last first, so the pool is as it was.
+      // A ring that has members but gives none is damaged; otherwise the pool is simply full.
+      DWORD error = pool.FreeHead() != 0 ? ERROR_INVALID_DATA : kMappingFullError;
+      // All or none: what was taken goes back, the last first, so the pool holds the same blocks again.
       for (int j = blocks.GetSize() - 1; j >= 0; --j) pool.GiveBlock(data + blocks[j]);
       blocks.RemoveAll();
-      SetLastError(kMappingFullError);
+      SetLastError(error);
       return FALSE;
     }
     blocks.Add(static_cast<uint32_t>(block - data));
@@ -362,7 +364,10 @@ uint32_t PropsStore::AddRecord(const ContactExtended& block, uint32_t checksum) 
     SetWord(record + kNextRecordField, record);
     SetWord(kFirstRecordOffset, record);
   } else {
-    // Into the ring just before the first record.
+    // Into the ring just before the first record. The ring is kept closed both ways (the first
+    // record's previous link follows too, and DeleteRecord moves the first-record field on), so that
+    // no link ever names a freed block: such a block may come back as a further block of another
+    // record, and writing a link through it would overwrite that record's data.
     uint32_t last = Word(first + kPrevRecordField);
     SetWord(record + kNextRecordField, first);
     SetWord(record + kPrevRecordField, last);
