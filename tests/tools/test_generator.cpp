@@ -9,7 +9,10 @@ bool SameContact(const ToolContact& a, const ToolContact& b) {
   for (int f = 0; f < ToolFieldCount; ++f)
     if (a.text[f] != b.text[f]) return false;
   return a.birthday == b.birthday && a.anniversary == b.anniversary && a.categories == b.categories &&
-         a.note == b.note && a.phones.size() == b.phones.size() && a.emails.size() == b.emails.size();
+         a.note == b.note && a.phones.size() == b.phones.size() && a.emails.size() == b.emails.size() &&
+         a.messengers.size() == b.messengers.size() && a.addresses.size() == b.addresses.size() &&
+         a.people.size() == b.people.size() && a.dates.size() == b.dates.size() && a.links.size() == b.links.size() &&
+         a.otherValues.size() == b.otherValues.size() && a.photo == b.photo && a.richNote == b.richNote;
 }
 
 bool HasCyrillic(const std::wstring& text) {
@@ -82,4 +85,39 @@ TEST_CASE("dates are file times of real calendar days") {
   CHECK(DateToFileTime(1601, 1, 2) == 864000000000ULL);
   CHECK(DateToFileTime(2000, 3, 1) - DateToFileTime(2000, 2, 28) == 2 * 864000000000ULL);
   CHECK(DateToFileTime(1970, 1, 1) == 116444736000000000ULL);
+}
+
+TEST_CASE("generated contacts carry every kind of extended data, and some keep their Note rich") {
+  std::vector<ToolContact> contacts = GenerateContacts(2000, 1);
+  int messengers = 0, addresses = 0, people = 0, dates = 0, links = 0, others = 0, photos = 0, rich = 0,
+      richWithoutNote = 0, escaped = 0, cyrillic = 0;
+  for (const ToolContact& c : contacts) {
+    if (!c.messengers.empty()) ++messengers;
+    if (!c.addresses.empty()) ++addresses;
+    if (!c.people.empty()) ++people;
+    if (!c.dates.empty()) ++dates;
+    if (!c.links.empty()) ++links;
+    if (!c.otherValues.empty()) ++others;
+    if (!c.photo.empty()) ++photos;
+    if (c.richNote) ++rich;
+    if (c.richNote && c.note.empty()) ++richWithoutNote;
+    for (const LabelledValue& value : c.otherValues)
+      if (value.label.find_first_of(L"[];:\\") != std::wstring::npos || value.value.find_first_of(L"[];:\\") != std::wstring::npos)
+        ++escaped;
+    for (const ToolAddress& address : c.addresses)
+      if (HasCyrillic(address.label)) ++cyrillic;
+    for (const ToolMessenger& messenger : c.messengers) CHECK(!messenger.id.empty());
+    for (const ToolAddress& address : c.addresses) CHECK(!address.parts[0].empty());
+  }
+  CHECK(messengers > 150);
+  CHECK(addresses > 60);
+  CHECK(people > 120);
+  CHECK(dates > 100);
+  CHECK(links > 50);
+  CHECK(others > 80);
+  CHECK(photos > 120);
+  CHECK(rich > 80);
+  CHECK(richWithoutNote == 0);
+  CHECK(escaped > 5);
+  CHECK(cyrillic > 10);
 }

@@ -85,6 +85,39 @@ std::string Utf8(const std::wstring& text) {
   return out;
 }
 
+std::string DateOf(uint64_t fileTime) {
+  FILETIME time = {static_cast<DWORD>(fileTime), static_cast<DWORD>(fileTime >> 32)};
+  SYSTEMTIME date;
+  FileTimeToSystemTime(&time, &date);
+  char text[16];
+  snprintf(text, sizeof text, "%04u-%02u-%02u", date.wYear, date.wMonth, date.wDay);
+  return text;
+}
+
+// The lines dump prints for the extended data of a tool contact.
+std::vector<std::string> ExpectedExtendedLines(const ToolContact& c) {
+  std::vector<std::string> lines;
+  auto pairs = [&lines](const char* name, const std::vector<LabelledValue>& list) {
+    for (const LabelledValue& pair : list) lines.push_back(std::string(name) + " (" + Utf8(pair.label) + "): " + Utf8(pair.value));
+  };
+  pairs("Phone", c.phones);
+  pairs("Email", c.emails);
+  for (const ToolMessenger& m : c.messengers)
+    lines.push_back("Messenger (" + Utf8(m.kind) + "): " + Utf8(m.id) + (m.note.empty() ? "" : " (" + Utf8(m.note) + ")"));
+  pairs("WebPage", c.webPages);
+  for (const ToolAddress& a : c.addresses) {
+    std::string line = "Address (" + Utf8(a.label) + "): ";
+    for (const std::wstring& part : a.parts) line += Utf8(part) + "; ";
+    lines.push_back(line + std::to_string(a.format));
+  }
+  pairs("People", c.people);
+  for (const ToolDate& d : c.dates) lines.push_back("Date (" + Utf8(d.label) + "): " + DateOf(d.date));
+  pairs("Link", c.links);
+  pairs("Other", c.otherValues);
+  if (!c.photo.empty()) lines.push_back("Photo: " + Utf8(c.photo));
+  return lines;
+}
+
 void FreshStore() {
   DeleteFileW(kStore);
   REQUIRE(Tool(L"ceadmin.exe", L"init").code == 0);
@@ -115,11 +148,12 @@ TEST_CASE("generate writes the generator's contacts and list shows them in order
   }
 }
 
-TEST_CASE("dump prints the stored fields, dates, categories and Note of one contact") {
+TEST_CASE("dump prints the stored fields, dates, categories, Note and extended data of one contact") {
   FreshStore();
   REQUIRE(Tool(L"pimtool.exe", L"generate 60 --seed 11").code == 0);
   std::vector<std::string> lines = Lines(Tool(L"pimtool.exe", L"list").out);
   REQUIRE(lines.size() == 61);
+  int extendedContacts = 0, richNotes = 0;
   for (int i = 0; i < 60; ++i) {
     ToolContact expected = GenerateContact(11, i);
     std::string id = lines[i].substr(0, 8);
@@ -135,13 +169,32 @@ TEST_CASE("dump prints the stored fields, dates, categories and Note of one cont
       CHECK(dump.out.find("Categories: ") != std::string::npos);
     for (const std::wstring& category : expected.categories) CHECK(dump.out.find(Utf8(category)) != std::string::npos);
     if (!expected.note.empty()) {
+      // A Note kept rich, or made rich to carry extended data, shows its lines joined by spaces.
       std::string note;
       for (char c : Utf8(expected.note))
         if (c != '\r') note += c;
-      CHECK(dump.out.find("Note: " + note) != std::string::npos);
+      if (expected.richNote || expected.HasExtended())
+        for (char& c : note)
+          if (c == '\n') c = ' ';
+      CHECK(dump.out.find("Note: " + note + "\n") != std::string::npos);
     }
     CHECK((expected.birthday != 0) == (dump.out.find("Birthday: ") != std::string::npos));
+    // The extended data comes back from the Note, line by line in the order of the block.
+    std::string extended;
+    for (const std::string& line : ExpectedExtendedLines(expected)) extended += line + "\n";
+    CHECK(dump.out.find(extended + "Checksum: ") != std::string::npos);
+    if (expected.richNote || expected.HasExtended())
+      CHECK(dump.out.find("NoteForm: rich\n") != std::string::npos);
+    else if (!expected.note.empty())
+      CHECK(dump.out.find("NoteForm: plain\n") != std::string::npos);
+    else
+      CHECK(dump.out.find("NoteForm: ") == std::string::npos);
+    if (expected.HasExtended()) ++extendedContacts;
+    if (expected.richNote) ++richNotes;
   }
+  // The seed gives both kinds of Note and plenty of extended data.
+  CHECK(extendedContacts > 10);
+  CHECK(richNotes > 0);
   CHECK(Tool(L"pimtool.exe", L"dump 7fffffff").code == 1);
   CHECK(Tool(L"pimtool.exe", L"dump zz").code == 2);
 }
@@ -161,6 +214,44 @@ TEST_CASE("import reads a vCard file, reports a malformed card by its line and i
   CHECK(lines[0].substr(10) == "Alpha, Ann");
   CHECK(lines[1].substr(10) == "Gamma, Gil");
   CHECK(Tool(L"pimtool.exe", L"import \\Temp\\no-such-file.vcf").code == 1);
+}
+
+TEST_CASE("import writes the extended data of a card into its Note, and dump reads it back") {
+  FreshStore();
+  std::wstring path = L"\\Temp\\pimtool-extended.vcf";
+  std::ofstream(path.c_str(), std::ios::binary)
+      << "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Petrov;Ivan\r\n"
+         "TEL;TYPE=CELL:+7 900 000-00-01\r\nTEL;TYPE=CELL:+7 900 000-00-02\r\n"
+         "item1.TEL;TYPE=CELL:+7 812 555-01-02\r\nitem1.X-ABLabel:" + Utf8(L"Дача") + "\r\n"
+         "X-ICQ:123456789\r\nIMPP;TYPE=WORK:xmpp:ivan@jabber.example\r\n"
+         "ADR;TYPE=HOME:;;1 Main St;Springfield;;12345;USA\r\nADR;TYPE=HOME:;;2 Lake Rd;Shelbyville;;54321;USA\r\n"
+         "item2.X-ABDATE:2001-02-03\r\nitem2.X-ABLabel:_$!<Anniversary>!$_\r\n"
+         "X-ABRELATEDNAMES;TYPE=brother:Piotr [the elder]\r\n"
+         "PHOTO;VALUE=URI:file:///photos/ivan.jpg\r\n"
+         "NOTE:Call after 6\\nKey: [42]\r\n"
+         "END:VCARD\r\n";
+  Run import = Tool(L"pimtool.exe", L"import " + path);
+  CHECK(import.code == 0);
+  CHECK(import.out == "added 1 contacts\n");
+  std::vector<std::string> lines = Lines(Tool(L"pimtool.exe", L"list").out);
+  REQUIRE(lines.size() == 2);
+  std::string id = lines[0].substr(0, 8);
+  Run dump = Tool(L"pimtool.exe", L"dump " + std::wstring(id.begin(), id.end()));
+  CAPTURE(dump.out);
+  REQUIRE(dump.code == 0);
+  CHECK(dump.out.find("MobilePhone: +7 900 000-00-01\n") != std::string::npos);
+  CHECK(dump.out.find("HomeStreet: 1 Main St\n") != std::string::npos);
+  CHECK(dump.out.find("NoteForm: rich\n"
+                      "Note: Call after 6 Key: [42]\n"
+                      "Phone (Mobile): +7 900 000-00-02\n"
+                      "Phone (" + Utf8(L"Дача") + "): +7 812 555-01-02\n"
+                      "Messenger (ICQ): 123456789\n"
+                      "Messenger (Jabber): ivan@jabber.example (work)\n"
+                      "Address (Home): 2 Lake Rd; Shelbyville; ; 54321; USA; 0\n"
+                      "People (Brother): Piotr [the elder]\n"
+                      "Date (Anniversary): 2001-02-03\n"
+                      "Photo: ivan.jpg\n"
+                      "Checksum: ") != std::string::npos);
 }
 
 TEST_CASE("a wrong command line is refused with status 2") {

@@ -186,3 +186,92 @@ TEST_CASE("a card without its end, an end without a card, and an unknown version
   CHECK(result.problems[2].line == 6);
   CHECK(result.problems[3].line == 12);
 }
+
+TEST_CASE("messengers, labelled values, related names, further dates and addresses, and the photo's name") {
+  std::string file =
+      "BEGIN:VCARD\r\n"
+      "VERSION:3.0\r\n"
+      "N:Petrov;Ivan\r\n"
+      "X-ICQ:123456789\r\n"
+      "X-SKYPE-USERNAME:ivan.petrov\r\n"
+      "IMPP;TYPE=HOME:xmpp:ivan@jabber.example\r\n"
+      "IMPP:sip:ivan@voip.example\r\n"
+      "EMAIL:one@example.org\r\nEMAIL:two@example.org\r\nEMAIL:three@example.org\r\n"
+      "item1.X-ABLabel:Private\r\n"  // the label may come before its value
+      "item1.EMAIL:four@example.org\r\n"
+      "item2.URL:http://www.example.org/\r\n"
+      "item3.URL:http://blog.example.org/\r\n"
+      "item3.X-ABLabel:_$!<HomePage>!$_\r\n"
+      "item4.X-ABRELATEDNAMES:Anna\r\n"
+      "item4.X-ABLabel:_$!<Sister>!$_\r\n"
+      "RELATED;TYPE=FRIEND:Oleg\r\n"
+      "item5.X-ABDATE:2003-04-05\r\n"
+      "item5.X-ABLabel:Name day\r\n"
+      "X-ABDATE:2010-11-12\r\n"
+      "BDAY:1970-01-02\r\n"
+      "BDAY:1971-01-02\r\n"
+      "ADR;TYPE=WORK:;;1 Main St;Boston;MA;02110;USA\r\n"
+      "ADR;TYPE=WORK:;;2 Side St;Cambridge;MA;02139;USA\r\n"
+      "item6.ADR:;;3 Dacha Rd;Pine;;188731;Russia\r\n"
+      "item7.ADR:;;4 Forest Ln;Oak;;188732;Russia\r\n"
+      "item7.X-ABLabel:Dacha\r\n"
+      "PHOTO;VALUE=URI:http://photos.example.org/people/ivan.jpg\r\n"
+      "X-UNKNOWN-THING:ignored\r\n"
+      "END:VCARD\r\n";
+  VCardResult result = ParseVCards(file);
+  CHECK(result.problems.empty());
+  REQUIRE(result.contacts.size() == 1);
+  const ToolContact& c = result.contacts[0];
+  REQUIRE(c.messengers.size() == 4);
+  CHECK(c.messengers[0].kind == L"ICQ");
+  CHECK(c.messengers[0].id == L"123456789");
+  CHECK(c.messengers[1].kind == L"Skype");
+  CHECK(c.messengers[1].id == L"ivan.petrov");
+  CHECK(c.messengers[2].kind == L"Jabber");
+  CHECK(c.messengers[2].id == L"ivan@jabber.example");
+  CHECK(c.messengers[2].note == L"home");
+  CHECK(c.messengers[3].kind == L"sip");
+  CHECK(c.messengers[3].id == L"ivan@voip.example");
+  REQUIRE(c.emails.size() == 1);
+  CHECK(c.emails[0].label == L"Private");
+  CHECK(c.emails[0].value == L"four@example.org");
+  CHECK(c.text[FieldWebPage] == L"http://www.example.org/");
+  REQUIRE(c.webPages.size() == 1);
+  CHECK(c.webPages[0].label == L"HomePage");
+  REQUIRE(c.people.size() == 2);
+  CHECK(c.people[0].label == L"Sister");
+  CHECK(c.people[0].value == L"Anna");
+  CHECK(c.people[1].label == L"Friend");
+  CHECK(c.people[1].value == L"Oleg");
+  REQUIRE(c.dates.size() == 3);
+  CHECK(c.dates[0].label == L"Name day");
+  CHECK(c.dates[0].date == DateToFileTime(2003, 4, 5));
+  CHECK(c.dates[1].label == L"Date");
+  CHECK(c.dates[2].label == L"Birthday");
+  CHECK(c.dates[2].date == DateToFileTime(1971, 1, 2));
+  CHECK(c.birthday == DateToFileTime(1970, 1, 2));
+  CHECK(c.text[FieldWorkStreet] == L"1 Main St");
+  CHECK(c.text[FieldOtherStreet] == L"3 Dacha Rd");
+  REQUIRE(c.addresses.size() == 2);
+  CHECK(c.addresses[0].label == L"Work");
+  CHECK(c.addresses[0].parts[0] == L"2 Side St");
+  CHECK(c.addresses[0].parts[1] == L"Cambridge");
+  CHECK(c.addresses[0].parts[3] == L"02139");
+  CHECK(c.addresses[1].label == L"Dacha");
+  CHECK(c.addresses[1].parts[4] == L"Russia");
+  CHECK(c.photo == L"ivan.jpg");
+  CHECK(c.HasExtended());
+  CHECK(c.otherValues.empty());
+}
+
+TEST_CASE("an embedded photo gives no name, and a bad further date spoils its card") {
+  std::string file =
+      "BEGIN:VCARD\r\nVERSION:2.1\r\nN:A;B\r\nPHOTO;ENCODING=BASE64;TYPE=JPEG:/9j/4AAQSkZJRgABAQ\r\nEND:VCARD\r\n"
+      "BEGIN:VCARD\r\nVERSION:3.0\r\nN:C;D\r\nX-ABDATE:someday\r\nEND:VCARD\r\n";
+  VCardResult result = ParseVCards(file);
+  REQUIRE(result.contacts.size() == 1);
+  CHECK(result.contacts[0].photo.empty());
+  CHECK_FALSE(result.contacts[0].HasExtended());
+  REQUIRE(result.problems.size() == 1);
+  CHECK(result.problems[0].line == 9);
+}

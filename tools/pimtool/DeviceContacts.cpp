@@ -1,13 +1,92 @@
 #include "DeviceContacts.h"
-#include <vector>
+#include <cstdlib>
+#include "extended/NoteBlob.h"
+#include "extended/PimInfoLines.h"
 
-void ToContactRecord(const ToolContact& source, ToolCategories& categories, Contact& contact) {
+namespace {
+
+Str ToStr(const std::wstring& text) { return Str(text.c_str(), static_cast<int>(text.size())); }
+
+FILETIME ToFileTime(uint64_t value) {
+  FILETIME time;
+  time.dwLowDateTime = static_cast<DWORD>(value);
+  time.dwHighDateTime = static_cast<DWORD>(value >> 32);
+  return time;
+}
+
+void AddPairs(const std::vector<LabelledValue>& source, LabelValueList& list) {
+  for (const LabelledValue& pair : source) {
+    LabelValue entry;
+    entry.label = ToStr(pair.label);
+    entry.value = ToStr(pair.value);
+    list.Add(entry);
+  }
+}
+
+void FillExtended(const ToolContact& source, ContactExtended& block) {
+  AddPairs(source.phones, block.Phone);
+  AddPairs(source.emails, block.Email);
+  AddPairs(source.webPages, block.WebPage);
+  AddPairs(source.people, block.People);
+  AddPairs(source.links, block.Link);
+  AddPairs(source.otherValues, block.OtherProp);
+  for (const ToolMessenger& messenger : source.messengers) {
+    MessengerEntry entry;
+    entry.kind = ToStr(messenger.kind);
+    entry.id = ToStr(messenger.id);
+    entry.note = ToStr(messenger.note);
+    block.Messenger.Add(entry);
+  }
+  for (const ToolAddress& address : source.addresses) {
+    AddressEntry entry;
+    entry.label = ToStr(address.label);
+    for (int i = 0; i < 5; ++i) entry.parts[i] = ToStr(address.parts[i]);
+    entry.format = address.format;
+    block.Address.Add(entry);
+  }
+  for (const ToolDate& date : source.dates) {
+    DateEntry entry;
+    entry.label = ToStr(date.label);
+    entry.value = ToFileTime(date.date);
+    block.Date.Add(entry);
+  }
+  block.Image = ToStr(source.photo);
+}
+
+std::wstring Text(const Str& text) { return std::wstring(static_cast<const wchar_t*>(text), text.GetLength()); }
+
+}  // namespace
+
+bool RichNoteOf(const std::wstring& text, ByteBuffer& document) {
+  document.Empty();
+  const BYTE* empty = nullptr;
+  uint32_t emptyLength = 0;
+  if (!LoadNoteTemplate(nullptr, empty, emptyLength)) return false;
+  std::vector<NoteLine> lines;
+  size_t start = 0;
+  for (size_t i = 0; i <= text.size(); ++i) {
+    if (i < text.size() && text[i] != L'\r' && text[i] != L'\n') continue;
+    if (i > start) lines.push_back(PimPlainLine(text.data() + start, static_cast<int>(i - start)));
+    start = i + 1;
+  }
+  if (lines.empty()) return true;
+  uint32_t length = 0;
+  BYTE* result = InsertParagraphs(empty, emptyLength, static_cast<int>(lines.size()), lines.data(), length);
+  for (NoteLine& line : lines) FreeNoteLine(line);
+  if (result == nullptr) {
+    SetLastError(ERROR_INVALID_DATA);
+    return false;
+  }
+  document.Assign(result, length);
+  free(result);
+  return true;
+}
+
+bool ToContactRecord(const ToolContact& source, ToolCategories& categories, ContactNote& note, Contact& contact) {
   contact.Clear();
   for (int f = 0; f < ToolFieldCount; ++f) contact.text[f] = source.text[f].c_str();
-  contact.birthday.dwLowDateTime = static_cast<DWORD>(source.birthday);
-  contact.birthday.dwHighDateTime = static_cast<DWORD>(source.birthday >> 32);
-  contact.anniversary.dwLowDateTime = static_cast<DWORD>(source.anniversary);
-  contact.anniversary.dwHighDateTime = static_cast<DWORD>(source.anniversary >> 32);
+  contact.birthday = ToFileTime(source.birthday);
+  contact.anniversary = ToFileTime(source.anniversary);
 
   // Bit n of byte k stands for the category id 8k + n.
   std::vector<BYTE> mask;
@@ -20,30 +99,58 @@ void ToContactRecord(const ToolContact& source, ToolCategories& categories, Cont
   }
   if (!mask.empty()) contact.categories.Assign(mask.data(), static_cast<uint32_t>(mask.size()));
 
-  // A plain Note of wide characters starts with the bytes 0xFE 0xFF.
+  // The user's text: a rich document, or plain wide text, which starts with the bytes 0xFE 0xFF.
   if (!source.note.empty()) {
-    std::vector<BYTE> blob = {0xFE, 0xFF};
-    const BYTE* text = reinterpret_cast<const BYTE*>(source.note.data());
-    blob.insert(blob.end(), text, text + source.note.size() * sizeof(wchar_t));
-    contact.noteBlob.Assign(blob.data(), static_cast<uint32_t>(blob.size()));
+    if (source.richNote) {
+      if (!RichNoteOf(source.note, contact.rawNote)) return false;
+    } else {
+      std::vector<BYTE> blob = {0xFE, 0xFF};
+      const BYTE* text = reinterpret_cast<const BYTE*>(source.note.data());
+      blob.insert(blob.end(), text, text + source.note.size() * sizeof(wchar_t));
+      contact.rawNote.Assign(blob.data(), static_cast<uint32_t>(blob.size()));
+    }
   }
+  FillExtended(source, contact);
+  return note.MergeIntoNote(contact);
 }
 
-std::wstring NoteText(const Contact& contact) {
-  const BYTE* data = contact.noteBlob.GetData();
-  uint32_t length = contact.noteBlob.GetLength();
-  if (length == 0) return std::wstring();
-  if (length >= 15 && memcmp(data, "{\\pwi", 5) == 0) {
-    bool plain = true;
-    for (int i = 5; i <= 13; ++i) plain = plain && data[i] >= 10;
-    if (!plain) return L"(rich note of " + std::to_wstring(length) + L" bytes)";
+std::wstring NoteText(ContactNote& note, Contact& contact, bool& understood) {
+  Str text;
+  understood = note.GetNoteText(contact, text);
+  return Text(text);
+}
+
+std::vector<std::wstring> ExtendedLines(const ContactExtended& block) {
+  std::vector<std::wstring> lines;
+  auto pairs = [&lines](const wchar_t* name, const LabelValueList& list) {
+    for (int i = 0; i < list.GetSize(); ++i)
+      lines.push_back(std::wstring(name) + L" (" + Text(list[i].label) + L"): " + Text(list[i].value));
+  };
+  pairs(L"Phone", block.Phone);
+  pairs(L"Email", block.Email);
+  for (int i = 0; i < block.Messenger.GetSize(); ++i) {
+    const MessengerEntry& messenger = block.Messenger[i];
+    std::wstring line = L"Messenger (" + Text(messenger.kind) + L"): " + Text(messenger.id);
+    if (!messenger.note.IsEmpty()) line += L" (" + Text(messenger.note) + L")";
+    lines.push_back(line);
   }
-  if (length >= 2 && data[0] == 0xFE && data[1] == 0xFF)
-    return std::wstring(reinterpret_cast<const wchar_t*>(data + 2), length / 2 - 1);
-  int n = MultiByteToWideChar(CP_ACP, 0, reinterpret_cast<const char*>(data), static_cast<int>(length), nullptr, 0);
-  std::wstring text(n, L'\0');
-  MultiByteToWideChar(CP_ACP, 0, reinterpret_cast<const char*>(data), static_cast<int>(length), &text[0], n);
-  return text;
+  pairs(L"WebPage", block.WebPage);
+  if (block.HomeFormat || block.WorkFormat || block.OtherFormat)
+    lines.push_back(L"AddressFormats: home " + std::to_wstring(block.HomeFormat) + L", work " +
+                    std::to_wstring(block.WorkFormat) + L", other " + std::to_wstring(block.OtherFormat));
+  for (int i = 0; i < block.Address.GetSize(); ++i) {
+    const AddressEntry& address = block.Address[i];
+    std::wstring line = L"Address (" + Text(address.label) + L"): ";
+    for (int part = 0; part < 5; ++part) line += Text(address.parts[part]) + L"; ";
+    lines.push_back(line + std::to_wstring(address.format));
+  }
+  pairs(L"People", block.People);
+  for (int i = 0; i < block.Date.GetSize(); ++i)
+    lines.push_back(L"Date (" + Text(block.Date[i].label) + L"): " + DateText(block.Date[i].value));
+  pairs(L"Link", block.Link);
+  pairs(L"Other", block.OtherProp);
+  if (!block.Image.IsEmpty()) lines.push_back(L"Photo: " + Text(block.Image));
+  return lines;
 }
 
 std::wstring DateText(const FILETIME& time) {

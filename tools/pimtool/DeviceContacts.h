@@ -1,18 +1,29 @@
 // The tool's way to the device's contacts: tool contacts written through the item's own contact
-// record, and contacts read back for printing.
+// record and Note writer, and contacts read back for printing.
 #pragma once
 #include <string>
+#include <vector>
 #include "ToolCategories.h"
 #include "ToolContact.h"
+#include "extended/ContactNote.h"
 #include "storage/Contact.h"
 #include "storage/ContactDatabase.h"
 
 // Fills a contact record from a tool contact: texts, dates, the category mask (categories are made
-// when missing) and the Note as plain wide text.
-void ToContactRecord(const ToolContact& source, ToolCategories& categories, Contact& contact);
+// when missing), the extended block, and the Note: the user's text as plain wide text or as a rich
+// document, with the extended block merged into it by the item's writer. False (with the last error)
+// when the Note can't be made.
+bool ToContactRecord(const ToolContact& source, ToolCategories& categories, ContactNote& note, Contact& contact);
 
-// The Note of a contact as readable text: plain wide or 8-bit text as it is; a rich document by size.
-std::wstring NoteText(const Contact& contact);
+// The user's text as a rich document: the item's empty Note with one paragraph for each non-empty line.
+bool RichNoteOf(const std::wstring& text, ByteBuffer& document);
+
+// The Note of a contact as the item shows it: the user's text, with the block of extended data taken
+// out into the contact's extended block. `understood` is false when the block is damaged.
+std::wstring NoteText(ContactNote& note, Contact& contact, bool& understood);
+
+// The extended block as lines for printing, "Phone (Dacha): +7 ...", in the order of the block.
+std::vector<std::wstring> ExtendedLines(const ContactExtended& block);
 
 // "yyyy-mm-dd" of a file time, or an empty text for 0.
 std::wstring DateText(const FILETIME& time);

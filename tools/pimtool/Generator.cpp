@@ -1,6 +1,7 @@
 #include "Generator.h"
 #include <windows.h>
 #include "NameLists.h"
+#include <initializer_list>
 
 uint64_t Random::Next() {
   // splitmix64: small, fast and the same on every machine.
@@ -69,6 +70,67 @@ void Address(Random& random, const NameCulture& culture, ToolField street, ToolF
   if (random.Percent(60)) contact.text[state] = Pick(random, culture.states);
   contact.text[postal] = Digits(random, culture.countryCode[0] == L'7' ? 6 : 5);
   if (random.Percent(70)) contact.text[country] = culture.country;
+}
+
+const wchar_t* PickOf(Random& random, std::initializer_list<const wchar_t*> words) {
+  return words.begin()[random.Below(static_cast<int>(words.size()))];
+}
+
+// Further phones, mails and pages come with the fields above; this adds the rest of what only the
+// extended block can hold, some of it with the characters that the Note must escape, and picks the
+// form of the Note.
+void ExtendedData(Random& random, const NameCulture& culture, const std::wstring& user, ToolContact& c) {
+  bool russian = &culture == &kRussian, german = &culture == &kGerman;
+  if (random.Percent(12)) {
+    int count = 1 + random.Below(2);
+    for (int i = 0; i < count; ++i) {
+      ToolMessenger messenger;
+      switch (random.Below(4)) {
+        case 0: messenger = {L"ICQ", Digits(random, 9), L""}; break;
+        case 1: messenger = {L"Skype", user + L".skype", L""}; break;
+        case 2: messenger = {L"Jabber", user + L"@jabber.example", L""}; break;
+        default: messenger = {L"MSN", user + L"@hotmail.example", L""}; break;
+      }
+      if (random.Percent(30)) messenger.note = PickOf(random, {L"work", L"evenings", L"только вечером", L"nach 18 Uhr"});
+      c.messengers.push_back(messenger);
+    }
+  }
+  if (random.Percent(6)) {
+    ToolAddress address;
+    address.label = russian ? L"Дача" : german ? L"Ferienhaus" : L"Summer house";
+    address.parts[0] = std::to_wstring(1 + random.Below(99)) + L" " + Pick(random, culture.streets);
+    address.parts[1] = Pick(random, culture.cities);
+    if (random.Percent(50)) address.parts[2] = Pick(random, culture.states);
+    address.parts[3] = Digits(random, russian ? 6 : 5);
+    address.parts[4] = culture.country;
+    if (random.Percent(30)) address.format = static_cast<uint32_t>(1 + random.Below(58));
+    c.addresses.push_back(address);
+  }
+  if (random.Percent(10)) {
+    int count = 1 + random.Below(2);
+    for (int i = 0; i < count; ++i) {
+      const wchar_t* label = russian ? PickOf(random, {L"Брат", L"Сестра", L"Начальник"})
+                                     : PickOf(random, {L"Brother", L"Sister", L"Manager", L"Secretary"});
+      c.people.push_back({label, std::wstring(Pick(random, culture.firstNames)) + L" " + Pick(random, culture.lastNames)});
+    }
+  }
+  if (random.Percent(8)) {
+    const wchar_t* label = russian ? L"Именины" : german ? L"Namenstag" : PickOf(random, {L"First met", L"Name day"});
+    c.dates.push_back({label, DateToFileTime(1950 + random.Below(70), 1 + random.Below(12), 1 + random.Below(28))});
+  }
+  if (random.Percent(5))
+    c.links.push_back({PickOf(random, {L"Contract", L"Price list"}), L"\\My Documents\\Work\\" + user + L".doc"});
+  if (random.Percent(7)) {
+    switch (random.Below(5)) {
+      case 0: c.otherValues.push_back({L"Shoe size", std::to_wstring(36 + random.Below(12))}); break;
+      case 1: c.otherValues.push_back({L"Blood type", L"A(II) Rh+"}); break;
+      case 2: c.otherValues.push_back({L"Customer no.", L"C-" + Digits(random, 6)}); break;
+      case 3: c.otherValues.push_back({L"Ref [internal]", L"desk 4; shelf 2: box \\ " + Digits(random, 2)}); break;
+      default: c.otherValues.push_back({L"Размер", PickOf(random, {L"S", L"M", L"L", L"XL"})}); break;
+    }
+  }
+  if (random.Percent(10)) c.photo = user + L".jpg";
+  if (!c.note.empty() && random.Percent(40)) c.richNote = true;
 }
 
 }  // namespace
@@ -151,6 +213,11 @@ ToolContact GenerateContact(uint64_t seed, int index) {
       c.note += Pick(random, kNoteLines);
     }
   }
+
+  // The extended data and the Note's form come from a stream of their own, so that everything above
+  // stays what it was for every seed and index.
+  Random extra(seed * 0x2545F4914F6CDD1DULL + static_cast<uint64_t>(index) * 0xD1B54A32D192ED03ULL + 7);
+  ExtendedData(extra, culture, user, c);
   return c;
 }
 

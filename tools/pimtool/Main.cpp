@@ -2,7 +2,8 @@
 //   pimtool generate N [--seed S]   add N synthetic contacts (the same N and S give the same contacts)
 //   pimtool import FILE.vcf         add the cards of a vCard file; malformed cards are reported and skipped
 //   pimtool list                    one line per contact: record id in hexadecimal and list name
-//   pimtool dump ID                 every stored field of the contact with that record id
+//   pimtool dump ID                 every stored field of the contact with that record id, the Note's
+//                                   text and the extended data read back from the Note
 // Exit status: 0 done, 1 failed, 2 wrong command line.
 #include <windows.h>
 #include <cstdio>
@@ -14,6 +15,7 @@
 #include "Generator.h"
 #include "Output.h"
 #include "VCard.h"
+#include "extended/NoteBlob.h"
 #include "storage/ContactNames.h"
 
 namespace {
@@ -39,10 +41,15 @@ int WriteContacts(const std::vector<ToolContact>& contacts) {
   ContactDatabase database;
   ToolCategories categories;
   if (!OpenDevice(database, categories)) return 1;
+  ContactNote note;
   int written = 0;
   for (const ToolContact& source : contacts) {
     Contact contact;
-    ToContactRecord(source, categories, contact);
+    if (!ToContactRecord(source, categories, note, contact)) {
+      PrintError(L"pimtool: the Note of a contact can't be made (error " + std::to_wstring(GetLastError()) + L")");
+      categories.Flush();
+      return 1;
+    }
     if (!database.AddContact(contact, true)) {
       PrintError(L"pimtool: writing a contact failed (error " + std::to_wstring(GetLastError()) + L")");
       categories.Flush();
@@ -147,10 +154,20 @@ int Dump(int argc, wchar_t** argv) {
         names += name.empty() ? L"#" + std::to_wstring(k * 8 + n) : name;
       }
   if (!names.empty()) PrintLine(L"Categories: " + names);
-  std::wstring note = NoteText(contact);
-  if (!note.empty()) PrintLine(L"Note: " + note);
+  // The checksum is the stored record's, taken before the Note's block fills the extended data.
   swprintf(number, 32, L"%08x", contact.ComputeChecksum());
-  PrintLine(std::wstring(L"Checksum: ") + number);
+  std::wstring checksum = number;
+  if (!contact.noteBlob.IsEmpty()) {
+    bool plain = IsPlainNote(contact.noteBlob.GetData(), contact.noteBlob.GetLength());
+    PrintLine(std::wstring(L"NoteForm: ") + (plain ? L"plain" : L"rich"));
+  }
+  ContactNote reader;
+  bool understood = true;
+  std::wstring note = NoteText(reader, contact, understood);
+  if (!understood) PrintLine(L"Note: (the block of extended data in the Note is damaged)");
+  if (!note.empty()) PrintLine(L"Note: " + note);
+  for (const std::wstring& line : ExtendedLines(contact)) PrintLine(line);
+  PrintLine(L"Checksum: " + checksum);
   return 0;
 }
 

@@ -1,6 +1,8 @@
 #include "VCard.h"
 #include <windows.h>
 #include <algorithm>
+#include <cwctype>
+#include <map>
 
 namespace {
 
@@ -11,6 +13,7 @@ struct Param {
 
 struct Property {
   std::string name;  // upper case, without group
+  std::string group; // upper case, "ITEM1" of "item1.TEL"; empty without one
   std::vector<Param> params;
   std::string rawValue;
   int line;
@@ -155,31 +158,117 @@ bool ParseDate(const std::wstring& text, uint64_t* fileTime) {
   return true;
 }
 
-// Puts a value into the first empty field of the list, or into the extra list with the label.
-void Place(ToolContact& c, std::initializer_list<ToolField> fields, const std::wstring& value,
+// Where the label of an extended value stands: the list and the index, since a list may move as it grows.
+struct LabelRef {
+  std::vector<LabelledValue>* pairs = nullptr;
+  std::vector<ToolMessenger>* messengers = nullptr;
+  std::vector<ToolAddress>* addresses = nullptr;
+  std::vector<ToolDate>* dates = nullptr;
+  size_t index = 0;
+
+  static LabelRef Last(std::vector<LabelledValue>& list) { LabelRef r; r.pairs = &list; r.index = list.size() - 1; return r; }
+  static LabelRef Last(std::vector<ToolMessenger>& list) { LabelRef r; r.messengers = &list; r.index = list.size() - 1; return r; }
+  static LabelRef Last(std::vector<ToolAddress>& list) { LabelRef r; r.addresses = &list; r.index = list.size() - 1; return r; }
+  static LabelRef Last(std::vector<ToolDate>& list) { LabelRef r; r.dates = &list; r.index = list.size() - 1; return r; }
+  void Set(const std::wstring& label) const {
+    if (pairs) (*pairs)[index].label = label;
+    else if (messengers) (*messengers)[index].kind = label;
+    else if (addresses) (*addresses)[index].label = label;
+    else if (dates) (*dates)[index].label = label;
+  }
+};
+
+// Labels that a card gives its grouped values ("item1.X-ABLabel:Dacha" names the value of "item1.TEL"),
+// in whichever order the label and the value come.
+struct CardLabels {
+  std::map<std::string, LabelRef> targets;      // group -> the extended value it made
+  std::map<std::string, std::wstring> pending;  // group -> its label
+
+  void Reset() {
+    targets.clear();
+    pending.clear();
+  }
+  // The extended value just made for `group` takes the group's label, now or when it comes.
+  void Target(const std::string& group, const LabelRef& ref) {
+    if (group.empty()) return;
+    auto found = pending.find(group);
+    if (found != pending.end()) ref.Set(found->second);
+    targets[group] = ref;
+  }
+  void Label(const std::string& group, const std::wstring& label) {
+    if (group.empty() || label.empty()) return;
+    auto found = targets.find(group);
+    if (found != targets.end()) found->second.Set(label);
+    pending[group] = label;
+  }
+};
+
+// "_$!<HomePage>!$_", the form some programs give the labels they know, becomes "HomePage".
+std::wstring CleanLabel(const std::wstring& label) {
+  if (label.size() > 8 && label.compare(0, 4, L"_$!<") == 0 && label.compare(label.size() - 4, 4, L">!$_") == 0)
+    return label.substr(4, label.size() - 8);
+  return label;
+}
+
+// Puts a value into the first empty field of the list, or into the extra list with the label. True when
+// the value went into the extra list, whose last entry it then is.
+bool Place(ToolContact& c, std::initializer_list<ToolField> fields, const std::wstring& value,
            std::vector<LabelledValue>& extra, const wchar_t* label) {
-  if (value.empty()) return;
+  if (value.empty()) return false;
   for (ToolField f : fields)
     if (c.text[f].empty()) {
       c.text[f] = value;
-      return;
+      return false;
     }
   extra.push_back({label, value});
+  return true;
 }
 
-bool ApplyProperty(const Property& p, ToolContact& c, std::wstring* problem) {
-  static const char* const kIgnored[] = {"VERSION", "PHOTO", "LOGO", "SOUND", "KEY", "UID", "REV", "PRODID",
+// The messenger kind of an instant messaging property or an IMPP scheme.
+std::wstring MessengerKind(const std::string& upperName) {
+  static const struct { const char* name; const wchar_t* kind; } kKinds[] = {
+      {"X-AIM", L"AIM"},       {"AIM", L"AIM"},         {"X-ICQ", L"ICQ"},       {"ICQ", L"ICQ"},
+      {"X-JABBER", L"Jabber"}, {"XMPP", L"Jabber"},     {"X-MSN", L"MSN"},       {"MSNIM", L"MSN"},
+      {"X-YAHOO", L"Yahoo"},   {"YMSGR", L"Yahoo"},     {"X-SKYPE", L"Skype"},   {"X-SKYPE-USERNAME", L"Skype"},
+      {"SKYPE", L"Skype"},     {"X-GADUGADU", L"Gadu-Gadu"}, {"GG", L"Gadu-Gadu"}, {"X-QQ", L"QQ"}};
+  for (const auto& entry : kKinds)
+    if (upperName == entry.name) return entry.kind;
+  return std::wstring();
+}
+
+// The file name at the end of a path or address.
+std::wstring FileNameOf(const std::wstring& path) {
+  size_t slash = path.find_last_of(L"/\\");
+  return slash == std::wstring::npos ? path : path.substr(slash + 1);
+}
+
+bool ApplyProperty(const Property& p, ToolContact& c, CardLabels& labels, std::wstring* problem) {
+  // A photo kept as a file or an address gives the photo's name; an embedded picture has none.
+  if (p.name == "PHOTO") {
+    std::string type = Upper(ParamValue(p, "VALUE"));
+    std::string raw = Trim(p.rawValue);
+    if (type == "URI" || type == "URL" || raw.rfind("file:", 0) == 0 || raw.rfind("http", 0) == 0) {
+      std::wstring name = FileNameOf(Widen(raw, CP_UTF8));
+      if (!name.empty()) c.photo = name;
+    }
+    return true;
+  }
+  static const char* const kIgnored[] = {"VERSION", "LOGO", "SOUND", "KEY", "UID", "REV", "PRODID",
                                          "LABEL", "MAILER", "TZ", "GEO", "SORT-STRING", "CLASS", "SOURCE",
                                          "NICKNAME", "ROLE", "AGENT", "NAME", "PROFILE"};
   for (const char* name : kIgnored)
     if (p.name == name) return true;
-  if (p.name.rfind("X-", 0) == 0 && p.name != "X-ANNIVERSARY" && p.name != "X-MS-ANNIVERSARY" &&
-      p.name != "X-SPOUSE" && p.name != "X-MS-SPOUSE" && p.name != "X-CHILDREN" && p.name != "X-MS-CHILD" &&
-      p.name != "X-ASSISTANT" && p.name != "X-MS-ASSISTANT")
+  static const char* const kExtensions[] = {"X-ANNIVERSARY", "X-MS-ANNIVERSARY", "X-SPOUSE", "X-MS-SPOUSE",
+                                            "X-CHILDREN", "X-MS-CHILD", "X-ASSISTANT", "X-MS-ASSISTANT",
+                                            "X-ABLABEL", "X-ABRELATEDNAMES", "X-ABDATE"};
+  bool known = !MessengerKind(p.name).empty();
+  for (const char* name : kExtensions) known = known || p.name == name;
+  if (p.name.rfind("X-", 0) == 0 && !known)
     return true;  // other extensions carry nothing the contact has a place for
 
   std::wstring value;
   if (!DecodeValue(p, &value, problem)) return false;
+  std::wstring messengerKind = MessengerKind(p.name);
 
   if (p.name == "N") {
     std::vector<std::wstring> parts = SplitValue(value, L';');
@@ -199,31 +288,73 @@ bool ApplyProperty(const Property& p, ToolContact& c, std::wstring* problem) {
   } else if (p.name == "TEL") {
     std::wstring number = Unescape(value);
     bool work = HasType(p, "WORK"), home = HasType(p, "HOME");
+    bool extra = false;
     if (HasType(p, "FAX")) {
-      if (work) Place(c, {FieldWorkFax}, number, c.phones, L"Work fax");
-      else Place(c, {FieldHomeFax, FieldWorkFax}, number, c.phones, L"Fax");
+      if (work) extra = Place(c, {FieldWorkFax}, number, c.phones, L"Work fax");
+      else extra = Place(c, {FieldHomeFax, FieldWorkFax}, number, c.phones, L"Fax");
     } else if (HasType(p, "CELL")) {
-      Place(c, {FieldMobilePhone}, number, c.phones, L"Mobile");
+      extra = Place(c, {FieldMobilePhone}, number, c.phones, L"Mobile");
     } else if (HasType(p, "PAGER")) {
-      Place(c, {FieldPager}, number, c.phones, L"Pager");
+      extra = Place(c, {FieldPager}, number, c.phones, L"Pager");
     } else if (HasType(p, "CAR")) {
-      Place(c, {FieldCarPhone}, number, c.phones, L"Car");
+      extra = Place(c, {FieldCarPhone}, number, c.phones, L"Car");
     } else if (HasType(p, "X-RADIO")) {
-      Place(c, {FieldRadioPhone}, number, c.phones, L"Radio");
+      extra = Place(c, {FieldRadioPhone}, number, c.phones, L"Radio");
     } else if (HasType(p, "X-ASSISTANT")) {
-      Place(c, {FieldAssistantPhone}, number, c.phones, L"Assistant");
+      extra = Place(c, {FieldAssistantPhone}, number, c.phones, L"Assistant");
     } else if (work) {
-      Place(c, {FieldWorkPhone, FieldWorkPhone2}, number, c.phones, L"Work");
+      extra = Place(c, {FieldWorkPhone, FieldWorkPhone2}, number, c.phones, L"Work");
     } else if (home) {
-      Place(c, {FieldHomePhone, FieldHomePhone2}, number, c.phones, L"Home");
+      extra = Place(c, {FieldHomePhone, FieldHomePhone2}, number, c.phones, L"Home");
     } else {
-      Place(c, {FieldHomePhone, FieldWorkPhone, FieldMobilePhone, FieldHomePhone2, FieldWorkPhone2}, number,
-            c.phones, L"Phone");
+      extra = Place(c, {FieldHomePhone, FieldWorkPhone, FieldMobilePhone, FieldHomePhone2, FieldWorkPhone2}, number,
+                    c.phones, L"Phone");
     }
+    if (extra) labels.Target(p.group, LabelRef::Last(c.phones));
   } else if (p.name == "EMAIL") {
-    Place(c, {FieldEmail1, FieldEmail2, FieldEmail3}, Unescape(value), c.emails, L"E-mail");
+    if (Place(c, {FieldEmail1, FieldEmail2, FieldEmail3}, Unescape(value), c.emails, L"E-mail"))
+      labels.Target(p.group, LabelRef::Last(c.emails));
   } else if (p.name == "URL") {
-    Place(c, {FieldWebPage}, Unescape(value), c.webPages, L"Web");
+    if (Place(c, {FieldWebPage}, Unescape(value), c.webPages, L"Web"))
+      labels.Target(p.group, LabelRef::Last(c.webPages));
+  } else if (p.name == "IMPP" || !messengerKind.empty()) {
+    // IMPP:xmpp:me@example.org names its service by the scheme; X-ICQ:12345 and its kin by the name.
+    std::wstring id = Unescape(value);
+    std::wstring kind = messengerKind;
+    if (p.name == "IMPP") {
+      size_t colon = id.find(L':');
+      std::wstring scheme = colon == std::wstring::npos ? std::wstring() : id.substr(0, colon);
+      std::string upperScheme;
+      for (wchar_t ch : scheme) upperScheme += static_cast<char>(ch >= L'a' && ch <= L'z' ? ch - L'a' + L'A' : ch);
+      kind = MessengerKind(upperScheme);
+      if (kind.empty()) kind = scheme.empty() ? L"IM" : scheme;
+      if (colon != std::wstring::npos) id = id.substr(colon + 1);
+    }
+    if (!id.empty()) {
+      std::wstring note = HasType(p, "WORK") ? L"work" : HasType(p, "HOME") ? L"home" : L"";
+      c.messengers.push_back({kind, id, note});
+      labels.Target(p.group, LabelRef::Last(c.messengers));
+    }
+  } else if (p.name == "X-ABLABEL") {
+    labels.Label(p.group, CleanLabel(Unescape(value)));
+  } else if (p.name == "X-ABRELATEDNAMES" || p.name == "RELATED") {
+    std::wstring name = Unescape(value);
+    if (!name.empty()) {
+      std::string type = ParamValue(p, "TYPE");
+      std::wstring label = type.empty() ? L"Related" : Widen(type, CP_UTF8);
+      if (!label.empty()) label[0] = static_cast<wchar_t>(towupper(label[0]));
+      for (size_t i = 1; i < label.size(); ++i) label[i] = static_cast<wchar_t>(towlower(label[i]));
+      c.people.push_back({label, name});
+      labels.Target(p.group, LabelRef::Last(c.people));
+    }
+  } else if (p.name == "X-ABDATE") {
+    uint64_t date = 0;
+    if (!ParseDate(Unescape(value), &date)) {
+      *problem = L"bad date in " + Widen(p.name, CP_UTF8);
+      return false;
+    }
+    c.dates.push_back({L"Date", date});
+    labels.Target(p.group, LabelRef::Last(c.dates));
   } else if (p.name == "ADR") {
     std::vector<std::wstring> parts = SplitValue(value, L';');
     std::wstring street = Part(parts, 2);
@@ -240,6 +371,18 @@ bool ApplyProperty(const Property& p, ToolContact& c, std::wstring* problem) {
       ToolField f[5] = {FieldOtherStreet, FieldOtherCity, FieldOtherState, FieldOtherPostalCode, FieldOtherCountry};
       std::copy(f, f + 5, fields);
     }
+    // The fixed address of that kind is taken already: this one goes beside it.
+    bool taken = false;
+    for (ToolField f : fields) taken = taken || !c.text[f].empty();
+    if (taken) {
+      ToolAddress address;
+      address.label = HasType(p, "WORK") ? L"Work" : HasType(p, "HOME") ? L"Home" : L"Other";
+      address.parts[0] = street;
+      for (int i = 1; i < 5; ++i) address.parts[i] = Part(parts, static_cast<size_t>(i + 2));
+      c.addresses.push_back(address);
+      labels.Target(p.group, LabelRef::Last(c.addresses));
+      return true;
+    }
     c.text[fields[0]] = street;
     for (int i = 1; i < 5; ++i) c.text[fields[i]] = Part(parts, static_cast<size_t>(i + 2));
   } else if (p.name == "BDAY" || p.name == "ANNIVERSARY" || p.name == "X-ANNIVERSARY" ||
@@ -249,7 +392,12 @@ bool ApplyProperty(const Property& p, ToolContact& c, std::wstring* problem) {
       *problem = L"bad date in " + Widen(p.name, CP_UTF8);
       return false;
     }
-    (p.name == "BDAY" ? c.birthday : c.anniversary) = date;
+    uint64_t& field = p.name == "BDAY" ? c.birthday : c.anniversary;
+    // A second date of the kind goes beside the first.
+    if (field != 0 && field != date)
+      c.dates.push_back({p.name == "BDAY" ? L"Birthday" : L"Anniversary", date});
+    else
+      field = date;
   } else if (p.name == "NOTE") {
     c.note = Unescape(value);
   } else if (p.name == "CATEGORIES") {
@@ -291,7 +439,11 @@ bool ParseLine(const std::string& line, int lineNumber, Property* p) {
     }
   std::string name = Upper(Trim(pieces[0]));
   size_t dot = name.find('.');
-  if (dot != std::string::npos) name = name.substr(dot + 1);
+  p->group.clear();
+  if (dot != std::string::npos) {
+    p->group = name.substr(0, dot);
+    name = name.substr(dot + 1);
+  }
   if (name.empty()) return false;
   for (char ch : name)
     if (!((ch >= 'A' && ch <= 'Z') || (ch >= '0' && ch <= '9') || ch == '-')) return false;
@@ -356,6 +508,7 @@ VCardResult ParseVCards(const std::string& fileBytes) {
   bool broken = false;  // the current card is malformed: skip to its end
   int cardLine = 0;
   ToolContact contact;
+  CardLabels labels;
   auto report = [&](int line, const std::wstring& message) { result.problems.push_back({line, message}); };
 
   for (size_t i = 0; i < lines.size(); ++i) {
@@ -381,6 +534,7 @@ VCardResult ParseVCards(const std::string& fileBytes) {
       broken = false;
       cardLine = lineNumber;
       contact = ToolContact();
+      labels.Reset();
       continue;
     }
     if (upperLine == "END:VCARD") {
@@ -408,7 +562,7 @@ VCardResult ParseVCards(const std::string& fileBytes) {
       continue;
     }
     std::wstring problem;
-    if (!ApplyProperty(p, contact, &problem)) {
+    if (!ApplyProperty(p, contact, labels, &problem)) {
       report(lineNumber, problem);
       broken = true;
     }
