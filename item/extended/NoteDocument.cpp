@@ -8,13 +8,14 @@ bool ExtractText(const BYTE* blob, uint32_t length, Str& out)
         return false;
     NoteWalker walker(blob, length);
     NoteRecord record;
+    Str paragraph; // one block for every paragraph's text
     while (walker.Next(record)) {
         if (record.type != kNoteParagraph)
             continue;
         const BYTE* text;
         uint32_t textLength;
         ParagraphText(record, text, textLength);
-        Str paragraph;
+        paragraph.ReleaseBuffer(0);
         DecodeText(text, textLength, paragraph);
         // Paragraphs come out joined by single spaces, the way the block's scanner reads them.
         if (!out.IsEmpty() && !paragraph.IsEmpty())

@@ -21,9 +21,24 @@ bool Plan(const BYTE* blob, uint32_t length, int count, const NoteLine* lines, I
         return false;
     if (length < kNoteHeaderSize || !HasNoteMagic(blob, length))
         return false;
-    if (!FindParagraphTable(blob, length, plan.table))
+    // One walk finds the table, the highest id and the last paragraph.
+    plan.highestId = 0;
+    plan.lastParagraphId = 0;
+    int tables = 0;
+    NoteWalker walker(blob, length);
+    NoteRecord record;
+    while (walker.Next(record)) {
+        if (record.id > plan.highestId)
+            plan.highestId = record.id;
+        if (record.type == kNoteParagraph)
+            plan.lastParagraphId = record.id;
+        if (record.type == kNoteParagraphTable) {
+            ++tables;
+            plan.table = record;
+        }
+    }
+    if (tables != 1 || !IsWellFormedTable(plan.table))
         return false;
-    ScanDocument(blob, length, plan.highestId, plan.lastParagraphId);
 
     uint64_t n = static_cast<uint64_t>(count);
     // The table's size field holds (count + 3) * 2, and every new id must fit its 16 bits.

@@ -76,7 +76,12 @@ bool FindParagraphTable(const BYTE* blob, uint32_t length, NoteRecord& table)
         ++found;
         table = record;
     }
-    if (found != 1 || table.bodyLength < kNoteTableHead + kNoteTableTrailer)
+    return found == 1 && IsWellFormedTable(table);
+}
+
+bool IsWellFormedTable(const NoteRecord& table)
+{
+    if (table.type != kNoteParagraphTable || table.bodyLength < kNoteTableHead + kNoteTableTrailer)
         return false;
     uint32_t count = NoteU32(table.body);
     return count <= (table.bodyLength - kNoteTableHead - kNoteTableTrailer) / kNoteTableEntry &&

@@ -55,6 +55,8 @@ void ParagraphText(const NoteRecord& record, const BYTE*& text, uint32_t& length
 // The paragraph table of a document when it has exactly one and its body is (count + 3) * 8 bytes;
 // false otherwise.
 bool FindParagraphTable(const BYTE* blob, uint32_t length, NoteRecord& table);
+// Whether a paragraph table's body is (count + 3) * 8 bytes.
+bool IsWellFormedTable(const NoteRecord& table);
 
 // Writes into a buffer of a fixed room. A write that doesn't fit writes nothing and sets the overflow,
 // after which every write is refused.

@@ -60,6 +60,7 @@ bool Plan(const BYTE* blob, uint32_t length, const wchar_t* start, const wchar_t
     NoteWalker walker(blob, length);
     NoteRecord record;
     int number = 0;
+    Str decoded; // one block for every paragraph's text
     while (walker.Next(record)) {
         if (record.type != kNoteParagraph)
             continue;
@@ -67,7 +68,7 @@ bool Plan(const BYTE* blob, uint32_t length, const wchar_t* start, const wchar_t
         uint32_t textLength;
         ParagraphText(record, text, textLength);
         if (!plan.closed) {
-            Str decoded;
+            decoded.ReleaseBuffer(0);
             DecodeText(text, textLength, decoded);
             if (plan.first < 0 && NoteTextContains(decoded, decoded.GetLength(), start))
                 plan.first = number;

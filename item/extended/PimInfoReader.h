@@ -77,10 +77,9 @@ protected:
     bool SkipSpace();
     // Reads a token; true when it is the single character `ch`.
     bool Expect(wchar_t ch);
-    // Skips white space and appends the next token unless it is a delimiter, which is put back.
-    bool ReadWord(Str& out);
-    // ReadWord, then every further token, white space included, up to a delimiter that isn't white
-    // space, which is put back. False when the block ends first.
+    // Skips white space, then appends the next token unless it is a delimiter (which is put back), and
+    // every further token, white space included, up to a delimiter that isn't white space, which is put
+    // back. False when the block ends first.
     bool ReadText(Str& out);
     // Reads tokens up to and including a "]" delimiter; false when the block ends first.
     bool SkipEntry();

@@ -58,25 +58,12 @@ bool PimInfoReader::Expect(wchar_t ch)
     return TokenIs(ch);
 }
 
-bool PimInfoReader::ReadWord(Str& out)
-{
-    if (!SkipSpace())
-        return false;
-    if (!NextToken())
-        return false;
-    if (isDelimiter) {
-        PutBack();
-        return true;
-    }
-    out += Str(tokenStart, static_cast<int>(tokenEnd - tokenStart));
-    return true;
-}
-
 bool PimInfoReader::ReadText(Str& out)
 {
+    // The first word after white space, then every token up to a delimiter. The tokens lie side by side,
+    // so the text is taken once, as the run they cover.
     if (!SkipSpace())
         return false;
-    // The tokens of a text lie side by side, so the text is taken once, as the run they cover.
     const wchar_t* first = cursor;
     const wchar_t* last = cursor;
     if (!NextToken())
