@@ -10,7 +10,26 @@
 #include "storage/ContactNames.h"
 #include "storage/IndexStore.h"
 
+namespace {
+
+// The index tests keep to an object store file of their own, made afresh for each run, so that the
+// device's databases are never touched. The store reads the variable at the first Ce call, after this.
+struct OwnStoreFile {
+  OwnStoreFile() {
+    wchar_t given[MAX_PATH];
+    if (GetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", given, MAX_PATH) == 0) {
+      SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", indextest::kTestStoreFile);
+      DeleteFileW(indextest::kTestStoreFile);
+    }
+  }
+};
+OwnStoreFile g_ownStoreFile;
+
+}  // namespace
+
 namespace indextest {
+
+const wchar_t kTestStoreFile[] = L"\\windows\\test_index.cdb";
 
 namespace {
 

@@ -23,6 +23,9 @@ class KeypadGroups;
 
 namespace indextest {
 
+// The object store file of the index tests, unless PAGEMARK_OBJECT_STORE names one.
+extern const wchar_t kTestStoreFile[];
+
 // A path in the temporary folder for this test program's files.
 std::wstring TempPath(const std::wstring& name);
 std::vector<uint8_t> ReadFileBytes(const std::wstring& path);
