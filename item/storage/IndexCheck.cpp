@@ -46,6 +46,12 @@ class IndexChecker {
   bool Claim(uint32_t offset, uint32_t bytes, const wchar_t* what);
   // Payload bytes of the block in use at `offset`, or 0.
   uint32_t PayloadOf(uint32_t offset) const;
+  // Whether `bytes` from `offset` can be read as one structure: within its block when the arena is
+  // sound, within the data otherwise.
+  bool RoomFor(uint32_t offset, uint64_t bytes) const {
+    if (arenaSound) return bytes <= PayloadOf(offset);
+    return offset >= kIndexHeaderSize && offset <= length && bytes <= length - offset;
+  }
   void CheckTree(int kind);
   void CheckReverseMap(int kind);
   void CheckSortedLists();
@@ -238,7 +244,13 @@ void IndexChecker::CheckTree(int kind) {
   const uint32_t root = store.HeaderWord(kind == 0 ? kWordRootSlot : kKeypadRootSlot);
   Array<PendingNode> pending;
   if (root != 0) pending.Add(PendingNode{root, 0, 0, 0, false, false});
+  // Claims stop a walk in circles only in a sound arena; the count of nodes stops it in any.
+  uint32_t walked = 0;
   while (pending.GetSize() > 0) {
+    if (++walked > length / kNodeSize) {
+      Problem(L"%s: more nodes than the data can hold: the links go in circles", name);
+      break;
+    }
     PendingNode item = pending[pending.GetSize() - 1];
     pending.SetSize(pending.GetSize() - 1);
     const uint32_t node = item.node;
@@ -250,15 +262,16 @@ void IndexChecker::CheckTree(int kind) {
       Problem(L"%s: node %u with character %u stands out of order", name, node, n->ch);
     const bool hasChildren = n->less != 0 || n->equal != 0 || n->greater != 0;
     if (n->tailFlag != 0 && n->tailFlag != kTailFlag) Problem(L"%s: node %u has the tail flag %u", name, node, n->tailFlag);
-    if (n->tailFlag == kTailFlag) {
-      if (PayloadOf(node) < kTailNodeSize && arenaSound) Problem(L"%s: tail node %u lies in a block of %u bytes", name, node, PayloadOf(node));
+    if (n->tailFlag == kTailFlag && !RoomFor(node, kTailNodeSize)) {
+      Problem(L"%s: tail node %u lies in a block too small for its tail's offset", name, node);
+    } else if (n->tailFlag == kTailFlag) {
       if (node == root) Problem(L"%s: the root %u has a tail", name, node);
       if (n->equal != 0) Problem(L"%s: tail node %u has an equal child", name, node);
       if (n->list == 0) Problem(L"%s: tail node %u has no contact list", name, node);
       if (n->tail == 0 || !Claim(n->tail, 4, L"tail")) {
         if (n->tail == 0) Problem(L"%s: tail node %u has no tail block", name, node);
       } else {
-        const uint32_t bytes = arenaSound ? PayloadOf(n->tail) : 4;
+        const uint32_t bytes = arenaSound ? PayloadOf(n->tail) : length - n->tail;
         const wchar_t* text = reinterpret_cast<const wchar_t*>(data + n->tail);
         uint32_t chars = 0;
         while (chars * 2 + 2 <= bytes && text[chars] != 0) ++chars;
@@ -273,7 +286,7 @@ void IndexChecker::CheckTree(int kind) {
       const uint32_t count = Word(n->list);
       if (count == 0) {
         Problem(L"%s: node %u has an empty contact list", name, node);
-      } else if (arenaSound && (count > PayloadOf(n->list) / 4 || 4 + 4 * count > PayloadOf(n->list))) {
+      } else if (!RoomFor(n->list, 4 + 4 * static_cast<uint64_t>(count))) {
         Problem(L"%s: the list of node %u counts %u, more than its block holds", name, node, count);
       } else {
         for (uint32_t k = 0; k < count; ++k) {
@@ -305,7 +318,7 @@ void IndexChecker::CheckReverseMap(int kind) {
   }
   if (!Claim(map, 4, L"reverse map")) return;
   const uint32_t count = Word(map);
-  if (arenaSound && (count > PayloadOf(map) / 8 || 4 + 8 * count > PayloadOf(map))) {
+  if (!RoomFor(map, 4 + 8 * static_cast<uint64_t>(count))) {
     Problem(L"%s: the reverse map counts %u, more than its block holds", name, count);
     return;
   }
@@ -326,6 +339,11 @@ void IndexChecker::CheckReverseMap(int kind) {
     uint32_t block = head;
     bool chainSound = true;
     do {
+      if (blocks.GetSize() > static_cast<int>(length / kChainBlockSize)) {
+        Problem(L"%s: the chain of contact %u goes in circles", name, oid);
+        chainSound = false;
+        break;
+      }
       if (!Claim(block, kChainBlockSize, L"chain block")) {
         chainSound = false;
         break;
@@ -339,7 +357,7 @@ void IndexChecker::CheckReverseMap(int kind) {
         break;
       }
       for (uint32_t s = 0; s < used; ++s) named.Add(Word(block + 12 + 4 * s));
-      if (next == 0 || Word(next + 4) != block) {
+      if (next == 0 || !RoomFor(next, kChainBlockSize) || Word(next + 4) != block) {
         Problem(L"%s: chain block %u of contact %u and its next %u don't link both ways", name, block, oid, next);
         chainSound = false;
         break;
@@ -394,7 +412,7 @@ void IndexChecker::CheckContactMap() {
   }
   const uint32_t count = Word(map);
   if (count == 0) Problem(L"contact map: the map is there but empty");
-  if (arenaSound && (count > PayloadOf(map) / 8 || 4 + 8 * count > PayloadOf(map))) {
+  if (!RoomFor(map, 4 + 8 * static_cast<uint64_t>(count))) {
     Problem(L"contact map: counts %u, more than its block holds", count);
     haveMap = false;
     return;
@@ -424,7 +442,7 @@ void IndexChecker::CheckSortedLists() {
     if (!Claim(list, 4, name)) continue;
     const uint32_t count = Word(list);
     if (count == 0) Problem(L"%s: the list is there but empty", name);
-    if (arenaSound && (count > PayloadOf(list) / 4 || 4 + 4 * count > PayloadOf(list))) {
+    if (!RoomFor(list, 4 + 4 * static_cast<uint64_t>(count))) {
       Problem(L"%s: counts %u, more than its block holds", name, count);
       continue;
     }
