@@ -1,0 +1,180 @@
+#include "ManagerTestSupport.h"
+
+#include <cstdio>
+
+#include "DeviceContacts.h"
+#include "Generator.h"
+#include "ToolCategories.h"
+#include "foundation/Settings.h"
+#include "manager/KeypadGroups.h"
+#include "storage/ContactDatabase.h"
+#include "storage/IndexStore.h"
+#include "storage/PropsStore.h"
+
+namespace {
+
+// The manager tests keep to an object store file of their own, made afresh for each run, so that
+// the device's databases are never touched. The store reads the variable at the first Ce call.
+struct OwnStoreFile {
+  OwnStoreFile() {
+    wchar_t given[MAX_PATH];
+    if (GetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", given, MAX_PATH) == 0) {
+      SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", L"\\windows\\test_manager.cdb");
+      DeleteFileW(L"\\windows\\test_manager.cdb");
+    }
+  }
+};
+OwnStoreFile g_ownStoreFile;
+
+void DropDatabase(const wchar_t* name) {
+  CEOID oid = 0;
+  HANDLE handle = CeOpenDatabase(&oid, const_cast<LPWSTR>(name), 0, 0, nullptr);
+  if (handle == INVALID_HANDLE_VALUE) return;
+  CloseHandle(handle);
+  CeDeleteDatabase(oid);
+}
+
+}  // namespace
+
+namespace managertest {
+
+void ResetDatabases() {
+  DropDatabase(kContactsDatabaseName);
+  DropDatabase(kCategoriesDatabaseName);
+  const DWORD text = CEDB_SORT_CASEINSENSITIVE | CEDB_SORT_UNKNOWNFIRST;
+  SORTORDERSPEC contacts[4] = {{0x4013001F, text}, {0x3A11001F, text}, {0x3A16001F, text}, {0x3A06001F, text}};
+  SORTORDERSPEC categories[2] = {{0x40020002, 0}, {0x4001001F, CEDB_SORT_CASEINSENSITIVE}};
+  CeCreateDatabase(const_cast<LPWSTR>(kContactsDatabaseName), 0, 4, contacts);
+  CeCreateDatabase(const_cast<LPWSTR>(kCategoriesDatabaseName), 0, 2, categories);
+}
+
+void ResetIndexFiles() {
+  Str index = IndexStore::DefaultPath();
+  Str props = PropsStore::DefaultPath();
+  DeleteFileW(index);
+  DeleteFileW(props);
+  ClearDirtyMark(index);
+  ClearDirtyMark(props);
+}
+
+void FreshDevice() {
+  ResetDatabases();
+  ResetIndexFiles();
+  Array<Str> letters;
+  const wchar_t* english[] = {L"abc", L"def", L"ghi", L"jkl", L"mno", L"pqrs", L"tuv", L"wxyz"};
+  for (const wchar_t* group : english) letters.Add(Str(group));
+  g_keypadGroups.Fill(letters);
+}
+
+std::vector<CEOID> WriteGenerated(int count, uint64_t seed, int first) {
+  std::vector<CEOID> ids;
+  ContactDatabase database;
+  ToolCategories categories;
+  if (!database.Open(nullptr) || !categories.Open()) return ids;
+  ContactNote note;
+  for (int i = first; i < first + count; ++i) {
+    Contact contact;
+    if (!ToContactRecord(GenerateContact(seed, i), categories, note, contact)) break;
+    if (!database.AddContact(contact, true)) break;
+    ids.push_back(contact.oid);
+  }
+  categories.Flush();
+  return ids;
+}
+
+CEOID WriteNamed(const wchar_t* last, const wchar_t* first, const wchar_t* company, const wchar_t* mobile) {
+  ContactDatabase database;
+  if (!database.Open(nullptr)) return 0;
+  Contact contact;
+  contact.text[ContactField::LastName] = Str(last);
+  contact.text[ContactField::FirstName] = Str(first);
+  contact.text[ContactField::Company] = Str(company);
+  contact.text[ContactField::MobilePhone] = Str(mobile);
+  if (!database.AddContact(contact, true)) return 0;
+  return contact.oid;
+}
+
+bool TouchRecord(CEOID oid, const wchar_t* company) {
+  ContactDatabase database;
+  if (!database.Open(nullptr)) return false;
+  Contact contact;
+  if (!database.LoadByOid(oid, contact)) return false;
+  contact.text[ContactField::Company] = Str(company);
+  return database.UpdateContact(contact, true);
+}
+
+bool DeleteRecord(CEOID oid) {
+  ContactDatabase database;
+  return database.Open(nullptr) && database.DeleteContact(oid);
+}
+
+std::vector<CEOID> AllRecordIds() {
+  std::vector<CEOID> result;
+  ContactDatabase database;
+  Array<CEOID> ids;
+  if (!database.Open(nullptr) || !database.EnumerateOids(ListFilter(), ids)) return result;
+  for (int i = 0; i < ids.GetSize(); ++i) result.push_back(ids[i]);
+  return result;
+}
+
+std::string Hex(CEOID oid) {
+  char text[16];
+  std::snprintf(text, sizeof text, "0x%lx", static_cast<unsigned long>(oid));
+  return text;
+}
+
+void RecordingListener::OnContactAdded(CEOID id) { calls.push_back("added " + Hex(id)); }
+void RecordingListener::OnContactChanged(CEOID id) { calls.push_back("changed " + Hex(id)); }
+void RecordingListener::OnContactDeleted(CEOID id) { calls.push_back("deleted " + Hex(id)); }
+void RecordingListener::OnReloaded() { calls.push_back("reloaded"); }
+void RecordingListener::OnListEvent(DWORD a, DWORD b) {
+  calls.push_back("list " + std::to_string(a) + " " + std::to_string(b));
+}
+void RecordingListener::OnKeypadRebuildProgress(int step) { calls.push_back("keypad " + std::to_string(step)); }
+void RecordingListener::SetDataReady(BOOL ready) { calls.push_back(std::string("ready ") + (ready ? "1" : "0")); }
+void RecordingListener::SetUpdatePending(BOOL pending) {
+  calls.push_back(std::string("pending ") + (pending ? "1" : "0"));
+}
+void RecordingListener::OnListEvent2(DWORD a, DWORD b) {
+  calls.push_back("list2 " + std::to_string(a) + " " + std::to_string(b));
+}
+
+int RecordingListener::Count(const std::string& prefix) const {
+  int n = 0;
+  for (const std::string& call : calls) n += call.compare(0, prefix.size(), prefix) == 0 ? 1 : 0;
+  return n;
+}
+
+void Pump(DWORD ms) {
+  PumpUntil([] { return false; }, ms);
+}
+
+bool PumpUntil(const std::function<bool()>& done, DWORD timeoutMs) {
+  const DWORD start = GetTickCount();
+  for (;;) {
+    MSG msg;
+    while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) {
+      TranslateMessage(&msg);
+      DispatchMessageW(&msg);
+    }
+    if (done()) return true;
+    if (GetTickCount() - start >= timeoutMs) return done();
+    MsgWaitForMultipleObjects(0, nullptr, FALSE, 10, QS_ALLINPUT);
+  }
+}
+
+std::string CheckIndex(ContactManager& manager) {
+  Str report;
+  if (manager.Index().Check(report)) return std::string();
+  return U8(static_cast<const wchar_t*>(report));
+}
+
+std::string U8(const std::wstring& text) {
+  if (text.empty()) return std::string();
+  int n = WideCharToMultiByte(CP_UTF8, 0, text.c_str(), static_cast<int>(text.size()), nullptr, 0, nullptr, nullptr);
+  std::string out(static_cast<size_t>(n), '\0');
+  WideCharToMultiByte(CP_UTF8, 0, text.c_str(), static_cast<int>(text.size()), &out[0], n, nullptr, nullptr);
+  return out;
+}
+
+}  // namespace managertest

@@ -1,0 +1,65 @@
+// Helpers of the contact manager tests: an object store of their own with the two databases made
+// afresh, generated contacts written as the tools write them, index files in the temporary folder,
+// a listener that records what it is told, and message pumping while timers run.
+#pragma once
+#include <windows.h>
+#include <windbase.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "manager/ContactManager.h"
+#include "storage/Contact.h"
+
+namespace managertest {
+
+// Deletes and makes again "Contacts Database" and "\Categories Database" of the test's store.
+void ResetDatabases();
+// Index files of the manager: pim_index1.dat and pim_index2.dat of the temporary folder, deleted, and
+// their reset marks cleared.
+void ResetIndexFiles();
+// Both of the above, and the process's keypad groups set to the English letters.
+void FreshDevice();
+
+// Writes generated contacts `first` to `first + count - 1` of `seed` straight into the database (not
+// through the manager); gives their record ids in order.
+std::vector<CEOID> WriteGenerated(int count, uint64_t seed = 7, int first = 0);
+// Writes one contact with the given names straight into the database; gives its id.
+CEOID WriteNamed(const wchar_t* last, const wchar_t* first, const wchar_t* company = L"",
+                 const wchar_t* mobile = L"");
+// Changes the company of a record straight in the database (a change by another program).
+bool TouchRecord(CEOID oid, const wchar_t* company);
+bool DeleteRecord(CEOID oid);
+
+// Every record id of the contacts database.
+std::vector<CEOID> AllRecordIds();
+
+// A listener that records every call as a line such as "added 0x1234", "ready 1".
+class RecordingListener : public ContactManagerListener {
+ public:
+  void OnContactAdded(CEOID id) override;
+  void OnContactChanged(CEOID id) override;
+  void OnContactDeleted(CEOID id) override;
+  void OnReloaded() override;
+  void OnListEvent(DWORD a, DWORD b) override;
+  void OnKeypadRebuildProgress(int step) override;
+  void SetDataReady(BOOL ready) override;
+  void SetUpdatePending(BOOL pending) override;
+  void OnListEvent2(DWORD a, DWORD b) override;
+  int Count(const std::string& prefix) const;
+  std::vector<std::string> calls;
+};
+
+// Runs the thread's messages for `ms` milliseconds.
+void Pump(DWORD ms);
+// Runs messages until `done` says so or `timeoutMs` pass; gives `done()`.
+bool PumpUntil(const std::function<bool()>& done, DWORD timeoutMs);
+
+// The index's whole check; empty when sound.
+std::string CheckIndex(ContactManager& manager);
+
+std::string U8(const std::wstring& text);
+std::string Hex(CEOID oid);
+
+}  // namespace managertest
