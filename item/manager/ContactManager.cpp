@@ -118,6 +118,11 @@ int ContactManager::OpenIndex() {
   // The props store refuses a file whose in-change byte is set, so a write that was cut off leaves
   // the index unusable and the master rebuilds it.
   if (!index.OpenStores()) return IndexUnusable;
+  // A contact listed twice can't be patched, whatever the stamp says.
+  if (HasDuplicateIds()) {
+    index.CloseStores();
+    return IndexUnusable;
+  }
   FILETIME time;
   DWORD count = 0;
   GetCountAndTime(time, count);
@@ -125,6 +130,24 @@ int ContactManager::OpenIndex() {
 }
 
 // --- helpers -----------------------------------------------------------------------------------------------
+
+namespace {
+int CompareOids(const void* a, const void* b) {
+  const CEOID x = *static_cast<const CEOID*>(a);
+  const CEOID y = *static_cast<const CEOID*>(b);
+  return x < y ? -1 : (x > y ? 1 : 0);
+}
+}  // namespace
+
+BOOL ContactManager::HasDuplicateIds() {
+  Array<CEOID> ids;
+  index.ListAll(SortByName, ids);
+  if (ids.GetSize() > 1) qsort(ids.GetData(), ids.GetSize(), sizeof(CEOID), CompareOids);
+  for (int i = 1; i < ids.GetSize(); ++i) {
+    if (ids[i] == ids[i - 1]) return TRUE;
+  }
+  return FALSE;
+}
 
 BOOL ContactManager::MayWrite() const { return !sync || sync->IsMaster(); }
 

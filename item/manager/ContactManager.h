@@ -144,6 +144,8 @@ class ContactManager : public ContactDatabase, public DbEventTarget {
  protected:
   // Whether this process may write the index: the master, or a process without coordinator.
   BOOL MayWrite() const;
+  // Whether the name list of the open index names a contact twice.
+  BOOL HasDuplicateIds();
   // Marks both index files for a rebuild at the next start of a master.
   void SetResetMarks();
   BOOL HasResetMark() const;
