@@ -4,6 +4,16 @@
 //   pimtool list                    one line per contact: record id in hexadecimal and list name
 //   pimtool dump ID                 every stored field of the contact with that record id, the Note's
 //                                   text and the extended data read back from the Note
+//   pimtool search --keypad DIGITS | --text TEXT [--sort 0|1|2] [--category NAME ...]
+//                                   the item's search: digits pick letter groups as the list's number
+//                                   keys do ('2' the first group ... '9' the eighth, '1' the ninth);
+//                                   one line per contact, id and list name, under group title lines
+//                                   ("[Company]") with --sort 2
+//   pimtool find-phone NUMBER [--min-digits N]   the contacts of a number, by its last digits
+//   pimtool rebuild | open | check  rebuild the index; open it as the item does and say what was
+//                                   decided; check both index files (exit status 1 on any finding)
+//   pimtool add FIELD=VALUE ... | update ID FIELD=VALUE ... | delete ID
+//                                   contacts written through the item's manager, the index following
 // Exit status: 0 done, 1 failed, 2 wrong command line.
 #include <windows.h>
 #include <cstdio>
@@ -12,6 +22,7 @@
 #include <sstream>
 #include <string>
 #include "DeviceContacts.h"
+#include "IndexVerbs.h"
 #include "Generator.h"
 #include "Output.h"
 #include "VCard.h"
@@ -21,7 +32,8 @@
 namespace {
 
 int Usage() {
-  PrintError(L"usage: pimtool generate N [--seed S] | import FILE.vcf | list | dump ID");
+  PrintError(L"usage: pimtool generate N [--seed S] | import FILE.vcf | list | dump ID | search ... | find-phone NUMBER"
+             L" | rebuild | open | check | add FIELD=VALUE ... | update ID FIELD=VALUE ... | delete ID");
   return 2;
 }
 
@@ -180,5 +192,13 @@ int wmain(int argc, wchar_t** argv) {
   if (verb == L"import") return Import(argc, argv);
   if (verb == L"list") return List();
   if (verb == L"dump") return Dump(argc, argv);
+  if (verb == L"search") return SearchVerb(argc, argv);
+  if (verb == L"find-phone") return FindPhoneVerb(argc, argv);
+  if (verb == L"rebuild") return RebuildVerb();
+  if (verb == L"open") return OpenVerb();
+  if (verb == L"check") return CheckVerb();
+  if (verb == L"add") return AddVerb(argc, argv);
+  if (verb == L"update") return UpdateVerb(argc, argv);
+  if (verb == L"delete") return DeleteVerb(argc, argv);
   return Usage();
 }

@@ -1,0 +1,67 @@
+// rebuild, open and check: the index as the item keeps it.
+#include <string>
+
+#include "IndexVerbs.h"
+#include "Output.h"
+#include "ToolManager.h"
+#include "storage/ContactKeySource.h"
+
+int RebuildVerb() {
+  ToolManager tool;
+  if (!tool.Open()) return 1;
+  if (!tool.Get().Rebuild()) {
+    PrintError(L"pimtool: the rebuild failed (error " + std::to_wstring(GetLastError()) + L")");
+    return 1;
+  }
+  PrintLine(L"rebuilt: " + std::to_wstring(tool.Get().Index().ContactCount()) + L" contacts");
+  return 0;
+}
+
+int OpenVerb() {
+  ToolManager tool;
+  const bool opened = tool.Open();
+  const IndexOpenReport& report = tool.Get().LastOpenReport();
+  if (report.rebuilt) {
+    if (report.inspected) {
+      PrintLine(L"stale, inspected: removed " + std::to_wstring(report.removed) + L", added " +
+                std::to_wstring(report.added) + L", changed " + std::to_wstring(report.changed) +
+                L" and more: rebuilt");
+    } else {
+      PrintLine(L"rebuilt");
+    }
+  } else if (report.state == IndexInStep) {
+    PrintLine(L"in step");
+  } else if (report.state == IndexStale) {
+    PrintLine(L"stale, inspected: removed " + std::to_wstring(report.removed) + L", added " +
+              std::to_wstring(report.added) + L", changed " + std::to_wstring(report.changed));
+  }
+  if (!opened) return 1;
+  PrintLine(std::to_wstring(tool.Get().Index().ContactCount()) + L" contacts");
+  return 0;
+}
+
+int CheckVerb() {
+  // The files as they are: opened without the manager, which would repair them.
+  ContactDatabase database;
+  if (!database.Open(nullptr)) {
+    PrintError(L"pimtool: the device's contacts database can't be opened (error " + std::to_wstring(GetLastError()) + L")");
+    return 1;
+  }
+  DatabaseKeySource keys(&database);
+  ContactIndex index;
+  index.SetKeySource(&keys);
+  if (!index.OpenStores()) {
+    PrintLine(L"the index files can't be opened (error " + std::to_wstring(GetLastError()) + L")");
+    return 1;
+  }
+  Str report;
+  const BOOL sound = index.Check(report);
+  index.CloseStores();
+  if (!sound) {
+    Print(static_cast<const wchar_t*>(report));
+    if (report.GetLength() > 0 && static_cast<const wchar_t*>(report)[report.GetLength() - 1] != L'\n') PrintLine(L"");
+    return 1;
+  }
+  PrintLine(L"index sound: " + std::to_wstring(index.ContactCount()) + L" contacts");
+  return 0;
+}
