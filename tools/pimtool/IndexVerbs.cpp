@@ -56,12 +56,13 @@ int CheckVerb() {
   }
   Str report;
   const BOOL sound = index.Check(report);
+  const int contacts = index.ContactCount();
   index.CloseStores();
   if (!sound) {
     Print(static_cast<const wchar_t*>(report));
     if (report.GetLength() > 0 && static_cast<const wchar_t*>(report)[report.GetLength() - 1] != L'\n') PrintLine(L"");
     return 1;
   }
-  PrintLine(L"index sound: " + std::to_wstring(index.ContactCount()) + L" contacts");
+  PrintLine(L"index sound: " + std::to_wstring(contacts) + L" contacts");
   return 0;
 }
