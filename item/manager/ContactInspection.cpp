@@ -108,15 +108,7 @@ BOOL ContactManager::Inspect() {
     return FullRebuild();
   }
   if (total == 0) return TRUE;
-  if (progress) {
-    const int steps = progress->GetStepCount();
-    progressPer = steps > 0 ? static_cast<double>(total) / steps : 0;
-    progressDone = 0;
-    progress->SetRange(1, total + 1);
-    progress->SetStep(1);
-    progress->SetText(L"Update indexes");
-    progress->Show();
-  }
+  BeginProgress(total, TRUE, L"Update indexes");
 
   // 5. Apply them, with the in-change byte set so that a cut-off pass is repaired at the next open.
   index.CancelSave();

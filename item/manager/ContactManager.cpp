@@ -20,7 +20,10 @@ ContactManager::ContactManager()
       opened(FALSE),
       simSourceAttached(FALSE),
       progressPer(0),
-      progressDone(0) {
+      progressDone(0),
+      keypadPer(0),
+      keypadReported(0),
+      keypadStep(1) {
   index.SetKeySource(&keySource);
 }
 
@@ -186,13 +189,13 @@ void ContactManager::FailDbOperation(int line) {
   }
 }
 
-void ContactManager::BeginProgress(int total, const wchar_t* text) {
+void ContactManager::BeginProgress(int total, BOOL rangeOfItems, const wchar_t* text) {
   progressDone = 0;
   progressPer = 0;
   if (!progress) return;
   const int steps = progress->GetStepCount();
   progressPer = steps > 0 ? static_cast<double>(total) / steps : 0;
-  progress->SetRange(1, steps + 1);
+  progress->SetRange(1, (rangeOfItems ? total : steps) + 1);
   progress->SetStep(1);
   progress->SetText(text);
   progress->Show();

@@ -164,10 +164,16 @@ class ContactManager : public ContactDatabase, public DbEventTarget {
   BOOL ApplyChange(const PendingChange& change);
   // "Unable perform db operation!!!" and the private exception: the index can no longer follow.
   [[noreturn]] void FailDbOperation(int line);
-  // Progress of a long pass.
-  void BeginProgress(int total, const wchar_t* text);
+  // Progress of a long pass over `total` items: the bar's steps are spread over them. The bar's range
+  // is its own steps, or with `rangeOfItems` the items.
+  void BeginProgress(int total, BOOL rangeOfItems, const wchar_t* text);
   void AdvanceProgress(int done);
   void EndProgress();
+  // Progress of the keypad tree's rebuild, told to the listener in 18 steps.
+  void AdvanceKeypadProgress(int done);
+  // Reads every record of the database into `builder`, calling `onRead` with the count so far after
+  // each. False on a read failure other than the end of the table.
+  BOOL FeedAllRecords(BulkBuilder& builder, void (ContactManager::*onRead)(int));
 
   // --- search parts (ContactSearch*.cpp) ----------------------------------------------------------------
   // The ids of the contacts that have, for every word of the query, a word beginning with it.
@@ -193,6 +199,19 @@ class ContactManager : public ContactDatabase, public DbEventTarget {
   BOOL ReorderByName(const Str& query, BOOL keypad, Array<CEOID>& out, SearchCancel* cancel);
   BOOL RunGroupedSearch(const Str& query, BOOL keypad, const CategoryFilter& filter, Array<uint32_t>& flat,
                         Array<Str>& titles, SearchCancel* cancel);
+  // The category mask of the filter's categories; all zeros (one byte) when none of them is known.
+  BOOL FilterMask(const CategoryFilter& filter, ByteBuffer& mask);
+  // Whether the search is to be given up; sets ERROR_CANCELLED when it is.
+  static BOOL IsCancelled(SearchCancel* cancel);
+  // Whether `text` is not empty and all its characters are decimal digits.
+  static BOOL IsAllDigits(const Str& text);
+  // The characters 0 to 9 of `text`, in order.
+  static Str DigitsOf(const wchar_t* text);
+  // `ids` and `more`, both ascending without duplicates, become their common ids: appended, sorted,
+  // and one copy kept of each value that occurs twice.
+  static void KeepCommon(Array<CEOID>& ids, const Array<CEOID>& more);
+  // The ids of `list` that stand in the ascending `set`, in the order of `list`.
+  static void KeepListed(const Array<CEOID>& list, const Array<CEOID>& set, Array<CEOID>& out);
 
   ContactIndex index;
   DatabaseKeySource keySource;
@@ -210,6 +229,9 @@ class ContactManager : public ContactDatabase, public DbEventTarget {
   // Progress of the pass in hand.
   double progressPer;
   int progressDone;
+  double keypadPer;
+  int keypadReported;
+  int keypadStep;
 
  private:
   ContactManager(const ContactManager&);

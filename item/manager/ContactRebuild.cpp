@@ -12,13 +12,8 @@ namespace {
 // The end of the table: the platform's "no more items", or the stepping layer's end of file.
 bool IsEndOfTable(DWORD error) { return error == ERROR_NO_MORE_ITEMS || error == ERROR_HANDLE_EOF; }
 
-// Puts the cursor on the first record; false when the table is empty.
-bool SeekFirstRecord(DbDatabase& table) {
-  table.SetAtEnd(false);
-  if (table.SeekIndex(0) != 0) return true;
-  table.SetAtEnd(true);
-  return false;
-}
+const int kKeypadSteps = 18;
+const int kKeypadDone = 20;
 
 }  // namespace
 
@@ -36,41 +31,44 @@ BOOL ContactManager::LoadForIndex(CEOID oid, Contact& contact, Str& noteText) {
   return TRUE;
 }
 
+BOOL ContactManager::FeedAllRecords(BulkBuilder& builder, void (ContactManager::*onRead)(int)) {
+  DbDatabase& table = Contacts();
+  table.SetAtEnd(false);
+  // Nothing at index 0: the table is empty.
+  if (table.SeekIndex(0) == 0) return TRUE;
+  int read = 0;
+  while (!table.IsAtEnd()) {
+    Contact* contact = CheckAllocation(new (std::nothrow) Contact());
+    Str text;
+    if (!ReadForIndex(*contact, text)) {
+      const DWORD error = GetLastError();
+      delete contact;
+      if (IsEndOfTable(error)) break;
+      SetLastError(error);
+      return FALSE;
+    }
+    // The builder keeps the contact (a keypad-only one deletes it at once).
+    builder.AddContact(contact, text);
+    (this->*onRead)(++read);
+  }
+  return TRUE;
+}
+
 BOOL ContactManager::FullRebuild() {
   FILETIME time;
   DWORD count = 0;
   GetCountAndTime(time, count);
-  if (progress) {
-    const int steps = progress->GetStepCount();
-    progressPer = steps > 0 ? static_cast<double>(count) / steps : 0;
-    progressDone = 0;
-    progress->SetRange(1, steps + 1);
-    progress->SetStep(1);
-    progress->SetText(L"Reindex database");
-    progress->Show();
-  }
+  BeginProgress(static_cast<int>(count), FALSE, L"Reindex database");
   rebuilding = TRUE;
 
   BulkBuilder builder;
-  DbDatabase& table = Contacts();
-  int read = 0;
-  if (SeekFirstRecord(table)) {
-    while (!table.IsAtEnd()) {
-      Contact* contact = CheckAllocation(new (std::nothrow) Contact());
-      Str text;
-      if (!ReadForIndex(*contact, text)) {
-        const DWORD error = GetLastError();
-        delete contact;
-        if (IsEndOfTable(error)) break;
-        // The old index stays as it was.
-        EndProgress();
-        rebuilding = FALSE;
-        SetLastError(error);
-        return FALSE;
-      }
-      builder.AddContact(contact, text);
-      AdvanceProgress(++read);
-    }
+  if (!FeedAllRecords(builder, &ContactManager::AdvanceProgress)) {
+    // The old index stays as it was.
+    const DWORD error = GetLastError();
+    EndProgress();
+    rebuilding = FALSE;
+    SetLastError(error);
+    return FALSE;
   }
 
   index.CancelSave();
@@ -111,6 +109,13 @@ BOOL ContactManager::Rebuild() {
   return rebuilt;
 }
 
+void ContactManager::AdvanceKeypadProgress(int done) {
+  const int target = keypadPer > 0 ? static_cast<int>(done / keypadPer) : kKeypadSteps;
+  if (target == keypadReported) return;
+  keypadReported = target;
+  if (listener) listener->OnKeypadRebuildProgress(keypadStep++);
+}
+
 BOOL ContactManager::RebuildKeypadTree() {
   if (!MayWrite()) {
     SetLastError(ERROR_ACCESS_DENIED);
@@ -126,40 +131,18 @@ BOOL ContactManager::RebuildKeypadTree() {
   FILETIME time;
   DWORD count = 0;
   GetCountAndTime(time, count);
-  const int kSteps = 18;
-  const double per = static_cast<double>(count) / kSteps;
+  keypadPer = static_cast<double>(count) / kKeypadSteps;
+  keypadReported = 0;
+  keypadStep = 1;
   RebuildKeypadGroups();
 
   BulkBuilder builder(true);
-  DbDatabase& table = Contacts();
-  int read = 0;
-  int reported = 0;
-  int step = 1;
-  if (SeekFirstRecord(table)) {
-    while (!table.IsAtEnd()) {
-      Contact* contact = CheckAllocation(new (std::nothrow) Contact());
-      Str text;
-      if (!ReadForIndex(*contact, text)) {
-        const DWORD error = GetLastError();
-        delete contact;
-        if (IsEndOfTable(error)) break;
-        SetLastError(error);
-        return FALSE;
-      }
-      builder.AddContact(contact, text);  // a keypad-only builder keeps nothing
-      ++read;
-      const int target = per > 0 ? static_cast<int>(read / per) : kSteps;
-      if (target != reported) {
-        reported = target;
-        if (listener) listener->OnKeypadRebuildProgress(step++);
-      }
-    }
-  }
-  if (reported != kSteps && listener) listener->OnKeypadRebuildProgress(step);
+  if (!FeedAllRecords(builder, &ContactManager::AdvanceKeypadProgress)) return FALSE;
+  if (keypadReported != kKeypadSteps && listener) listener->OnKeypadRebuildProgress(keypadStep);
 
   TellSlavesToStop();
   const BOOL replaced = index.ReplaceKeypadTree(builder);
-  if (listener) listener->OnKeypadRebuildProgress(20);
+  if (listener) listener->OnKeypadRebuildProgress(kKeypadDone);
   StartCommit();
   TellSlavesToReload();
   return replaced;

@@ -1,42 +1,22 @@
 #include "storage/DbEventsListener.h"
 
-#include "storage/HiddenTimerWindow.h"
-
 const wchar_t kDbEventsListenerClass[] = L"DB_EVENTS_LISTENER_CLS";
 
-DbEventsListener::DbEventsListener() : hwnd(nullptr), timerRunning(FALSE), target(nullptr), request() {
+DbEventsListener::DbEventsListener() : target(nullptr), request() {
   request.dwSize = 20;  // the platform's size of the record
   request.dwFlags = CEDB_EXNOTIFICATION;
 }
 
-DbEventsListener::~DbEventsListener() { Destroy(); }
-
 BOOL DbEventsListener::Create(HINSTANCE instance, DbEventTarget* owner) {
-  Destroy();
   target = owner;
-  hwnd = CreateHiddenWindow(instance, kDbEventsListenerClass, Proc, this);
+  const BOOL created = HiddenTimerWindow::Create(instance, kDbEventsListenerClass);
   request.hwnd = hwnd;
-  return hwnd != nullptr;
+  return created;
 }
 
 void DbEventsListener::Destroy() {
-  if (!hwnd) return;
-  StopSaveTimer();
-  HWND window = hwnd;
-  hwnd = nullptr;
+  HiddenTimerWindow::Destroy();
   request.hwnd = nullptr;
-  SetWindowLongPtrW(window, GWLP_USERDATA, 0);
-  DestroyWindow(window);
-}
-
-void DbEventsListener::StartSaveTimer(UINT ms) {
-  if (!hwnd) return;
-  timerRunning = StartWindowTimer(hwnd, ms);
-}
-
-void DbEventsListener::StopSaveTimer() {
-  StopWindowTimer(hwnd);
-  timerRunning = FALSE;
 }
 
 LRESULT DbEventsListener::WindowProc(UINT message, WPARAM wParam, LPARAM lParam) {
@@ -59,20 +39,10 @@ LRESULT DbEventsListener::WindowProc(UINT message, WPARAM wParam, LPARAM lParam)
       return 0;
     }
     case WM_TIMER:
-      StopSaveTimer();
+      StopTimer();
       if (target) target->OnSaveTimer();
       return 0;
     default:
-      return DefWindowProcW(hwnd, message, wParam, lParam);
+      return HiddenTimerWindow::WindowProc(message, wParam, lParam);
   }
-}
-
-LRESULT CALLBACK DbEventsListener::Proc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {
-  DbEventsListener* self = static_cast<DbEventsListener*>(HiddenWindowObject(hwnd, message, lParam));
-  if (!self || self->hwnd != hwnd) {
-    // Messages before CreateWindowEx has returned, or after Destroy.
-    if (self && message == WM_CREATE) return 0;
-    return DefWindowProcW(hwnd, message, wParam, lParam);
-  }
-  return self->WindowProc(message, wParam, lParam);
 }

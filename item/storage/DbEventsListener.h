@@ -7,35 +7,25 @@
 #include <windbase.h>
 
 #include "storage/DbEventTarget.h"
+#include "storage/HiddenTimerWindow.h"
 
 extern const wchar_t kDbEventsListenerClass[];  // "DB_EVENTS_LISTENER_CLS"
 
-class DbEventsListener {
+class DbEventsListener : public HiddenTimerWindow {
  public:
   DbEventsListener();
-  virtual ~DbEventsListener();
   // Registers the class and creates the hidden window; false when either fails.
   virtual BOOL Create(HINSTANCE instance, DbEventTarget* target);
-  virtual void Destroy();
-  HWND GetHwnd() const { return hwnd; }
+  void Destroy() override;
   // The request that opening the database hands to the platform: this window, extended notifications.
   CENOTIFYREQUEST* GetNotifyRequest() { return &request; }
-  // Starts (or restarts) the save timer; nothing without a window.
-  virtual void StartSaveTimer(UINT ms);
-  // Stops it so that a tick already queued is thrown away too.
-  virtual void StopSaveTimer();
-  BOOL IsSaveTimerRunning() const { return timerRunning; }
-
-  // Handles one message of the window; public so that the window procedure can reach it.
-  virtual LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam);
+  void StartSaveTimer(UINT ms) { StartTimer(ms); }
+  void StopSaveTimer() { StopTimer(); }
+  BOOL IsSaveTimerRunning() const { return IsTimerRunning(); }
+  LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override;
 
  private:
-  DbEventsListener(const DbEventsListener&);
-  DbEventsListener& operator=(const DbEventsListener&);
-  static LRESULT CALLBACK Proc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
-
-  HWND hwnd;
-  BOOL timerRunning;
+  using HiddenTimerWindow::Create;
   DbEventTarget* target;
   CENOTIFYREQUEST request;
 };

@@ -7,37 +7,22 @@
 
 #include "foundation/Array.h"
 #include "storage/DbEventTarget.h"
+#include "storage/HiddenTimerWindow.h"
 
 extern const wchar_t kDbMsgStackClass[];  // "DB_MSG_STACK_WND_CLS"
 
-class DbMsgStack {
+class DbMsgStack : public HiddenTimerWindow {
  public:
   DbMsgStack();
-  virtual ~DbMsgStack();
   virtual BOOL Create(HINSTANCE instance, DbEventTarget* target);
-  virtual void Destroy();
-  HWND GetHwnd() const { return hwnd; }
-
   virtual void Push(DWORD kind, CEOID parent, CEOID oid);
   int Count() const { return changes.GetSize(); }
   const Array<PendingChange>& GetAll() const { return changes; }
   virtual void Clear();
-
-  // Starts (or restarts) the gathering timer; nothing without a window.
-  virtual void StartTimer(UINT ms);
-  // Stops it so that a tick already queued is thrown away too.
-  virtual void StopTimer();
-  BOOL IsTimerRunning() const { return timerRunning; }
-
-  virtual LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam);
+  LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override;
 
  private:
-  DbMsgStack(const DbMsgStack&);
-  DbMsgStack& operator=(const DbMsgStack&);
-  static LRESULT CALLBACK Proc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
-
-  HWND hwnd;
-  BOOL timerRunning;
+  using HiddenTimerWindow::Create;
   DbEventTarget* target;
   Array<PendingChange> changes;
 };

@@ -4,34 +4,59 @@ namespace {
 const UINT_PTR kTimerId = 1;
 }
 
-HWND CreateHiddenWindow(HINSTANCE instance, const wchar_t* name, WNDPROC proc, void* object) {
+HiddenTimerWindow::HiddenTimerWindow() : hwnd(nullptr), timerRunning(FALSE) {}
+
+HiddenTimerWindow::~HiddenTimerWindow() { Destroy(); }
+
+BOOL HiddenTimerWindow::Create(HINSTANCE instance, const wchar_t* className) {
+  Destroy();
   WNDCLASSW wc = {};
-  wc.lpfnWndProc = proc;
+  wc.lpfnWndProc = Proc;
   wc.hInstance = instance;
-  wc.lpszClassName = name;
-  if (!RegisterClassW(&wc) && GetLastError() != ERROR_CLASS_ALREADY_EXISTS) return nullptr;
-  return CreateWindowExW(0, name, L"", 0, 0, 0, 0, 0, nullptr, nullptr, instance, object);
+  wc.lpszClassName = className;
+  if (!RegisterClassW(&wc) && GetLastError() != ERROR_CLASS_ALREADY_EXISTS) return FALSE;
+  HWND created = CreateWindowExW(0, className, L"", 0, 0, 0, 0, 0, nullptr, nullptr, instance, this);
+  hwnd = created;
+  return hwnd != nullptr;
 }
 
-void* HiddenWindowObject(HWND hwnd, UINT message, LPARAM lParam) {
-  if (message == WM_CREATE) {
-    const CREATESTRUCTW* create = reinterpret_cast<const CREATESTRUCTW*>(lParam);
-    SetWindowLongPtrW(hwnd, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(create->lpCreateParams));
-  }
-  return reinterpret_cast<void*>(GetWindowLongPtrW(hwnd, GWLP_USERDATA));
+void HiddenTimerWindow::Destroy() {
+  if (!hwnd) return;
+  StopTimer();
+  HWND window = hwnd;
+  hwnd = nullptr;
+  SetWindowLongPtrW(window, GWLP_USERDATA, 0);
+  DestroyWindow(window);
 }
 
-BOOL StartWindowTimer(HWND hwnd, UINT ms) {
-  if (!hwnd) return FALSE;
-  StopWindowTimer(hwnd);
-  return SetTimer(hwnd, kTimerId, ms, nullptr) != 0;
+void HiddenTimerWindow::StartTimer(UINT ms) {
+  if (!hwnd) return;
+  StopTimer();
+  timerRunning = SetTimer(hwnd, kTimerId, ms, nullptr) != 0;
 }
 
-void StopWindowTimer(HWND hwnd) {
+void HiddenTimerWindow::StopTimer() {
+  timerRunning = FALSE;
   if (!hwnd) return;
   KillTimer(hwnd, kTimerId);
   // A tick posted before the kill would otherwise still arrive.
   MSG msg;
   while (PeekMessageW(&msg, hwnd, WM_TIMER, WM_TIMER, PM_REMOVE)) {
   }
+}
+
+LRESULT HiddenTimerWindow::WindowProc(UINT message, WPARAM wParam, LPARAM lParam) {
+  return DefWindowProcW(hwnd, message, wParam, lParam);
+}
+
+LRESULT CALLBACK HiddenTimerWindow::Proc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  if (message == WM_CREATE) {
+    const CREATESTRUCTW* create = reinterpret_cast<const CREATESTRUCTW*>(lParam);
+    SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(create->lpCreateParams));
+    return 0;
+  }
+  HiddenTimerWindow* self = reinterpret_cast<HiddenTimerWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+  // Messages before CreateWindowEx has returned, or after Destroy, take the default way.
+  if (!self || self->hwnd != window) return DefWindowProcW(window, message, wParam, lParam);
+  return self->WindowProc(message, wParam, lParam);
 }

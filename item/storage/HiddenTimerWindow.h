@@ -1,14 +1,31 @@
-// The helpers that the two hidden windows of the change events share: a class of their own whose
-// procedure finds the object through the window's user word, and a timer that can't fire late.
+// HiddenTimerWindow: a hidden window of a class of its own with one timer that can't fire late. The
+// procedure finds the object through the window's user word; a derived class answers the messages.
+// The two windows of the change events are made of it.
 #pragma once
 #include <windows.h>
 
-// Registers `name` with `proc` (a class that exists already is fine) and creates a hidden window of it
-// with `object` as the creation parameter. Null when either fails.
-HWND CreateHiddenWindow(HINSTANCE instance, const wchar_t* name, WNDPROC proc, void* object);
-// At WM_CREATE keeps the creation parameter in the user word; then gives what the user word holds.
-void* HiddenWindowObject(HWND hwnd, UINT message, LPARAM lParam);
-// Timer 1 of the window, started anew: a running one is stopped first.
-BOOL StartWindowTimer(HWND hwnd, UINT ms);
-// Kills timer 1 and takes every WM_TIMER already queued for the window off the queue.
-void StopWindowTimer(HWND hwnd);
+class HiddenTimerWindow {
+ public:
+  HiddenTimerWindow();
+  virtual ~HiddenTimerWindow();
+  // Registers `className` (a class that exists already is fine) and creates the hidden window.
+  virtual BOOL Create(HINSTANCE instance, const wchar_t* className);
+  virtual void Destroy();
+  HWND GetHwnd() const { return hwnd; }
+  // Starts timer 1 anew, stopping a running one first; nothing without a window.
+  virtual void StartTimer(UINT ms);
+  // Kills the timer and takes every WM_TIMER already queued for the window off the queue.
+  virtual void StopTimer();
+  BOOL IsTimerRunning() const { return timerRunning; }
+  // One message of the window; the default procedure for all of them here.
+  virtual LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam);
+
+ protected:
+  HWND hwnd;
+  BOOL timerRunning;
+
+ private:
+  HiddenTimerWindow(const HiddenTimerWindow&);
+  HiddenTimerWindow& operator=(const HiddenTimerWindow&);
+  static LRESULT CALLBACK Proc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
+};
