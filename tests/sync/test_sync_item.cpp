@@ -119,9 +119,10 @@ TEST_CASE_FIXTURE(ItemAmongProcesses, "an item that starts after another process
     REQUIRE(g_pimSync != nullptr);
     CHECK_FALSE(g_pimSync->IsMaster());
 
-    // Nothing reacts while the data side has no handler: the messages are taken and ignored.
+    // The item's window takes the registered message and hands it to the data side; the answer is 0.
     CHECK(SendMessageW(window, g_pimSyncMessages.slaveStop, 0, 0) == 0);
 
+    // From here a stand-in of the data side records what reaches it.
     DataSideStandIn dataSide;
     g_syncMessageHandler = &dataSide;
     // The master leaves: the item moves up into word 0 and is told that it is master.
