@@ -14,7 +14,7 @@ const wchar_t kDataSourceHelperClass[] = L"PagemarkDataSourceTestHelper";
 
 enum Command : UINT {
   CmdRegister = WM_APP + 101,  // the coordinator takes the window: 1 as slave, 3 as master, 0 refused
-  CmdUnregister,               // the window leaves the coordinator
+  CmdUnregister,               // the data source closes and the window leaves the coordinator
   CmdChangeToMaster,           // this process asks to be master
   CmdIsMaster,
   CmdOpen,                     // opens the data source with the coordinator; 1 when it stands

@@ -67,6 +67,9 @@ LRESULT Carry(HWND window, UINT command, WPARAM wParam) {
       if (!sync->Register(window)) return 0;
       return 1 + (sync->IsMaster() ? 2 : 0);
     case CmdUnregister:
+      // As the item leaves: its data side closes before its window leaves the coordinator, so that a
+      // master that is gone writes nothing more.
+      g_dataSource.Close();
       return sync->Unregister(window);
     case CmdChangeToMaster:
       return sync->ChangeToMaster(window);
