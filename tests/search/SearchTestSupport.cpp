@@ -1,0 +1,535 @@
+#include "SearchTestSupport.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cwctype>
+
+#include "ToolCategories.h"
+#include "extended/ContactNote.h"
+#include "foundation/Settings.h"
+#include "storage/ContactDatabase.h"
+#include "storage/ContactFeed.h"
+#include "storage/ContactIndex.h"
+#include "storage/IndexFormat.h"
+#include "storage/PPC2003CategoryDBManager.h"
+
+namespace searchtest {
+
+namespace {
+
+const std::wstring kSeparators = L"\r\n\t `!@#$%^&*()_|{}:\"/<>?[];',.\u2116-=\\";
+const std::wstring kPhoneChars = L"0123456789-+()*# .";
+const wchar_t* const kEnglishGroups[] = {L"abc", L"def", L"ghi", L"jkl", L"mno", L"pqrs", L"tuv", L"wxyz"};
+
+bool In(const std::wstring& set, wchar_t c) { return set.find(c) != std::wstring::npos; }
+bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
+std::wstring W(const Str& text) { return static_cast<const wchar_t*>(text); }
+
+bool Zero(const FILETIME& time) { return time.dwLowDateTime == 0 && time.dwHighDateTime == 0; }
+
+std::wstring ShortDate(const FILETIME& time) {
+  SYSTEMTIME date;
+  if (!FileTimeToSystemTime(&time, &date)) return L"";
+  wchar_t buffer[80];
+  if (GetDateFormatW(LOCALE_USER_DEFAULT, 0, &date, nullptr, buffer, 80) <= 0) return L"";
+  return buffer;
+}
+
+// --- the keys a contact puts into the trees, from the rules of the feed --------------------------------
+
+void AddTextKeys(RefContact& c, const std::wstring& text) {
+  for (const std::wstring& word : Words(text)) {
+    std::wstring lower = Lower(word);
+    c.wordKeys.insert(lower);
+    std::wstring keys = KeypadKeys(lower);
+    if (!keys.empty()) c.keypadKeys.insert(keys);
+  }
+}
+
+std::wstring NumberEnd(const std::wstring& number) {
+  std::wstring digits = DigitsOnly(number);
+  if (digits.empty()) return digits;
+  std::reverse(digits.begin(), digits.end());
+  return L"~" + digits;
+}
+
+// The text up to the number before the last one, or nothing.
+std::wstring CutLastNumber(const std::wstring& text) {
+  int i = static_cast<int>(text.size()) - 1;
+  while (i > 5 && !IsDigit(text[i])) --i;
+  if (i <= 5) return L"";
+  while (i > 5 && In(kPhoneChars, text[i])) --i;
+  if (i <= 5) return L"";
+  while (i >= 5 && !IsDigit(text[i])) --i;
+  if (i < 5) return L"";
+  return text.substr(0, static_cast<size_t>(i) + 1);
+}
+
+void AddPhoneKeys(RefContact& c, const std::wstring& number) {
+  if (number.empty()) return;
+  AddTextKeys(c, number);
+  std::wstring end = NumberEnd(number);
+  if (!end.empty()) c.wordKeys.insert(end);
+  std::wstring rest = number;
+  for (;;) {
+    rest = CutLastNumber(rest);
+    if (rest.size() < 6) break;
+    end = NumberEnd(rest);
+    if (!end.empty()) c.wordKeys.insert(end);
+  }
+}
+
+void AddKeys(RefContact& r, const Contact& c, const std::wstring& note) {
+  for (int f = 0; f < kContactTextCount; ++f) AddTextKeys(r, W(c.text[f]));
+  if (!Zero(c.birthday)) AddTextKeys(r, ShortDate(c.birthday));
+  if (!Zero(c.anniversary)) AddTextKeys(r, ShortDate(c.anniversary));
+  const int phones[] = {ContactField::WorkPhone,  ContactField::HomePhone,      ContactField::MobilePhone,
+                        ContactField::Pager,      ContactField::RadioPhone,     ContactField::AssistantPhone,
+                        ContactField::CarPhone,   ContactField::WorkFax,        ContactField::WorkPhone2,
+                        ContactField::HomePhone2, ContactField::HomeFax};
+  for (int f : phones) AddPhoneKeys(r, W(c.text[f]));
+  for (int k = 0; k < c.Phone.GetSize(); ++k) AddPhoneKeys(r, W(c.Phone[k].value));
+  const LabelValueList* lists[] = {&c.Email, &c.WebPage, &c.People, &c.Link, &c.OtherProp};
+  for (const LabelValueList* list : lists)
+    for (int k = 0; k < list->GetSize(); ++k) AddTextKeys(r, W((*list)[k].value));
+  for (int k = 0; k < c.Messenger.GetSize(); ++k) AddTextKeys(r, W(c.Messenger[k].id));
+  for (int k = 0; k < c.Date.GetSize(); ++k) AddTextKeys(r, ShortDate(c.Date[k].value));
+  for (int k = 0; k < c.Address.GetSize(); ++k) {
+    const AddressEntry& a = c.Address[k];
+    if (a.format != 0) AddTextKeys(r, std::to_wstring(a.format));
+    for (int part = 0; part < 5; ++part) AddTextKeys(r, W(a.parts[part]));
+  }
+  for (uint32_t format : {c.HomeFormat, c.OtherFormat, c.WorkFormat})
+    if (format != 0) AddTextKeys(r, std::to_wstring(format));
+  AddTextKeys(r, note);
+}
+
+// The phones in the order of their properties 0x3A08, 0x4007, 0x3A24, 0x3A09, 0x3A2F, 0x3A25, 0x4009,
+// 0x3A1E, 0x3A1D, 0x3A1C, 0x4004, then the further phones.
+void AddPhones(RefContact& r, const Contact& c) {
+  const int order[] = {ContactField::WorkPhone, ContactField::WorkPhone2, ContactField::WorkFax,
+                       ContactField::HomePhone, ContactField::HomePhone2, ContactField::HomeFax,
+                       ContactField::Pager,     ContactField::CarPhone,   ContactField::RadioPhone,
+                       ContactField::MobilePhone, ContactField::AssistantPhone};
+  std::vector<std::wstring> all;
+  for (int f : order) all.push_back(W(c.text[f]));
+  for (int k = 0; k < c.Phone.GetSize(); ++k) all.push_back(W(c.Phone[k].value));
+  for (const std::wstring& phone : all) {
+    std::wstring digits = DigitsOnly(phone);
+    if (!digits.empty()) r.phones.push_back(digits);
+  }
+}
+
+int Collate(const std::wstring& a, const std::wstring& b) {
+  return CompareStringW(LOCALE_SYSTEM_DEFAULT, 0, a.c_str(), -1, b.c_str(), -1) - 2;
+}
+
+bool BeginsWith(const std::wstring& text, const std::wstring& prefix) {
+  return text.size() >= prefix.size() && text.compare(0, prefix.size(), prefix) == 0;
+}
+
+bool AllDigits(const std::wstring& text) {
+  if (text.empty()) return false;
+  for (wchar_t c : text)
+    if (!std::iswdigit(c)) return false;
+  return true;
+}
+
+std::wstring Trim(const std::wstring& text) {
+  size_t first = 0, last = text.size();
+  while (first < last && std::iswspace(text[first])) ++first;
+  while (last > first && std::iswspace(text[last - 1])) --last;
+  return text.substr(first, last - first);
+}
+
+std::vector<CEOID> Walk(const std::vector<CEOID>& list, const std::set<CEOID>& keep) {
+  std::vector<CEOID> out;
+  for (CEOID id : list)
+    if (keep.count(id)) out.push_back(id);
+  return out;
+}
+
+std::set<CEOID> Common(const std::set<CEOID>& a, const std::set<CEOID>& b) {
+  std::set<CEOID> out;
+  for (CEOID id : a)
+    if (b.count(id)) out.insert(id);
+  return out;
+}
+
+std::wstring SettingBefore;
+bool HadSetting = false;
+bool SettingSaved = false;
+
+}  // namespace
+
+// --- the device ------------------------------------------------------------------------------------------
+
+void FreshEnglishDevice() {
+  if (!SettingSaved) {
+    const DWORD none = 0xFFFFFFFFu;
+    DWORD type = GetSettingDword(SECTION_ABC, L"Type", none);
+    HadSetting = type != none;
+    SettingBefore = std::to_wstring(type);
+    SettingSaved = true;
+  }
+  SetSettingDword(SECTION_ABC, L"Type", 1, TRUE);
+  managertest::FreshDevice();
+}
+
+void ForgetLetterSetting() {
+  if (!SettingSaved) return;
+  if (HadSetting)
+    SetSettingDword(SECTION_ABC, L"Type", static_cast<DWORD>(std::stoul(SettingBefore)), TRUE);
+  else
+    DeleteSettingValue(SECTION_ABC, L"Type");
+}
+
+CEOID WriteContact(Contact& contact) {
+  ContactDatabase database;
+  if (!database.Open(nullptr)) return 0;
+  if (!database.AddContact(contact, true)) return 0;
+  return contact.oid;
+}
+
+Contact NamedContact(const wchar_t* last, const wchar_t* first, const wchar_t* company, const wchar_t* fileAs) {
+  Contact c;
+  c.text[ContactField::LastName] = last;
+  c.text[ContactField::FirstName] = first;
+  c.text[ContactField::Company] = company;
+  c.text[ContactField::FileAs] = fileAs;
+  return c;
+}
+
+CEOID CategoryId(const wchar_t* name) {
+  CategoriesDBManager categories;
+  if (!categories.Open()) return 0;
+  CEOID oid = 0;
+  categories.FindOrAdd(Str(name), oid);
+  return oid;
+}
+
+std::vector<uint8_t> CategoryMask(const std::vector<std::wstring>& names) {
+  ToolCategories categories;
+  std::vector<uint8_t> mask;
+  if (!categories.Open()) return mask;
+  for (const std::wstring& name : names) {
+    int position = categories.FindOrAdd(name);
+    if (position < 0) continue;
+    if (mask.size() < static_cast<size_t>(position / 8 + 1)) mask.resize(position / 8 + 1);
+    mask[position / 8] |= static_cast<uint8_t>(1u << (position % 8));
+  }
+  return mask;
+}
+
+OpenedManager::OpenedManager() {
+  opened = manager.Open(GetModuleHandleW(nullptr), &listener, nullptr, nullptr);
+}
+
+std::vector<CEOID> Ids(const Array<CEOID>& ids) {
+  std::vector<CEOID> out;
+  for (int i = 0; i < ids.GetSize(); ++i) out.push_back(ids[i]);
+  return out;
+}
+
+std::vector<uint32_t> Flat(const Array<uint32_t>& flat) {
+  std::vector<uint32_t> out;
+  for (int i = 0; i < flat.GetSize(); ++i) out.push_back(flat[i]);
+  return out;
+}
+
+std::vector<std::wstring> Titles(const Array<Str>& titles) {
+  std::vector<std::wstring> out;
+  for (int i = 0; i < titles.GetSize(); ++i) out.push_back(W(titles[i]));
+  return out;
+}
+
+std::string Show(const std::vector<CEOID>& ids) {
+  std::string text = "[";
+  for (size_t i = 0; i < ids.size(); ++i) text += (i ? " " : "") + managertest::Hex(ids[i]);
+  return text + "]";
+}
+
+std::string Show(const std::wstring& text) { return managertest::U8(text); }
+
+// --- the rules, written out ---------------------------------------------------------------------------
+
+std::vector<std::wstring> Words(const std::wstring& text) {
+  std::vector<std::wstring> out;
+  std::wstring current;
+  for (wchar_t c : text) {
+    if (In(kSeparators, c)) {
+      if (!current.empty()) out.push_back(current);
+      current.clear();
+    } else {
+      current += c;
+    }
+  }
+  if (!current.empty()) out.push_back(current);
+  return out;
+}
+
+std::wstring Lower(const std::wstring& text) {
+  std::wstring lower = text;
+  if (!lower.empty()) CharLowerBuffW(&lower[0], static_cast<DWORD>(lower.size()));
+  return lower;
+}
+
+std::wstring KeypadKeys(const std::wstring& lowerWord) {
+  std::wstring keys;
+  for (wchar_t c : lowerWord) {
+    const wchar_t* group = nullptr;
+    for (const wchar_t* g : kEnglishGroups)
+      if (wcschr(g, c) != nullptr && c != 0) {
+        group = g;
+        break;
+      }
+    if (group == nullptr) break;
+    keys += group[0];
+  }
+  return keys;
+}
+
+std::wstring DigitsOnly(const std::wstring& text) {
+  std::wstring digits;
+  for (wchar_t c : text)
+    if (IsDigit(c)) digits += c;
+  return digits;
+}
+
+// --- the reference ---------------------------------------------------------------------------------------
+
+bool Reference::Load(ContactIndex& index) {
+  contacts.clear();
+  byOid.clear();
+  holders[0].clear();
+  holders[1].clear();
+  ContactDatabase database;
+  if (!database.Open(nullptr)) return false;
+  Array<CEOID> oids;
+  if (!database.EnumerateOids(ListFilter(), oids)) return false;
+  ContactNote note;
+  for (int i = 0; i < oids.GetSize(); ++i) {
+    Contact contact;
+    if (!database.LoadByOid(oids[i], contact)) return false;
+    Str text;
+    note.GetNoteText(contact, text);
+    RefContact r;
+    r.oid = oids[i];
+    r.last = W(contact.text[ContactField::LastName]);
+    r.first = W(contact.text[ContactField::FirstName]);
+    r.company = W(contact.text[ContactField::Company]);
+    r.title = W(contact.text[ContactField::Title]);
+    r.categories.assign(contact.categories.GetData(), contact.categories.GetData() + contact.categories.GetLength());
+    AddPhones(r, contact);
+    AddKeys(r, contact, W(text));
+    byOid[r.oid] = contacts.size();
+    for (const std::wstring& key : r.wordKeys) holders[WordTree][key].insert(r.oid);
+    for (const std::wstring& key : r.keypadKeys) holders[KeypadTree][key].insert(r.oid);
+    contacts.push_back(r);
+  }
+  for (int kind = 0; kind < 2; ++kind) {
+    Array<CEOID> list;
+    if (!index.ListAll(kind, list)) return false;
+    sorted[kind] = Ids(list);
+  }
+  return true;
+}
+
+std::set<CEOID> Reference::Prefix(int tree, const std::wstring& prefix) const {
+  std::set<CEOID> ids;
+  if (prefix.empty()) return ids;
+  for (auto at = holders[tree].lower_bound(prefix); at != holders[tree].end() && BeginsWith(at->first, prefix); ++at)
+    ids.insert(at->second.begin(), at->second.end());
+  return ids;
+}
+
+std::set<CEOID> Reference::TextMatch(const std::wstring& query) const {
+  std::wstring text = Trim(query);
+  std::set<CEOID> result;
+  if (text.empty()) return result;
+  bool first = true;
+  for (const std::wstring& word : Words(Lower(text))) {
+    std::set<CEOID> found = Prefix(WordTree, word);
+    if (found.empty()) return {};
+    result = first ? found : Common(result, found);
+    first = false;
+  }
+  return result;
+}
+
+std::set<int> Reference::Positions(const RefFilter& filter) const {
+  std::set<int> positions;
+  ToolCategories categories;
+  if (!categories.Open()) return positions;
+  for (const std::wstring& name : filter.names) {
+    for (int id = 0; id < 256; ++id)
+      if (categories.NameOf(id) == name) positions.insert(id);
+  }
+  return positions;
+}
+
+std::set<CEOID> Reference::Allowed(const RefFilter& filter) const {
+  std::set<int> positions = Positions(filter);
+  std::set<CEOID> allowed;
+  for (const RefContact& c : contacts) {
+    // A record without categories: no blob, an empty one, or one zero byte. (A longer blob of zeros
+    // shares no bit with anything.)
+    bool noCategory = c.categories.empty() || (c.categories.size() == 1 && c.categories[0] == 0);
+    if (positions.empty()) {
+      if (noCategory) allowed.insert(c.oid);
+      continue;
+    }
+    for (int p : positions) {
+      if (static_cast<size_t>(p / 8) < c.categories.size() && (c.categories[p / 8] & (1u << (p % 8))) != 0) {
+        allowed.insert(c.oid);
+        break;
+      }
+    }
+  }
+  return allowed;
+}
+
+std::vector<CEOID> Reference::PlainOrder(bool emptyQuery, const std::set<CEOID>& match, int sortKind,
+                                         const RefFilter& filter) const {
+  if (sortKind != 0 && sortKind != 1) return {};
+  const std::vector<CEOID>& list = sorted[sortKind];
+  std::set<CEOID> keep = match;
+  if (emptyQuery) keep = std::set<CEOID>(list.begin(), list.end());
+  if (filter.active) keep = Common(keep, Allowed(filter));
+  return Walk(list, keep);
+}
+
+std::vector<CEOID> Reference::Widen(const std::wstring& query, const std::vector<CEOID>& list,
+                                    const std::vector<CEOID>& hits) const {
+  std::set<CEOID> found(hits.begin(), hits.end());
+  std::vector<CEOID> out;
+  for (CEOID id : list) {
+    bool take = found.count(id) > 0;
+    if (!take) {
+      for (const std::wstring& phone : contacts[byOid.at(id)].phones)
+        if (phone.find(query) != std::wstring::npos) take = true;
+    }
+    if (take) out.push_back(id);
+  }
+  return out;
+}
+
+void Reference::Reorder(const std::wstring& query, bool keypad, std::vector<CEOID>& out) const {
+  if (query.size() < 2 || out.size() < 2) return;
+  const std::wstring wanted = keypad ? query : Lower(query);
+  auto begins = [&](const std::wstring& name) {
+    for (const std::wstring& word : Words(name)) {
+      std::wstring lower = Lower(word);
+      if (BeginsWith(keypad ? KeypadKeys(lower) : lower, wanted)) return true;
+    }
+    return false;
+  };
+  std::vector<CEOID> parts[4];
+  for (CEOID id : out) {
+    const RefContact& c = contacts[byOid.at(id)];
+    std::wstring last = c.last, first = c.first;
+    if (last.empty()) std::swap(last, first);
+    int part = begins(last) ? 0 : begins(first) ? 1 : begins(c.company) ? 2 : 3;
+    parts[part].push_back(id);
+  }
+  out.clear();
+  for (const std::vector<CEOID>& part : parts) out.insert(out.end(), part.begin(), part.end());
+}
+
+std::vector<CEOID> Reference::Search(const std::wstring& query, int sortKind, const RefFilter& filter) const {
+  std::vector<CEOID> out = PlainOrder(query.empty(), TextMatch(query), sortKind, filter);
+  if (AllDigits(query)) {
+    std::vector<CEOID> list = PlainOrder(true, {}, sortKind, filter);
+    out = Widen(query, list, out);
+  }
+  Reorder(query, false, out);
+  return out;
+}
+
+std::vector<CEOID> Reference::KeypadSearch(const std::wstring& query, int sortKind, const RefFilter& filter) const {
+  std::vector<CEOID> out = PlainOrder(query.empty(), Prefix(KeypadTree, query), sortKind, filter);
+  Reorder(query, true, out);
+  return out;
+}
+
+void Reference::Grouped(const std::wstring& query, bool keypad, const RefFilter& filter, std::vector<uint32_t>& flat,
+                        std::vector<std::wstring>& titles) const {
+  flat.clear();
+  titles.clear();
+  std::set<CEOID> ids;
+  if (query.empty()) {
+    for (const RefContact& c : contacts) ids.insert(c.oid);
+  } else {
+    ids = keypad ? Prefix(KeypadTree, query) : TextMatch(query);
+    if (!keypad && AllDigits(query)) {
+      std::vector<CEOID> widened = Widen(query, sorted[0], std::vector<CEOID>(ids.begin(), ids.end()));
+      ids = std::set<CEOID>(widened.begin(), widened.end());
+    }
+  }
+  if (filter.active) ids = Common(ids, Allowed(filter));
+
+  struct Entry {
+    CEOID oid;
+    std::wstring company, name;
+  };
+  std::vector<Entry> entries;
+  for (CEOID id : ids) {
+    const RefContact& c = contacts[byOid.at(id)];
+    std::wstring name = !c.last.empty() && !c.first.empty() ? c.last + L", " + c.first
+                        : !c.last.empty()                   ? c.last
+                        : !c.first.empty()                  ? c.first
+                                                            : c.title;
+    entries.push_back({id, c.company, name});
+  }
+  std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) {
+    int order = Collate(a.company, b.company);
+    if (order == 0) order = Collate(a.name, b.name);
+    if (order != 0) return order < 0;
+    return a.oid < b.oid;
+  });
+  size_t start = 0;
+  while (start < entries.size()) {
+    size_t end = start + 1;
+    while (end < entries.size() && Collate(entries[end].company, entries[start].company) == 0) ++end;
+    titles.push_back(entries[start].company);
+    flat.push_back(static_cast<uint32_t>(end - start));
+    for (size_t k = start; k < end; ++k) flat.push_back(entries[k].oid);
+    start = end;
+  }
+}
+
+std::vector<CEOID> Reference::FindByPhone(const std::wstring& number, std::vector<std::wstring>* numbers,
+                                          int minDigits) const {
+  std::vector<CEOID> ids;
+  if (numbers != nullptr) numbers->clear();
+  const std::wstring digits = DigitsOnly(number);
+  if (digits.empty()) return ids;
+  std::wstring query = L"~" + std::wstring(digits.rbegin(), digits.rend());
+  std::vector<CEOID> candidates;
+  for (;;) {
+    candidates = Walk(sorted[0], TextMatch(query));
+    if (!candidates.empty()) break;
+    query.pop_back();
+    if (query.empty() || static_cast<int>(query.size()) <= minDigits) break;
+  }
+  for (CEOID id : candidates) {
+    for (const std::wstring& phone : contacts[byOid.at(id)].phones) {
+      std::wstring compared = phone;
+      bool hit;
+      if (digits.size() >= 6) {
+        if (compared.size() > 7) compared = compared.substr(compared.size() - 7);
+        hit = compared.size() <= digits.size() && digits.compare(digits.size() - compared.size(), compared.size(), compared) == 0;
+      } else {
+        hit = phone == digits;
+      }
+      if (hit) {
+        ids.push_back(id);
+        if (numbers != nullptr) numbers->push_back(compared);
+        break;
+      }
+    }
+  }
+  return ids;
+}
+
+}  // namespace searchtest
