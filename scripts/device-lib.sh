@@ -1,14 +1,17 @@
 # Shell functions that make and keep the stand-in device: one Wine prefix per build folder and one
 # Xvfb screen per run. Sourced by the wine-run wrapper and the scripts in this folder.
-# Needs PAGEMARK_BUILD_DIR; PAGEMARK_PROFILE picks the device (qvga-phone, qvga, vga-phone, vga).
+# PAGEMARK_BUILD_DIR names the build folder (./build by default); PAGEMARK_PROFILE picks the device
+# (qvga-phone, qvga, vga-phone, vga).
 
+DEVICE_SCRIPTS="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
+: "${PAGEMARK_BUILD_DIR:=$(dirname "$DEVICE_SCRIPTS")/build}"
+export PAGEMARK_BUILD_DIR
 : "${PAGEMARK_PROFILE:=qvga-phone}"
 export PAGEMARK_PROFILE
 export WINEPREFIX="${WINEPREFIX:-$PAGEMARK_BUILD_DIR/wineprefix}"
 export WINEDEBUG="${WINEDEBUG:--all}"
 export WINEDLLOVERRIDES="mscoree,mshtml="
 export WINEARCH=win64
-DEVICE_SCRIPTS="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
 
 profile_screen() {   # prints "WIDTHxHEIGHT DPI" for the profile
   case "$1" in
