@@ -6,8 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "SearchTestSupport.h"
 #include "ToolRun.h"
 #include "manager/ContactManager.h"
+#include "foundation/Settings.h"
 #include "manager/KeypadGroups.h"
 #include "storage/ContactNames.h"
 #include "storage/IndexStore.h"
@@ -134,12 +136,17 @@ TEST_CASE("pimtool add, update and delete go through the manager and the index f
   CHECK(Tool(L"pimtool.exe", L"search --text a --keypad 2").code == 2);
 }
 
-TEST_CASE("pimtool search on 10,000 contacts prints the manager's own results") {
+TEST_CASE("pimtool search on 10,000 contacts prints the manager's own results and the reference's") {
+  // This process reads the same store, chosen at its first database call, which is yet to come.
+  UseToolStore();
   FreshStore();
+  // The English letter groups, which the reference writes out by itself.
+  const DWORD unset = 0xFFFFFFFFu;
+  const DWORD typeBefore = GetSettingDword(SECTION_ABC, L"Type", unset);
+  REQUIRE(SetSettingDword(SECTION_ABC, L"Type", 1, TRUE));
   REQUIRE(Tool(L"pimtool.exe", L"generate 10000 --seed 1").code == 0);
   REQUIRE(Tool(L"pimtool.exe", L"open").out == "rebuilt\n10000 contacts\n");
   CheckSound();
-  UseToolStore();
   ContactManager manager;
   REQUIRE(manager.Open(GetModuleHandleW(nullptr), nullptr, nullptr, nullptr));
   REQUIRE(manager.LastOpenReport().state == IndexInStep);
@@ -165,6 +172,38 @@ TEST_CASE("pimtool search on 10,000 contacts prints the manager's own results") 
       CHECK(Lines(run.out) == expected);
     }
   }
+  // The reference works the results out from the rules over its own reading of the database.
+  searchtest::Reference reference;
+  REQUIRE(reference.Load(manager.Index()));
+  for (const wchar_t* digits : {L"4", L"44", L"446"}) {
+    const std::wstring query = static_cast<const wchar_t*>(KeypadQuery(digits));
+    for (int sort : {0, 1, 2}) {
+      CAPTURE(Utf8(digits));
+      CAPTURE(sort);
+      Run run = Tool(L"pimtool.exe", std::wstring(L"search --keypad ") + digits + L" --sort " + std::to_wstring(sort));
+      std::vector<std::string> expected;
+      if (sort == 2) {
+        std::vector<uint32_t> flat;
+        std::vector<std::wstring> titles;
+        reference.Grouped(query, true, searchtest::RefFilter(), flat, titles);
+        Array<uint32_t> flatArray;
+        Array<Str> titleArray;
+        for (uint32_t word : flat) flatArray.Add(word);
+        for (const std::wstring& title : titles) titleArray.Add(Str(title.c_str()));
+        expected = GroupedRows(manager, flatArray, titleArray);
+      } else {
+        Array<CEOID> ids;
+        for (CEOID oid : reference.KeypadSearch(query, sort, searchtest::RefFilter())) ids.Add(oid);
+        expected = Rows(manager, ids);
+      }
+      CHECK(Lines(run.out) == expected);
+    }
+  }
+  if (typeBefore == unset)
+    DeleteSettingValue(SECTION_ABC, L"Type");
+  else
+    SetSettingDword(SECTION_ABC, L"Type", typeBefore, TRUE);
+
   Run text = Tool(L"pimtool.exe", L"search --text \"an m\"");
   Array<CEOID> ids;
   REQUIRE(manager.Search(Str(L"an m"), 0, none, ids, nullptr));
