@@ -24,6 +24,8 @@ install_dir="$drive/Program Files/Zovrix Pagemark"
 mkdir -p "$install_dir" "$drive/My Documents/Pagemark Files" "$drive/Temp" "$drive/windows"
 rm -f "$drive/windows/device-journal.txt"
 if [[ -f "$bin/PagemarkToday.dll" ]]; then cp -f "$bin/PagemarkToday.dll" "$install_dir/"; fi
+# The device's system library, with its object store, stands in \windows as on the device.
+if [[ -f "$bin/coredll.dll" ]]; then cp -f "$bin/coredll.dll" "$drive/windows/coredll.dll"; fi
 if [[ "$profile" == *phone ]]; then
   [[ -f "$bin/sms.dll" ]] && cp -f "$bin/sms.dll" "$drive/windows/sms.dll" || : > "$drive/windows/sms.dll"
 else

@@ -165,3 +165,18 @@ TEST_CASE("a start that dies half way leaves TodayFailed at 1, and the next host
   CHECK(RunHost(script) == 0);
   for (const JournalLine& line : ReadDeviceJournal()) CHECK(line.event.find("Pagemark") == std::string::npos);
 }
+
+TEST_CASE("the item as the device has it installed loads: its folder under Program Files, the system library in \\windows") {
+  FreshDevice();
+  const wchar_t installed[] = L"\\Program Files\\Zovrix Pagemark\\PagemarkToday.dll";
+  REQUIRE(GetFileAttributesW(installed) != INVALID_FILE_ATTRIBUTES);
+  REQUIRE(GetFileAttributesW(L"\\windows\\coredll.dll") != INVALID_FILE_ATTRIBUTES);
+  REQUIRE(RegSetKeyValueW(HKEY_LOCAL_MACHINE, kTodayItemKey, L"DLL", REG_SZ, installed,
+                          static_cast<DWORD>((wcslen(installed) + 1) * sizeof(wchar_t))) == ERROR_SUCCESS);
+  std::wstring script = WriteScript(L"e2e-installed.txt", "wait 1500\nquit\n");
+  CHECK(RunHost(script) == 0);
+  std::vector<JournalLine> journal = ReadDeviceJournal();
+  CHECK(JournalHas(journal, "TodayHost", "item Pagemark loaded \\Program Files\\Zovrix Pagemark\\PagemarkToday.dll"));
+  CHECK(JournalHas(journal, "TodayHost", "item Pagemark height 19"));
+  FreshDevice();
+}
