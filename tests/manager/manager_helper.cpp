@@ -1,6 +1,8 @@
 // A second program for the manager tests.
 //   manager_helper differences N   changes the contacts database by N differences while the item is
 //                                  away: changes up to 4 records, deletes up to 3, adds the rest
+//   manager_helper write N         writes N generated contacts (seed 11, from number 100) and prints
+//                                  nothing; another program's burst of writes
 //   manager_helper fatal           opens a manager, lets go of its index, writes a contact and waits for
 //                                  the notification, which the manager can no longer apply
 // Both use the test's object store, named by PAGEMARK_OBJECT_STORE.
@@ -43,6 +45,10 @@ int Fatal() {
 
 int wmain(int argc, wchar_t** argv) {
   if (argc >= 3 && wcscmp(argv[1], L"differences") == 0) return Differences(_wtoi(argv[2]));
+  if (argc >= 3 && wcscmp(argv[1], L"write") == 0) {
+    const int n = _wtoi(argv[2]);
+    return static_cast<int>(WriteGenerated(n, 11, 100).size()) == n ? 0 : 8;
+  }
   if (argc >= 2 && wcscmp(argv[1], L"fatal") == 0) return Fatal();
   return 1;
 }

@@ -2,7 +2,10 @@
 // 2000 ms save timer; the two hidden windows and their timers.
 #include <doctest/doctest.h>
 
+#include <algorithm>
+
 #include "ManagerTestSupport.h"
+#include "TestPaths.h"
 #include "storage/DbEventsListener.h"
 #include "storage/DbMsgStack.h"
 
@@ -62,7 +65,7 @@ int BusyBlocks(HANDLE heap) {
 
 }  // namespace
 
-TEST_CASE("fourteen changes of a burst are applied one by one, fifteen give one rebuild") {
+TEST_CASE("fourteen writes of a burst by another program are applied one by one, fifteen give one rebuild") {
   for (int burst : {14, 15}) {
     CAPTURE(burst);
     FreshDevice();
@@ -70,7 +73,12 @@ TEST_CASE("fourteen changes of a burst are applied one by one, fifteen give one 
     OpenedManager m;
     REQUIRE(m.opened);
     m.listener.calls.clear();
-    std::vector<CEOID> added = WriteGenerated(burst, 11, 100);
+    const std::vector<CEOID> before = AllRecordIds();
+    REQUIRE(testpaths::RunAndWait(testpaths::BinDir() + L"manager_helper.exe", L"write " + std::to_wstring(burst), 60000,
+                                  {{L"PAGEMARK_OBJECT_STORE", L"\\windows\\test_manager.cdb"}}) == 0);
+    std::vector<CEOID> added;
+    for (CEOID oid : AllRecordIds())
+      if (std::find(before.begin(), before.end(), oid) == before.end()) added.push_back(oid);
     REQUIRE(static_cast<int>(added.size()) == burst);
     REQUIRE(PumpUntil([&] { return m.manager.eventTicks.size() == 1; }, 10000));
     Pump(100);
