@@ -4,6 +4,7 @@
 #include "foundation/Diagnostics.h"
 #include "foundation/Settings.h"
 #include "manager/KeypadGroups.h"
+#include "manager/ShellSort.h"
 #include "sync/PimSync.h"
 
 #include <new>
@@ -73,10 +74,14 @@ BOOL ContactManager::Open(HINSTANCE moduleInstance, ContactManagerListener* newL
     state = IndexUnusable;
   }
   openReport.state = state;
+  return BringInStep(state);
+}
+
+BOOL ContactManager::BringInStep(int state) {
   if (state == IndexInStep) return TRUE;
-  const BOOL slave = sync && !sync->IsMaster();
-  if (state == IndexStale) return slave ? TRUE : Inspect();
-  if (slave) return FALSE;
+  const BOOL writer = MayWrite();
+  if (state == IndexStale) return writer ? Inspect() : TRUE;
+  if (!writer) return FALSE;
   openReport.rebuilt = TRUE;
   return FullRebuild();
 }
@@ -109,12 +114,8 @@ BOOL ContactManager::ReloadIndex() {
 BOOL ContactManager::TakeOverIndex() {
   CloseIndex();
   openReport.Clear();
-  const int state = OpenIndex();
-  openReport.state = state;
-  if (state == IndexInStep) return TRUE;
-  if (state == IndexStale) return Inspect();
-  openReport.rebuilt = TRUE;
-  return FullRebuild();
+  openReport.state = OpenIndex();
+  return BringInStep(openReport.state);
 }
 
 int ContactManager::OpenIndex() {
@@ -122,7 +123,8 @@ int ContactManager::OpenIndex() {
   // the index unusable and the master rebuilds it.
   if (!index.OpenStores()) return IndexUnusable;
   // A contact listed twice can't be patched, whatever the stamp says.
-  if (HasDuplicateIds()) {
+  Array<CEOID> ids;
+  if (!ListIndexedIds(ids)) {
     index.CloseStores();
     return IndexUnusable;
   }
@@ -134,25 +136,25 @@ int ContactManager::OpenIndex() {
 
 // --- helpers -----------------------------------------------------------------------------------------------
 
-namespace {
-int CompareOids(const void* a, const void* b) {
-  const CEOID x = *static_cast<const CEOID*>(a);
-  const CEOID y = *static_cast<const CEOID*>(b);
-  return x < y ? -1 : (x > y ? 1 : 0);
-}
-}  // namespace
-
-BOOL ContactManager::HasDuplicateIds() {
-  Array<CEOID> ids;
-  index.ListAll(SortByName, ids);
-  if (ids.GetSize() > 1) qsort(ids.GetData(), ids.GetSize(), sizeof(CEOID), CompareOids);
-  for (int i = 1; i < ids.GetSize(); ++i) {
-    if (ids[i] == ids[i - 1]) return TRUE;
+BOOL ContactManager::ListIndexedIds(Array<CEOID>& sorted) {
+  index.ListAll(SortByName, sorted);
+  SortIds(sorted);
+  for (int i = 1; i < sorted.GetSize(); ++i) {
+    if (sorted[i] == sorted[i - 1]) return FALSE;
   }
-  return FALSE;
+  return TRUE;
 }
 
 BOOL ContactManager::MayWrite() const { return !sync || sync->IsMaster(); }
+
+BOOL ContactManager::BeginWrite() {
+  if (!MayWrite()) {
+    SetLastError(ERROR_ACCESS_DENIED);
+    return FALSE;
+  }
+  index.CancelSave();
+  return TRUE;
+}
 
 void ContactManager::SetResetMarks() {
   SetDirtyMark(index.Store().GetPath());

@@ -144,8 +144,17 @@ class ContactManager : public ContactDatabase, public DbEventTarget {
  protected:
   // Whether this process may write the index: the master, or a process without coordinator.
   BOOL MayWrite() const;
-  // Whether the name list of the open index names a contact twice.
-  BOOL HasDuplicateIds();
+  // The start of every write of this process: false, with ERROR_ACCESS_DENIED, when it may not write;
+  // otherwise the background save is stopped.
+  BOOL BeginWrite();
+  // What an opened index needs: nothing when in step, the audit when stale, a full rebuild when
+  // unusable. A process that may not write only takes what it finds; an unusable index is a failure.
+  BOOL BringInStep(int state);
+  // The ids of the open index's name list, ascending; false when one of them stands there twice.
+  BOOL ListIndexedIds(Array<CEOID>& sorted);
+  // Whether a failed read met the end of the table: the platform's "no more items", or the stepping
+  // layer's end of file.
+  static BOOL IsEndOfTable(DWORD error) { return error == ERROR_NO_MORE_ITEMS || error == ERROR_HANDLE_EOF; }
   // Marks both index files for a rebuild at the next start of a master.
   void SetResetMarks();
   BOOL HasResetMark() const;
@@ -207,9 +216,6 @@ class ContactManager : public ContactDatabase, public DbEventTarget {
   static BOOL IsAllDigits(const Str& text);
   // The characters 0 to 9 of `text`, in order.
   static Str DigitsOf(const wchar_t* text);
-  // `ids` and `more`, both ascending without duplicates, become their common ids: appended, sorted,
-  // and one copy kept of each value that occurs twice.
-  static void KeepCommon(Array<CEOID>& ids, const Array<CEOID>& more);
   // The ids of `list` that stand in the ascending `set`, in the order of `list`.
   static void KeepListed(const Array<CEOID>& list, const Array<CEOID>& set, Array<CEOID>& out);
 

@@ -21,11 +21,7 @@ BOOL ContactManager::ReadContact(CEOID id, Contact& contact) {
 }
 
 BOOL ContactManager::AddContact(Contact& contact) {
-  if (!MayWrite()) {
-    SetLastError(ERROR_ACCESS_DENIED);
-    return FALSE;
-  }
-  index.CancelSave();
+  if (!BeginWrite()) return FALSE;
   note.MergeIntoNote(contact);
   Str text;
   note.GetNoteText(contact, text);
@@ -38,14 +34,10 @@ BOOL ContactManager::AddContact(Contact& contact) {
 }
 
 BOOL ContactManager::UpdateContact(Contact& contact, BOOL photoAuthoritative) {
-  if (!MayWrite()) {
-    SetLastError(ERROR_ACCESS_DENIED);
-    return FALSE;
-  }
   // The photo's file is named in the extended block and kept by it; this manager doesn't write photo
   // files, so the flag changes nothing yet.
   (void)photoAuthoritative;
-  index.CancelSave();
+  if (!BeginWrite()) return FALSE;
   note.MergeIntoNote(contact);
   Str text;
   note.GetNoteText(contact, text);
@@ -58,11 +50,7 @@ BOOL ContactManager::UpdateContact(Contact& contact, BOOL photoAuthoritative) {
 }
 
 BOOL ContactManager::DeleteContact(CEOID id) {
-  if (!MayWrite()) {
-    SetLastError(ERROR_ACCESS_DENIED);
-    return FALSE;
-  }
-  index.CancelSave();
+  if (!BeginWrite()) return FALSE;
   Contact names;
   if (!ReadNameParts(id, names)) return FALSE;
   if (!ContactDatabase::DeleteContact(id)) return FALSE;
@@ -73,11 +61,7 @@ BOOL ContactManager::DeleteContact(CEOID id) {
 }
 
 BOOL ContactManager::SetDefaultItem(CEOID id, uint32_t item) {
-  if (!MayWrite()) {
-    SetLastError(ERROR_ACCESS_DENIED);
-    return FALSE;
-  }
-  index.CancelSave();
+  if (!BeginWrite()) return FALSE;
   if (!ContactDatabase::SetDefaultItem(id, item)) return FALSE;
   if (!rebuilding) StampIndex();
   StartCommit();

@@ -9,9 +9,6 @@
 
 namespace {
 
-// The end of the table: the platform's "no more items", or the stepping layer's end of file.
-bool IsEndOfTable(DWORD error) { return error == ERROR_NO_MORE_ITEMS || error == ERROR_HANDLE_EOF; }
-
 const int kKeypadSteps = 18;
 const int kKeypadDone = 20;
 
@@ -91,11 +88,7 @@ BOOL ContactManager::FullRebuild() {
 }
 
 BOOL ContactManager::Rebuild() {
-  if (!MayWrite()) {
-    SetLastError(ERROR_ACCESS_DENIED);
-    return FALSE;
-  }
-  index.CancelSave();
+  if (!BeginWrite()) return FALSE;
   SetResetMarks();
   if (listener) listener->SetDataReady(FALSE);
   TellSlavesToStop();
@@ -117,15 +110,11 @@ void ContactManager::AdvanceKeypadProgress(int done) {
 }
 
 BOOL ContactManager::RebuildKeypadTree() {
-  if (!MayWrite()) {
-    SetLastError(ERROR_ACCESS_DENIED);
-    return FALSE;
-  }
+  if (!BeginWrite()) return FALSE;
   if (!index.IsOpen()) {
     SetLastError(ERROR_INVALID_HANDLE);
     return FALSE;
   }
-  index.CancelSave();
   SetResetMarks();
   if (listener) listener->OnKeypadRebuildProgress(0);
   FILETIME time;

@@ -4,7 +4,6 @@
 
 #include "manager/ShellSort.h"
 #include "storage/HideSim.h"
-#include "storage/WordSplitter.h"
 
 BOOL ContactManager::TextMatch(const Str& query, Array<CEOID>& ids) {
   ids.RemoveAll();
@@ -15,29 +14,7 @@ BOOL ContactManager::TextMatch(const Str& query, Array<CEOID>& ids) {
   text.MakeLower();
 
   // Every word must begin some word of the contact, each in any field and in any order.
-  WordSplitter splitter;
-  splitter.Reset(text);
-  Str word;
-  Array<CEOID> found;
-  bool first = true;
-  while (splitter.Next(word)) {
-    if (!index.FindPrefix(WordTree, word, found)) {
-      ids.RemoveAll();
-      return FALSE;
-    }
-    if (found.GetSize() == 0) {
-      ids.RemoveAll();
-      return TRUE;
-    }
-    if (first) {
-      ids = found;
-      first = false;
-      continue;
-    }
-    KeepCommon(ids, found);
-    if (ids.GetSize() == 0) return TRUE;
-  }
-  return TRUE;
+  return index.FindWords(WordTree, text, ids);
 }
 
 BOOL ContactManager::KeypadMatch(const Str& query, Array<CEOID>& ids) {
@@ -87,7 +64,7 @@ BOOL ContactManager::PlainOrder(BOOL emptyQuery, const Array<CEOID>& match, int 
     return TRUE;
   }
   Array<CEOID> both(match);
-  KeepCommon(both, allowed);
+  KeepCommonIds(both, allowed);
   if (both.GetSize() > 0) KeepListed(all, both, out);
   return TRUE;
 }

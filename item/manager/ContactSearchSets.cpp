@@ -30,17 +30,6 @@ Str ContactManager::DigitsOf(const wchar_t* text) {
   return digits;
 }
 
-void ContactManager::KeepCommon(Array<CEOID>& ids, const Array<CEOID>& more) {
-  // Two sorted sets without duplicates: a value in both occurs exactly twice once they are joined.
-  ids.Append(more);
-  SortIds(ids);
-  int kept = 0;
-  for (int k = 1; k < ids.GetSize(); ++k) {
-    if (ids[k] == ids[k - 1] && (kept == 0 || ids[kept - 1] != ids[k])) ids[kept++] = ids[k];
-  }
-  ids.SetSize(kept);
-}
-
 void ContactManager::KeepListed(const Array<CEOID>& list, const Array<CEOID>& set, Array<CEOID>& out) {
   out.RemoveAll();
   for (int k = 0; k < list.GetSize(); ++k) {

@@ -54,6 +54,19 @@ void SortUniqueIds(Array<T>& ids) {
   if (kept < ids.GetSize()) ids.SetSize(kept);
 }
 
+// `ids` and `more`, each ascending without duplicates, become the values they share: appended, sorted,
+// and one copy kept of each value that now occurs twice.
+template <class T>
+void KeepCommonIds(Array<T>& ids, const Array<T>& more) {
+  ids.Append(more);
+  SortIds(ids);
+  int kept = 0;
+  for (int k = 1; k < ids.GetSize(); ++k) {
+    if (ids[k] == ids[k - 1] && (kept == 0 || ids[kept - 1] != ids[k])) ids[kept++] = ids[k];
+  }
+  ids.SetSize(kept);
+}
+
 // Binary search in an ascending identifier list.
 template <class T>
 bool ContainsId(const Array<T>& sorted, uint32_t id) {

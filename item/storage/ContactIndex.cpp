@@ -248,15 +248,8 @@ BOOL ContactIndex::FindWords(int tree, const wchar_t* text, Array<CEOID>& ids) c
       first = false;
       continue;
     }
-    // Both sets are sorted without duplicates: what occurs twice is in both.
-    ids.Append(found);
-    SortIds(ids);
-    int kept = 0;
-    for (int k = 1; k < ids.GetSize(); ++k) {
-      if (ids[k] == ids[k - 1] && (kept == 0 || ids[kept - 1] != ids[k])) ids[kept++] = ids[k];
-    }
-    ids.SetSize(kept);
-    if (kept == 0) return TRUE;
+    KeepCommonIds(ids, found);
+    if (ids.GetSize() == 0) return TRUE;
   }
   return TRUE;
 }

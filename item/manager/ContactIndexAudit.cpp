@@ -1,28 +1,13 @@
-// The inspection of a stale index: one sequential pass over the database that compares each record's
+// The audit of a stale index: one sequential pass over the database that compares each record's
 // checksum with the one the index keeps, and applies the few differences it finds.
 #include "manager/ContactManager.h"
 
 #include "foundation/DebugUtils.h"
+#include "manager/ShellSort.h"
 
 #include <new>
 
 namespace {
-
-bool IsEndOfTable(DWORD error) { return error == ERROR_NO_MORE_ITEMS || error == ERROR_HANDLE_EOF; }
-
-int CompareOids(const void* a, const void* b) {
-  const CEOID x = *static_cast<const CEOID*>(a);
-  const CEOID y = *static_cast<const CEOID*>(b);
-  return x < y ? -1 : (x > y ? 1 : 0);
-}
-
-void SortOids(Array<CEOID>& ids) {
-  if (ids.GetSize() > 1) qsort(ids.GetData(), ids.GetSize(), sizeof(CEOID), CompareOids);
-}
-
-bool ContainsOid(const Array<CEOID>& sorted, CEOID oid) {
-  return bsearch(&oid, sorted.GetData(), sorted.GetSize(), sizeof(CEOID), CompareOids) != nullptr;
-}
 
 void DeleteAll(Array<Contact*>& contacts) {
   for (int i = 0; i < contacts.GetSize(); ++i) delete contacts[i];
@@ -41,11 +26,7 @@ BOOL ContactManager::Inspect() {
   openReport.inspected = TRUE;
   // 1. The index's own list; a duplicate or an empty list can't be patched.
   Array<CEOID> indexed;
-  index.ListAll(SortByName, indexed);
-  SortOids(indexed);
-  bool duplicate = false;
-  for (int i = 1; i < indexed.GetSize() && !duplicate; ++i) duplicate = indexed[i] == indexed[i - 1];
-  if (duplicate || indexed.GetSize() == 0) {
+  if (!ListIndexedIds(indexed) || indexed.GetSize() == 0) {
     openReport.rebuilt = TRUE;
     return FullRebuild();
   }
@@ -53,10 +34,10 @@ BOOL ContactManager::Inspect() {
   // 2. Contacts that are gone from the database.
   Array<CEOID> present;
   if (!EnumerateOids(ListFilter(), present)) return FALSE;
-  SortOids(present);
+  SortIds(present);
   Array<CEOID> removed;
   for (int i = 0; i < indexed.GetSize(); ++i) {
-    if (!ContainsOid(present, indexed[i])) removed.Add(indexed[i]);
+    if (!ContainsId(present, indexed[i])) removed.Add(indexed[i]);
   }
   openReport.removed = removed.GetSize();
   if (removed.GetSize() > kMaxInspectChanges) {
@@ -64,7 +45,8 @@ BOOL ContactManager::Inspect() {
     return FullRebuild();
   }
 
-  // 3. Records added or changed: their quick checksums against the stored ones.
+  // 3. Records added or changed: their quick checksums against the stored ones (the index's ids
+  // stand sorted since step 1).
   ContactBatch added;
   ContactBatch changed;
   DbDatabase& table = Contacts();
@@ -77,7 +59,7 @@ BOOL ContactManager::Inspect() {
       if (IsEndOfTable(GetLastError())) break;
       return FALSE;
     }
-    const bool known = ContainsOid(indexed, oid);
+    const bool known = ContainsId(indexed, oid);
     if (known) {
       uint32_t record = 0;
       uint32_t stored = 0;
