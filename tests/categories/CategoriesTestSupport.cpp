@@ -1,22 +1,12 @@
 #include "CategoriesTestSupport.h"
 
+#include "TestPaths.h"
 #include "storage/PPC2003CategoryDBManager.h"
 
 namespace {
 
-// The categories tests keep to a store file of their own, made afresh for each run, so that the
-// device's own databases are never touched. The store reads the variable at its first call, after this.
-struct OwnStoreFile {
-    OwnStoreFile()
-    {
-        wchar_t given[MAX_PATH];
-        if (GetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", given, MAX_PATH) == 0) {
-            SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", cattest::kTestStoreFile);
-            DeleteFileW(cattest::kTestStoreFile);
-        }
-    }
-};
-OwnStoreFile g_ownStoreFile;
+// The categories tests keep to a store file of their own.
+testpaths::OwnObjectStore g_ownStore(cattest::kTestStoreFile);
 
 const wchar_t kContacts[] = L"Contacts Database";
 const wchar_t kCategories[] = L"\\Categories Database";

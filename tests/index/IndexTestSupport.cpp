@@ -5,6 +5,7 @@
 
 #include "../mapped/ArenaWalk.h"
 #include "Generator.h"
+#include "TestPaths.h"
 #include "manager/KeypadGroups.h"
 #include "storage/ContactIndex.h"
 #include "storage/ContactNames.h"
@@ -12,18 +13,8 @@
 
 namespace {
 
-// The index tests keep to an object store file of their own, made afresh for each run, so that the
-// device's databases are never touched. The store reads the variable at the first Ce call, after this.
-struct OwnStoreFile {
-  OwnStoreFile() {
-    wchar_t given[MAX_PATH];
-    if (GetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", given, MAX_PATH) == 0) {
-      SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", indextest::kTestStoreFile);
-      DeleteFileW(indextest::kTestStoreFile);
-    }
-  }
-};
-OwnStoreFile g_ownStoreFile;
+// The index tests keep to an object store file of their own.
+testpaths::OwnObjectStore g_ownStore(indextest::kTestStoreFile);
 
 }  // namespace
 
@@ -57,19 +48,6 @@ std::wstring TempPath(const std::wstring& name) {
   std::wstring path(folder, length);
   if (path.empty() || path.back() != L'\\') path += L'\\';
   return path + L"pagemark_index_" + name;
-}
-
-std::vector<uint8_t> ReadFileBytes(const std::wstring& path) {
-  std::vector<uint8_t> bytes;
-  HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return bytes;
-  DWORD size = GetFileSize(file, nullptr);
-  bytes.resize(size);
-  DWORD read = 0;
-  if (size > 0 && !ReadFile(file, bytes.data(), size, &read, nullptr)) read = 0;
-  bytes.resize(read);
-  CloseHandle(file);
-  return bytes;
 }
 
 std::string U8(const std::wstring& text) {

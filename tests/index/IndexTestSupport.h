@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "TestPaths.h"
 #include "foundation/Array.h"
 #include "foundation/Str.h"
 #include "storage/Contact.h"
@@ -28,7 +29,7 @@ extern const wchar_t kTestStoreFile[];
 
 // A path in the temporary folder for this test program's files.
 std::wstring TempPath(const std::wstring& name);
-std::vector<uint8_t> ReadFileBytes(const std::wstring& path);
+using testpaths::ReadFileBytes;
 
 // UTF-8 for doctest's messages.
 std::string U8(const std::wstring& text);

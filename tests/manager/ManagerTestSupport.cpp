@@ -4,6 +4,7 @@
 
 #include "DeviceContacts.h"
 #include "Generator.h"
+#include "TestPaths.h"
 #include "ToolCategories.h"
 #include "foundation/Settings.h"
 #include "manager/KeypadGroups.h"
@@ -13,18 +14,8 @@
 
 namespace {
 
-// The manager tests keep to an object store file of their own, made afresh for each run, so that
-// the device's databases are never touched. The store reads the variable at the first Ce call.
-struct OwnStoreFile {
-  OwnStoreFile() {
-    wchar_t given[MAX_PATH];
-    if (GetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", given, MAX_PATH) == 0) {
-      SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", L"\\windows\\test_manager.cdb");
-      DeleteFileW(L"\\windows\\test_manager.cdb");
-    }
-  }
-};
-OwnStoreFile g_ownStoreFile;
+// The manager tests keep to an object store file of their own.
+testpaths::OwnObjectStore g_ownStore(L"\\windows\\test_manager.cdb");
 
 void DropDatabase(const wchar_t* name) {
   CEOID oid = 0;

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "ManagerTestSupport.h"
+#include "TestPaths.h"
 #include "foundation/Settings.h"
 #include "storage/IndexStore.h"
 #include "storage/PropsStore.h"
@@ -232,16 +233,7 @@ TEST_CASE("a slave uses a stale index as it is, fails on an unusable one, and ne
   }
   OpenSaveClose();
   REQUIRE(TouchRecord(ids[0], L"Changed Meanwhile"));
-  const std::vector<uint8_t> before = [] {
-    std::vector<uint8_t> bytes;
-    HANDLE file = CreateFileW(IndexStore::DefaultPath(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
-    if (file == INVALID_HANDLE_VALUE) return bytes;
-    bytes.resize(GetFileSize(file, nullptr));
-    DWORD read = 0;
-    ReadFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &read, nullptr);
-    CloseHandle(file);
-    return bytes;
-  }();
+  const std::vector<uint8_t> before = testpaths::ReadFileBytes(static_cast<const wchar_t*>(IndexStore::DefaultPath()));
   {
     OpenedManager slave(&sync);
     REQUIRE(slave.opened);
@@ -261,15 +253,8 @@ TEST_CASE("a slave uses a stale index as it is, fails on an unusable one, and ne
     CHECK_FALSE(slave.manager.EventsWindow().IsSaveTimerRunning());
   }
   CHECK(AllRecordIds().size() == 25);
-  std::vector<uint8_t> after;
-  {
-    HANDLE file = CreateFileW(IndexStore::DefaultPath(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
-    REQUIRE(file != INVALID_HANDLE_VALUE);
-    after.resize(GetFileSize(file, nullptr));
-    DWORD read = 0;
-    ReadFile(file, after.data(), static_cast<DWORD>(after.size()), &read, nullptr);
-    CloseHandle(file);
-  }
+  const std::vector<uint8_t> after = testpaths::ReadFileBytes(static_cast<const wchar_t*>(IndexStore::DefaultPath()));
+  REQUIRE_FALSE(after.empty());
   CHECK(after == before);
 }
 

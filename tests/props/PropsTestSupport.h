@@ -9,13 +9,14 @@
 #include <string>
 #include <vector>
 
+#include "TestPaths.h"
 #include "storage/ContactExtended.h"
 
 // --- files and log -------------------------------------------------------------------------------------------
 
 // A path in the temporary folder for this test program's files.
 std::wstring PropsTempFile(const std::wstring& name);
-std::vector<uint8_t> ReadFileBytes(const std::wstring& path);
+using testpaths::ReadFileBytes;
 bool WriteFileBytes(const std::wstring& path, const std::vector<uint8_t>& bytes);
 // Points the log at this program, empties it.
 void FreshPropsLog();

@@ -68,4 +68,26 @@ int RunAndWait(const std::wstring& program, const std::wstring& arguments, unsig
   return code;
 }
 
+std::vector<uint8_t> ReadFileBytes(const std::wstring& path) {
+  std::vector<uint8_t> bytes;
+  HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0,
+                            nullptr);
+  if (file == INVALID_HANDLE_VALUE) return bytes;
+  DWORD size = GetFileSize(file, nullptr);
+  bytes.resize(size);
+  DWORD read = 0;
+  if (size > 0 && !ReadFile(file, bytes.data(), size, &read, nullptr)) read = 0;
+  bytes.resize(read);
+  CloseHandle(file);
+  return bytes;
+}
+
+OwnObjectStore::OwnObjectStore(const wchar_t* path) {
+  wchar_t given[MAX_PATH];
+  if (GetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", given, MAX_PATH) == 0) {
+    SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", path);
+    DeleteFileW(path);
+  }
+}
+
 }  // namespace testpaths

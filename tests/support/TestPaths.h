@@ -1,5 +1,6 @@
 // Where the test programs and the device's files are.
 #pragma once
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -23,5 +24,17 @@ bool JournalHas(const std::vector<JournalLine>& lines, const std::string& source
 // (the program is then killed) or when it could not start.
 int RunAndWait(const std::wstring& program, const std::wstring& arguments, unsigned timeoutMs,
                const std::vector<std::pair<std::wstring, std::wstring>>& environment = {});
+
+// The whole content of a file; empty when it can't be read.
+std::vector<uint8_t> ReadFileBytes(const std::wstring& path);
+
+// Keeps a test program to an object store file of its own, made afresh for each run, so that the
+// device's own databases are never touched: unless PAGEMARK_OBJECT_STORE names one already, it is set
+// to `path` and the file is deleted. The store reads the variable at the first database call, so a
+// program makes one of these a global of its support file.
+class OwnObjectStore {
+ public:
+  explicit OwnObjectStore(const wchar_t* path);
+};
 
 }  // namespace testpaths
