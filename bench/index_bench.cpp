@@ -16,13 +16,13 @@
 
 #include "BenchTimer.h"
 #include "Generator.h"
-#include "manager/KeypadGroups.h"
-#include "storage/BulkBuilder.h"
-#include "storage/Contact.h"
-#include "storage/ContactIndex.h"
-#include "storage/ContactKeySource.h"
-#include "storage/MappedFile.h"
-#include "storage/WordSplitter.h"
+#include "manager/letters/KeypadGroups.h"
+#include "storage/index/BulkBuilder.h"
+#include "storage/contact/Contact.h"
+#include "storage/index/ContactIndex.h"
+#include "storage/index/ContactKeySource.h"
+#include "storage/mapped/MappedFile.h"
+#include "storage/index/WordSplitter.h"
 
 namespace {
 

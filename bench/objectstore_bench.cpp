@@ -7,7 +7,7 @@
 #include <vector>
 #include "BenchTimer.h"
 #include "Generator.h"
-#include "storage/ContactDatabase.h"
+#include "storage/contact/ContactDatabase.h"
 
 namespace {
 

@@ -34,13 +34,13 @@
 #include "ToolCategories.h"
 #include "extended/ContactNote.h"
 #include "foundation/Settings.h"
-#include "manager/ContactManager.h"
-#include "manager/KeypadGroups.h"
-#include "manager/LetterSet.h"
-#include "storage/ContactDatabase.h"
-#include "storage/ContactFeed.h"
-#include "storage/MappedFile.h"
-#include "storage/WordSplitter.h"
+#include "manager/core/ContactManager.h"
+#include "manager/letters/KeypadGroups.h"
+#include "manager/letters/LetterSet.h"
+#include "storage/contact/ContactDatabase.h"
+#include "storage/index/ContactFeed.h"
+#include "storage/mapped/MappedFile.h"
+#include "storage/index/WordSplitter.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include "extended/PimInfoReader.h"
 #include "extended/PimInfoWriter.h"
 #include "foundation/Str.h"
-#include "storage/Contact.h"
+#include "storage/contact/Contact.h"
 
 class ContactNote {
 public:

@@ -14,7 +14,7 @@
 
 #include "extended/NoteBlob.h"
 #include "foundation/Str.h"
-#include "storage/ContactExtended.h"
+#include "storage/contact/ContactExtended.h"
 
 #include <stdint.h>
 

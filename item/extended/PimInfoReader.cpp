@@ -1,7 +1,7 @@
 #include "extended/PimInfoReader.h"
 
 #include "extended/PimInfoText.h"
-#include "storage/PropsStore.h"
+#include "storage/props/PropsStore.h"
 
 #include <string.h>
 #include <wchar.h>

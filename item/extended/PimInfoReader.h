@@ -20,7 +20,7 @@
 
 #include "foundation/Array.h"
 #include "foundation/Str.h"
-#include "storage/ContactExtended.h"
+#include "storage/contact/ContactExtended.h"
 
 #include <stdint.h>
 

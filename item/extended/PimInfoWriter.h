@@ -10,7 +10,7 @@
 
 #include "extended/NoteBlob.h"
 #include "foundation/Array.h"
-#include "storage/Contact.h"
+#include "storage/contact/Contact.h"
 
 #include <windows.h>
 

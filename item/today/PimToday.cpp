@@ -1,7 +1,7 @@
 #include "today/PimToday.h"
 #include <new>
 #include "foundation/Settings.h"
-#include "manager/ContactDataSource.h"
+#include "manager/datasource/ContactDataSource.h"
 #include "plugins/PluginManager.h"
 #include "presentation/ContactTemplate.h"
 #include "presentation/Skin.h"

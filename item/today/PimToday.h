@@ -5,11 +5,11 @@
 #include <todaycmn.h>
 #include "foundation/BaseWindow.h"
 #include "foundation/Array.h"
-#include "today/ItemListener.h"
+#include "manager/datasource/ItemListener.h"
 #include "today/LetterBar.h"
 #include "today/PopupWnd.h"
 #include "phone/PhoneTemplates.h"
-#include "storage/HideSim.h"
+#include "storage/contact/HideSim.h"
 
 enum PopupMode { PopupHidden = 0, PopupList = 1, PopupContact = 2 };
 

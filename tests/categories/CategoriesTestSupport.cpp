@@ -1,7 +1,7 @@
 #include "CategoriesTestSupport.h"
 
 #include "TestPaths.h"
-#include "storage/PPC2003CategoryDBManager.h"
+#include "storage/categories/PPC2003CategoryDBManager.h"
 
 namespace {
 

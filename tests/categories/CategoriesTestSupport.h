@@ -3,7 +3,7 @@
 #pragma once
 
 #include "foundation/Str.h"
-#include "storage/ByteBuffer.h"
+#include "storage/db/ByteBuffer.h"
 
 #include <windows.h>
 #include <windbase.h>

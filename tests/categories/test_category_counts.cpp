@@ -2,8 +2,8 @@
 // categories, every update counts the difference, every delete uncounts.
 #include "CategoriesTestSupport.h"
 
-#include "storage/ContactDatabase.h"
-#include "storage/PPC2003CategoryDBManager.h"
+#include "storage/contact/ContactDatabase.h"
+#include "storage/categories/PPC2003CategoryDBManager.h"
 
 #include <doctest/doctest.h>
 

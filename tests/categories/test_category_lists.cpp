@@ -1,7 +1,7 @@
 // The lists of categories and the translations between masks, names and record ids.
 #include "CategoriesTestSupport.h"
 
-#include "storage/PPC2003CategoryDBManager.h"
+#include "storage/categories/PPC2003CategoryDBManager.h"
 
 #include <doctest/doctest.h>
 

@@ -2,7 +2,7 @@
 #include "CategoriesTestSupport.h"
 
 #include "TracerBoxWatcher.h"
-#include "storage/PPC2003CategoryDBManager.h"
+#include "storage/categories/PPC2003CategoryDBManager.h"
 
 #include <doctest/doctest.h>
 

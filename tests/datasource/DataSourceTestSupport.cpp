@@ -1,6 +1,6 @@
 #include "DataSourceTestSupport.h"
 
-#include "storage/ContactFieldTable.h"
+#include "storage/contact/ContactFieldTable.h"
 #include "sync/SyncMessageHandler.h"
 
 namespace dstest {

@@ -12,11 +12,11 @@
 #include <string>
 #include <vector>
 
-#include "manager/ContactDataSource.h"
-#include "manager/ContactManager.h"
-#include "storage/Contact.h"
+#include "manager/datasource/ContactDataSource.h"
+#include "manager/core/ContactManager.h"
+#include "storage/contact/Contact.h"
 #include "sync/PimSync.h"
-#include "today/ItemListener.h"
+#include "manager/datasource/ItemListener.h"
 
 // Lists of lines as doctest shows them in a failed comparison.
 namespace doctest {

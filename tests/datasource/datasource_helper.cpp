@@ -8,14 +8,14 @@
 
 #include <string>
 
-#include "manager/ContactDataSource.h"
-#include "storage/Contact.h"
-#include "storage/ContactDatabase.h"
-#include "storage/ContactFieldTable.h"
+#include "manager/datasource/ContactDataSource.h"
+#include "storage/contact/Contact.h"
+#include "storage/contact/ContactDatabase.h"
+#include "storage/contact/ContactFieldTable.h"
 #include "sync/PimSync.h"
 #include "sync/PimSyncMessages.h"
 #include "sync/SyncMessageHandler.h"
-#include "today/ItemListener.h"
+#include "manager/datasource/ItemListener.h"
 
 using namespace dshelper;
 

@@ -8,11 +8,11 @@
 #include "DataSourceTestSupport.h"
 #include "HelperProcess.h"
 #include "ManagerTestSupport.h"
-#include "storage/ContactDatabase.h"
-#include "storage/ContactIndex.h"
-#include "storage/ContactKeySource.h"
-#include "storage/IndexStore.h"
-#include "storage/PropsStore.h"
+#include "storage/contact/ContactDatabase.h"
+#include "storage/index/ContactIndex.h"
+#include "storage/index/ContactKeySource.h"
+#include "storage/index/IndexStore.h"
+#include "storage/props/PropsStore.h"
 
 using namespace dstest;
 using managertest::PumpUntil;

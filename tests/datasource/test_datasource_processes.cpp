@@ -8,7 +8,7 @@
 #include "DataSourceTestSupport.h"
 #include "HelperProcess.h"
 #include "ManagerTestSupport.h"
-#include "storage/ContactDatabase.h"
+#include "storage/contact/ContactDatabase.h"
 
 using namespace dstest;
 using managertest::PumpUntil;

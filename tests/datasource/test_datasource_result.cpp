@@ -6,7 +6,7 @@
 #include <climits>
 
 #include "DataSourceTestSupport.h"
-#include "storage/ContactFieldTable.h"
+#include "storage/contact/ContactFieldTable.h"
 
 using namespace dstest;
 

@@ -4,9 +4,9 @@
 #pragma once
 
 #include "extended/NoteBlob.h"
-#include "storage/ByteBuffer.h"
-#include "storage/Contact.h"
-#include "storage/ContactExtended.h"
+#include "storage/db/ByteBuffer.h"
+#include "storage/contact/Contact.h"
+#include "storage/contact/ContactExtended.h"
 
 #include <windows.h>
 

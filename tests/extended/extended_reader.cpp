@@ -6,7 +6,7 @@
 #include "ExtendedTestSupport.h"
 
 #include "extended/ContactNote.h"
-#include "storage/ContactDatabase.h"
+#include "storage/contact/ContactDatabase.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -5,7 +5,7 @@
 #include "TestPaths.h"
 #include "extended/ContactNote.h"
 #include "extended/PimInfoText.h"
-#include "storage/ContactDatabase.h"
+#include "storage/contact/ContactDatabase.h"
 
 #include <doctest/doctest.h>
 

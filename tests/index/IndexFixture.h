@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "IndexTestSupport.h"
-#include "storage/ContactIndex.h"
+#include "storage/index/ContactIndex.h"
 
 namespace doctest {
 template <>

@@ -6,10 +6,10 @@
 #include "../mapped/ArenaWalk.h"
 #include "Generator.h"
 #include "TestPaths.h"
-#include "manager/KeypadGroups.h"
-#include "storage/ContactIndex.h"
-#include "storage/ContactNames.h"
-#include "storage/IndexStore.h"
+#include "manager/letters/KeypadGroups.h"
+#include "storage/index/ContactIndex.h"
+#include "storage/contact/ContactNames.h"
+#include "storage/index/IndexStore.h"
 
 namespace {
 

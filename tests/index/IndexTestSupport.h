@@ -15,8 +15,8 @@
 #include "TestPaths.h"
 #include "foundation/Array.h"
 #include "foundation/Str.h"
-#include "storage/Contact.h"
-#include "storage/ContactKeySource.h"
+#include "storage/contact/Contact.h"
+#include "storage/index/ContactKeySource.h"
 
 class ContactIndex;
 class IndexStore;

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "IndexTestSupport.h"
-#include "storage/ContactIndex.h"
+#include "storage/index/ContactIndex.h"
 
 namespace {
 

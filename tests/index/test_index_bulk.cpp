@@ -6,8 +6,8 @@
 #include <algorithm>
 
 #include "IndexFixture.h"
-#include "storage/BulkBuilder.h"
-#include "storage/BulkTree.h"
+#include "storage/index/BulkBuilder.h"
+#include "storage/index/BulkTree.h"
 
 using namespace indextest;
 

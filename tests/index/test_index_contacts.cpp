@@ -7,10 +7,10 @@
 #include <cstring>
 
 #include "IndexFixture.h"
-#include "storage/ContactFeed.h"
-#include "storage/MappedFile.h"
-#include "storage/OidTree.h"
-#include "storage/SearchTree.h"
+#include "storage/index/ContactFeed.h"
+#include "storage/mapped/MappedFile.h"
+#include "storage/index/OidTree.h"
+#include "storage/index/SearchTree.h"
 
 using namespace indextest;
 

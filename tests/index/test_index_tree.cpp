@@ -6,8 +6,8 @@
 #include <cstring>
 
 #include "IndexFixture.h"
-#include "storage/ContactFeed.h"
-#include "storage/SearchTree.h"
+#include "storage/index/ContactFeed.h"
+#include "storage/index/SearchTree.h"
 
 using namespace indextest;
 

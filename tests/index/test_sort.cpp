@@ -7,11 +7,11 @@
 #include <random>
 
 #include "IndexFixture.h"
-#include "manager/ContactGroups.h"
-#include "manager/RebuildSort.h"
-#include "manager/ShellSort.h"
-#include "storage/ContactDatabase.h"
-#include "storage/ContactKeySource.h"
+#include "manager/search/ContactGroups.h"
+#include "storage/index/RebuildSort.h"
+#include "foundation/ShellSort.h"
+#include "storage/contact/ContactDatabase.h"
+#include "storage/index/ContactKeySource.h"
 
 using namespace indextest;
 

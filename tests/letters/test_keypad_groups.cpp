@@ -6,8 +6,8 @@
 
 #include "TestRegistry.h"
 #include "foundation/Settings.h"
-#include "manager/KeypadGroups.h"
-#include "manager/LetterSet.h"
+#include "manager/letters/KeypadGroups.h"
+#include "manager/letters/LetterSet.h"
 #include "resources/LetterSetIds.h"
 
 namespace {

@@ -7,7 +7,7 @@
 
 #include "TestRegistry.h"
 #include "foundation/Settings.h"
-#include "manager/LetterSet.h"
+#include "manager/letters/LetterSet.h"
 #include "resources/LetterSetIds.h"
 
 namespace {

@@ -7,10 +7,10 @@
 #include "TestPaths.h"
 #include "ToolCategories.h"
 #include "foundation/Settings.h"
-#include "manager/KeypadGroups.h"
-#include "storage/ContactDatabase.h"
-#include "storage/IndexStore.h"
-#include "storage/PropsStore.h"
+#include "manager/letters/KeypadGroups.h"
+#include "storage/contact/ContactDatabase.h"
+#include "storage/index/IndexStore.h"
+#include "storage/props/PropsStore.h"
 
 namespace {
 

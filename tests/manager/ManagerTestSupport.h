@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "manager/ContactManager.h"
-#include "storage/Contact.h"
+#include "manager/core/ContactManager.h"
+#include "storage/contact/Contact.h"
 
 namespace managertest {
 

@@ -6,8 +6,8 @@
 
 #include "ManagerTestSupport.h"
 #include "TestPaths.h"
-#include "storage/DbEventsListener.h"
-#include "storage/DbMsgStack.h"
+#include "storage/events/DbEventsListener.h"
+#include "storage/events/DbMsgStack.h"
 
 using namespace managertest;
 

@@ -6,8 +6,8 @@
 #include "ManagerTestSupport.h"
 #include "TestPaths.h"
 #include "foundation/Settings.h"
-#include "storage/IndexStore.h"
-#include "storage/PropsStore.h"
+#include "storage/index/IndexStore.h"
+#include "storage/props/PropsStore.h"
 #include "sync/PimSync.h"
 
 using namespace managertest;

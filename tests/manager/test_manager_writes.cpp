@@ -9,10 +9,10 @@
 #include "ManagerTestSupport.h"
 #include "TestPaths.h"
 #include "foundation/Settings.h"
-#include "manager/KeypadGroups.h"
-#include "storage/ContactFeed.h"
-#include "storage/IndexStore.h"
-#include "storage/PropsStore.h"
+#include "manager/letters/KeypadGroups.h"
+#include "storage/index/ContactFeed.h"
+#include "storage/index/IndexStore.h"
+#include "storage/props/PropsStore.h"
 
 using namespace managertest;
 

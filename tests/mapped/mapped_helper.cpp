@@ -14,9 +14,9 @@
 #include <vector>
 
 #include "MappedTestSupport.h"
-#include "storage/ArenaStore.h"
-#include "storage/MappedFile.h"
-#include "storage/WriteBackProbe.h"
+#include "storage/mapped/ArenaStore.h"
+#include "storage/mapped/MappedFile.h"
+#include "storage/mapped/WriteBackProbe.h"
 
 namespace {
 

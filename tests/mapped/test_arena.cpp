@@ -9,7 +9,7 @@
 #include "ArenaWalk.h"
 #include "MappedTestSupport.h"
 #include "foundation/DebugUtils.h"
-#include "storage/ArenaAllocator.h"
+#include "storage/mapped/ArenaAllocator.h"
 
 namespace {
 

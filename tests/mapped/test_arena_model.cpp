@@ -10,7 +10,7 @@
 
 #include "ArenaWalk.h"
 #include "MappedTestSupport.h"
-#include "storage/ArenaAllocator.h"
+#include "storage/mapped/ArenaAllocator.h"
 
 namespace {
 

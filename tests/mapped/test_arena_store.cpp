@@ -8,7 +8,7 @@
 
 #include "ArenaWalk.h"
 #include "MappedTestSupport.h"
-#include "storage/ArenaStore.h"
+#include "storage/mapped/ArenaStore.h"
 
 namespace {
 

@@ -10,8 +10,8 @@
 #include "MappedTestSupport.h"
 #include "TestRegistry.h"
 #include "foundation/Settings.h"
-#include "storage/MappedFile.h"
-#include "storage/WriteBackProbe.h"
+#include "storage/mapped/MappedFile.h"
+#include "storage/mapped/WriteBackProbe.h"
 
 namespace {
 

@@ -10,8 +10,8 @@
 #include "ArenaWalk.h"
 #include "MappedTestSupport.h"
 #include "TestPaths.h"
-#include "storage/ArenaStore.h"
-#include "storage/MappedFile.h"
+#include "storage/mapped/ArenaStore.h"
+#include "storage/mapped/MappedFile.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "PropsTestSupport.h"
-#include "storage/PropsStore.h"
+#include "storage/props/PropsStore.h"
 
 struct PropsFixture {
   std::wstring path;

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "TestPaths.h"
-#include "storage/ContactExtended.h"
+#include "storage/contact/ContactExtended.h"
 
 // --- files and log -------------------------------------------------------------------------------------------
 

@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "PropsTestSupport.h"
-#include "storage/PropsStore.h"
+#include "storage/props/PropsStore.h"
 
 namespace {
 

@@ -6,9 +6,9 @@
 #include <cstring>
 
 #include "PropsFixture.h"
-#include "storage/BlockPool.h"
-#include "storage/Contact.h"
-#include "storage/PropsRecord.h"
+#include "storage/props/BlockPool.h"
+#include "storage/contact/Contact.h"
+#include "storage/props/PropsRecord.h"
 
 TEST_CASE("creation length: 1024 up to 984 expected bytes, beyond that the bytes, 1% and 40, rounded up to 4") {
   CHECK(PropsStore::CreationLength(0) == 1024u);

@@ -7,11 +7,11 @@
 #include "ToolCategories.h"
 #include "extended/ContactNote.h"
 #include "foundation/Settings.h"
-#include "storage/ContactDatabase.h"
-#include "storage/ContactFeed.h"
-#include "storage/ContactIndex.h"
-#include "storage/IndexFormat.h"
-#include "storage/PPC2003CategoryDBManager.h"
+#include "storage/contact/ContactDatabase.h"
+#include "storage/index/ContactFeed.h"
+#include "storage/index/ContactIndex.h"
+#include "storage/index/IndexFormat.h"
+#include "storage/categories/PPC2003CategoryDBManager.h"
 
 namespace searchtest {
 

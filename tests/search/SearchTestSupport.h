@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "ManagerTestSupport.h"
-#include "manager/ContactManager.h"
-#include "storage/Contact.h"
+#include "manager/core/ContactManager.h"
+#include "storage/contact/Contact.h"
 
 namespace searchtest {
 

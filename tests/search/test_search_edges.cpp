@@ -6,8 +6,8 @@
 
 #include "SearchTestSupport.h"
 #include "extended/ContactNote.h"
-#include "storage/HideSim.h"
-#include "storage/IndexFormat.h"
+#include "storage/contact/HideSim.h"
+#include "storage/index/IndexFormat.h"
 
 using namespace searchtest;
 

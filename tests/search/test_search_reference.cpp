@@ -6,9 +6,9 @@
 #include <random>
 
 #include "SearchTestSupport.h"
-#include "manager/KeypadGroups.h"
-#include "storage/IndexFormat.h"
-#include "storage/PPC2003CategoryDBManager.h"
+#include "manager/letters/KeypadGroups.h"
+#include "storage/index/IndexFormat.h"
+#include "storage/categories/PPC2003CategoryDBManager.h"
 
 using namespace searchtest;
 

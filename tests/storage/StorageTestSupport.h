@@ -3,9 +3,9 @@
 #pragma once
 
 #include "foundation/Str.h"
-#include "storage/ByteBuffer.h"
-#include "storage/CategoryCounter.h"
-#include "storage/Contact.h"
+#include "storage/db/ByteBuffer.h"
+#include "storage/categories/CategoryCounter.h"
+#include "storage/contact/Contact.h"
 
 #include <windows.h>
 #include <windbase.h>

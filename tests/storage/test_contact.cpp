@@ -1,8 +1,8 @@
 #include "StorageTestSupport.h"
 
-#include "storage/Contact.h"
-#include "storage/ContactNames.h"
-#include "storage/LabelTranslator.h"
+#include "storage/contact/Contact.h"
+#include "storage/contact/ContactNames.h"
+#include "storage/contact/LabelTranslator.h"
 
 #include <doctest/doctest.h>
 

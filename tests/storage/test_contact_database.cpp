@@ -1,6 +1,6 @@
 #include "StorageTestSupport.h"
 
-#include "storage/ContactDatabase.h"
+#include "storage/contact/ContactDatabase.h"
 
 #include <doctest/doctest.h>
 

@@ -1,7 +1,7 @@
 #include "StorageTestSupport.h"
 
-#include "storage/DbDatabase.h"
-#include "storage/DbEnumerator.h"
+#include "storage/db/DbDatabase.h"
+#include "storage/db/DbEnumerator.h"
 
 #include <doctest/doctest.h>
 

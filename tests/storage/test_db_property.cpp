@@ -1,7 +1,7 @@
 #include "StorageTestSupport.h"
 
-#include "storage/DbProperty.h"
-#include "storage/DbRecord.h"
+#include "storage/db/DbProperty.h"
+#include "storage/db/DbRecord.h"
 
 #include <doctest/doctest.h>
 

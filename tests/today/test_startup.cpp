@@ -2,7 +2,7 @@
 #include <doctest/doctest.h>
 #include "TodayFixture.h"
 #include "foundation/Settings.h"
-#include "manager/ContactDataSource.h"
+#include "manager/datasource/ContactDataSource.h"
 #include "presentation/ContactTemplate.h"
 #include "presentation/Skin.h"
 #include "sync/PimSync.h"

@@ -9,8 +9,8 @@
 
 #include "TestPaths.h"
 #include "foundation/Settings.h"
-#include "storage/IndexStore.h"
-#include "storage/PropsStore.h"
+#include "storage/index/IndexStore.h"
+#include "storage/props/PropsStore.h"
 
 namespace tooltest {
 

@@ -8,7 +8,7 @@
 #include "Generator.h"
 #include "TestPaths.h"
 #include "ToolRun.h"
-#include "storage/ContactNames.h"
+#include "storage/contact/ContactNames.h"
 
 using namespace tooltest;
 

@@ -8,11 +8,11 @@
 
 #include "SearchTestSupport.h"
 #include "ToolRun.h"
-#include "manager/ContactManager.h"
+#include "manager/core/ContactManager.h"
 #include "foundation/Settings.h"
-#include "manager/KeypadGroups.h"
-#include "storage/ContactNames.h"
-#include "storage/IndexStore.h"
+#include "manager/letters/KeypadGroups.h"
+#include "storage/contact/ContactNames.h"
+#include "storage/index/IndexStore.h"
 
 using namespace tooltest;
 

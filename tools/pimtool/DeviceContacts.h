@@ -6,8 +6,8 @@
 #include "ToolCategories.h"
 #include "ToolContact.h"
 #include "extended/ContactNote.h"
-#include "storage/Contact.h"
-#include "storage/ContactDatabase.h"
+#include "storage/contact/Contact.h"
+#include "storage/contact/ContactDatabase.h"
 
 // Fills a contact record from a tool contact: texts, dates, the category mask (categories are made
 // when missing), the extended block, and the Note: the user's text as plain wide text or as a rich

@@ -4,7 +4,7 @@
 #include "IndexVerbs.h"
 #include "Output.h"
 #include "ToolManager.h"
-#include "storage/ContactKeySource.h"
+#include "storage/index/ContactKeySource.h"
 
 int RebuildVerb() {
   ToolManager tool;

@@ -27,7 +27,7 @@
 #include "Output.h"
 #include "VCard.h"
 #include "extended/NoteBlob.h"
-#include "storage/ContactNames.h"
+#include "storage/contact/ContactNames.h"
 
 namespace {
 

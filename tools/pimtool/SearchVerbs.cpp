@@ -6,7 +6,7 @@
 #include "IndexVerbs.h"
 #include "Output.h"
 #include "ToolManager.h"
-#include "manager/KeypadGroups.h"
+#include "manager/letters/KeypadGroups.h"
 
 namespace {
 

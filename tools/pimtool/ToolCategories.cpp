@@ -1,6 +1,6 @@
 #include "ToolCategories.h"
-#include "storage/ContactDatabase.h"
-#include "storage/DbRecord.h"
+#include "storage/contact/ContactDatabase.h"
+#include "storage/db/DbRecord.h"
 
 namespace {
 const WORD kNameProperty = 0x4001;   // text

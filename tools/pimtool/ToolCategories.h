@@ -3,7 +3,7 @@
 #pragma once
 #include <map>
 #include <string>
-#include "storage/DbDatabase.h"
+#include "storage/db/DbDatabase.h"
 
 class ToolCategories {
  public:

@@ -3,7 +3,7 @@
 #include <cwchar>
 
 #include "Output.h"
-#include "storage/ContactNames.h"
+#include "storage/contact/ContactNames.h"
 
 ToolManager::ToolManager() {}
 

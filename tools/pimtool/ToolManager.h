@@ -3,7 +3,7 @@
 #pragma once
 #include <string>
 
-#include "manager/ContactManager.h"
+#include "manager/core/ContactManager.h"
 
 class ToolManager {
  public:

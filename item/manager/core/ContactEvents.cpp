@@ -1,0 +1,69 @@
+// Database change events: queued as they come, applied to the index when the gathering timer runs
+// out, half a second after the last of a burst.
+#include "manager/core/ContactManager.h"
+
+void ContactManager::OnDbEvent(DWORD kind, CEOID parent, CEOID oid) {
+  // Only the writer of the index follows the database; the others hear of changes from it.
+  if (!MayWrite()) return;
+  if (pendingWindow.Count() == 0 && listener) listener->SetDataReady(FALSE);
+  pendingWindow.Push(kind, parent, oid);
+  if (pendingWindow.Count() == kPendingNoticeCount && listener) listener->SetUpdatePending(TRUE);
+  pendingWindow.StartTimer(kGatherMs);
+}
+
+void ContactManager::OnEventTimer() {
+  if (!MayWrite()) return;
+  // The queue is emptied before anything is applied: it keeps nothing, whatever happens below.
+  Array<PendingChange> changes(pendingWindow.GetAll());
+  pendingWindow.Clear();
+  if (changes.GetSize() > 0) {
+    index.CancelSave();
+    if (changes.GetSize() >= kRebuildEventCount) {
+      TellSlavesToStop();
+      FullRebuild();
+      if (listener) listener->OnReloaded();
+    } else {
+      const CEOID contactsOid = Contacts().GetOid();
+      for (int i = 0; i < changes.GetSize(); ++i) {
+        // Records of other databases change nothing here.
+        if (changes[i].parent != contactsOid) continue;
+        if (!ApplyChange(changes[i])) FailDbOperation(__LINE__);
+      }
+    }
+    StartCommit();
+    TellSlavesToReload();
+  }
+  if (listener) {
+    listener->SetDataReady(TRUE);
+    listener->SetUpdatePending(FALSE);
+  }
+}
+
+BOOL ContactManager::ApplyChange(const PendingChange& change) {
+  const CEOID oid = change.oid;
+  switch (change.kind) {
+    case ChangeCreated:
+    case ChangeChanged: {
+      Contact contact;
+      Str text;
+      // A record deleted again since is skipped: its own event follows.
+      if (!LoadForIndex(oid, contact, text)) return TRUE;
+      uint32_t record = 0;
+      // The notification of this process's own write finds the contact indexed already.
+      const BOOL known = index.Find(oid, &record);
+      if (!(known ? index.UpdateContact(contact, text) : index.AddContact(contact, text))) return FALSE;
+      if (listener) {
+        if (change.kind == ChangeCreated)
+          listener->OnContactAdded(oid);
+        else
+          listener->OnContactChanged(oid);
+      }
+      return TRUE;
+    }
+    case ChangeDeleted:
+      if (index.RemoveContact(oid) && listener) listener->OnContactDeleted(oid);
+      return TRUE;
+    default:
+      return TRUE;
+  }
+}

@@ -1,0 +1,247 @@
+// ContactManager: the one object of a process that owns the "Contacts Database" and the search index
+// beside it. It opens both and decides whether the index can be trusted (in step, stale and inspected,
+// or rebuilt whole), turns the database's change notifications into index updates, and is the only
+// path by which contacts are read whole, written and deleted. Among cooperating processes only the
+// master writes the index; the others reopen it when told.
+//
+// Everything runs on the thread that opened it: notifications and both timers arrive as messages of
+// its two hidden windows. The background save of the index files is the only other thread, and every
+// write stops it first.
+#pragma once
+#include <windows.h>
+#include <windbase.h>
+#include <stdint.h>
+
+#include "extended/ContactNote.h"
+#include "foundation/Array.h"
+#include "foundation/Str.h"
+#include "manager/core/ContactManagerListener.h"
+#include "manager/core/SearchTypes.h"
+#include "storage/contact/ContactDatabase.h"
+#include "storage/index/ContactIndex.h"
+#include "storage/index/ContactKeySource.h"
+#include "storage/events/DbEventTarget.h"
+#include "storage/events/DbEventsListener.h"
+#include "storage/events/DbMsgStack.h"
+
+class BulkBuilder;
+class PimSync;
+
+// What opening the index found.
+enum IndexOpenState {
+  IndexUnusable = 0,  // missing, damaged, cut off in a write, or marked for reset
+  IndexInStep = 1,
+  IndexStale = 2,     // the database's time or count differs from the stamp
+};
+
+// What Open did about the index, for tools and tests.
+struct IndexOpenReport {
+  IndexOpenReport() { Clear(); }
+  void Clear() {
+    state = IndexUnusable;
+    inspected = rebuilt = FALSE;
+    removed = added = changed = 0;
+  }
+  int state;        // IndexOpenState
+  BOOL inspected;   // the stale index was compared contact by contact
+  BOOL rebuilt;     // the index was made anew
+  int removed, added, changed;  // what the inspection found (and applied unless it rebuilt)
+};
+
+class ContactManager : public ContactDatabase, public DbEventTarget {
+ public:
+  // Differences up to which a stale index is patched, and queued events up to which they are applied
+  // one by one; above them a full rebuild is cheaper.
+  static const int kMaxInspectChanges = 10;
+  static const int kRebuildEventCount = 15;
+  static const int kPendingNoticeCount = 10;
+  static const UINT kGatherMs = 500;
+  static const UINT kCommitMs = 2000;
+
+  ContactManager();
+  ~ContactManager() override;
+
+  // The process's manager, made on first use.
+  static ContactManager* GetInstance();
+  static void DestroyInstance();
+
+  // --- lifecycle ---------------------------------------------------------------------------------------
+  // Opens the database with the notification window, the categories database and the index, and
+  // brings the index in step (inspection or full rebuild) as far as this process may write.
+  virtual BOOL Open(HINSTANCE instance, ContactManagerListener* listener, PimSync* sync,
+                    IndexProgressSink* progress);
+  // Starts a save still due, then closes the index, the databases and both windows.
+  virtual void Close();
+  // Closes the index files only.
+  virtual BOOL CloseIndex();
+  // Opens the index again as it is, without repair: what a slave does when told to reload.
+  virtual BOOL ReloadIndex();
+  // Opens the index again and repairs it as a master does at start.
+  virtual BOOL TakeOverIndex();
+  // A full rebuild on demand; master only.
+  virtual BOOL Rebuild();
+  // Makes the keypad tree anew after the letter groups changed; master only.
+  virtual BOOL RebuildKeypadTree();
+
+  // --- contacts ------------------------------------------------------------------------------------------
+  // Reads contact `id` whole: the record, the Note without its block of extended data, the extended
+  // data from the props store (from the Note itself for a contact the index doesn't know).
+  virtual BOOL ReadContact(CEOID id, Contact& contact);
+  // Writes a new contact (its extended data merged into the Note) and adds it to the index; the new
+  // id goes into `contact.oid`. Master only.
+  virtual BOOL AddContact(Contact& contact);
+  // Writes the contact over its record and updates the index. `photoAuthoritative`: the photo in hand
+  // is the photo to keep, an absent one meaning none. Master only.
+  virtual BOOL UpdateContact(Contact& contact, BOOL photoAuthoritative);
+  // Deletes the record and takes the contact out of the index. Master only.
+  virtual BOOL DeleteContact(CEOID id);
+  // Stores the contact's default item (0 deletes it). Master only.
+  virtual BOOL SetDefaultItem(CEOID id, uint32_t item);
+
+  // --- search ------------------------------------------------------------------------------------------
+  // Each clears its output first and gives true on success, false on failure or cancellation.
+  virtual BOOL Search(const Str& query, int sortKind, const CategoryFilter& filter, Array<CEOID>& out,
+                      SearchCancel* cancel);
+  virtual BOOL KeypadSearch(const Str& query, int sortKind, const CategoryFilter& filter, Array<CEOID>& out);
+  // Under the grouped order: `flat` holds for each group its size and then its ids; `titles` the
+  // company of each group.
+  virtual BOOL GroupedSearch(const Str& query, const CategoryFilter& filter, Array<uint32_t>& flat,
+                             Array<Str>& titles, SearchCancel* cancel);
+  virtual BOOL GroupedKeypadSearch(const Str& query, const CategoryFilter& filter, Array<uint32_t>& flat,
+                                   Array<Str>& titles);
+  // The contacts that have `number` among their phones, compared by its last digits; gives their
+  // count. `numbers` (may be null) gets the digits that matched, one per id.
+  virtual int FindByPhone(const Str& number, Array<CEOID>& ids, Array<Str>* numbers, int minDigits,
+                          DWORD timeoutMs);
+  // Whether contact `id` comes from the SIM card. No SIM source is attached in this system: false.
+  virtual BOOL IsSimContact(CEOID id);
+  void SetSimSourceAttached(BOOL attached) { simSourceAttached = attached; }
+
+  // --- change events (the two hidden windows call these) ------------------------------------------------
+  void OnDbEvent(DWORD kind, CEOID parent, CEOID oid) override;
+  void OnEventTimer() override;
+  void OnSaveTimer() override;
+
+  // --- state -----------------------------------------------------------------------------------------------
+  ContactIndex& Index() { return index; }
+  DbEventsListener& EventsWindow() { return eventsWindow; }
+  DbMsgStack& PendingWindow() { return pendingWindow; }
+  ContactNote& Note() { return note; }
+  const IndexOpenReport& LastOpenReport() const { return openReport; }
+  BOOL IsRebuilding() const { return rebuilding; }
+  BOOL IsOpen() const { return opened; }
+  void SetListener(ContactManagerListener* newListener) { listener = newListener; }
+  PimSync* GetSync() const { return sync; }
+
+  // Opens both index files and judges them against the database (IndexOpenState).
+  virtual int OpenIndex();
+  // Reads every record and writes both index files anew; the old index stays when a read fails.
+  virtual BOOL FullRebuild();
+  // Compares the index with the database by checksums and applies up to ten differences; more, a
+  // duplicate or an empty index give a full rebuild.
+  virtual BOOL Inspect();
+
+ protected:
+  // Whether this process may write the index: the master, or a process without coordinator.
+  BOOL MayWrite() const;
+  // The start of every write of this process: false, with ERROR_ACCESS_DENIED, when it may not write;
+  // otherwise the background save is stopped.
+  BOOL BeginWrite();
+  // What an opened index needs: nothing when in step, the audit when stale, a full rebuild when
+  // unusable. A process that may not write only takes what it finds; an unusable index is a failure.
+  BOOL BringInStep(int state);
+  // The ids of the open index's name list, ascending; false when one of them stands there twice.
+  BOOL ListIndexedIds(Array<CEOID>& sorted);
+  // Whether a failed read met the end of the table: the platform's "no more items", or the stepping
+  // layer's end of file.
+  static BOOL IsEndOfTable(DWORD error) { return error == ERROR_NO_MORE_ITEMS || error == ERROR_HANDLE_EOF; }
+  // Marks both index files for a rebuild at the next start of a master.
+  void SetResetMarks();
+  BOOL HasResetMark() const;
+  // Stamps the props store with the database's last modification time.
+  void StampIndex();
+  // Restarts the 2000 ms save timer.
+  void StartCommit();
+  void TellSlavesToReload();
+  void TellSlavesToStop();
+  // Reads the current record whole and steps on; computes its checksum and takes its Note's text
+  // (with the extended block read from the Note into the contact).
+  BOOL ReadForIndex(Contact& contact, Str& noteText);
+  // The same for record `oid`.
+  BOOL LoadForIndex(CEOID oid, Contact& contact, Str& noteText);
+  // Applies one queued change; false only when an add or update of the index failed.
+  BOOL ApplyChange(const PendingChange& change);
+  // "Unable perform db operation!!!" and the private exception: the index can no longer follow.
+  [[noreturn]] void FailDbOperation(int line);
+  // Progress of a long pass over `total` items: the bar's steps are spread over them. The bar's range
+  // is its own steps, or with `rangeOfItems` the items.
+  void BeginProgress(int total, BOOL rangeOfItems, const wchar_t* text);
+  void AdvanceProgress(int done);
+  void EndProgress();
+  // Progress of the keypad tree's rebuild, told to the listener in 18 steps.
+  void AdvanceKeypadProgress(int done);
+  // Reads every record of the database into `builder`, calling `onRead` with the count so far after
+  // each. False on a read failure other than the end of the table.
+  BOOL FeedAllRecords(BulkBuilder& builder, void (ContactManager::*onRead)(int));
+
+  // --- search parts (ContactSearch*.cpp) ----------------------------------------------------------------
+  // The ids of the contacts that have, for every word of the query, a word beginning with it.
+  BOOL TextMatch(const Str& query, Array<CEOID>& ids);
+  // The ids under the keypad key sequence `query`.
+  BOOL KeypadMatch(const Str& query, Array<CEOID>& ids);
+  // The ids of the records that pass the filter.
+  BOOL AllowedSet(const CategoryFilter& filter, Array<CEOID>& allowed);
+  // The sorted list `sortKind` restricted to `match` (all of it for an empty query) and to the filter.
+  BOOL PlainOrder(BOOL emptyQuery, const Array<CEOID>& match, int sortKind, const CategoryFilter& filter,
+                  Array<CEOID>& out);
+  // Drops the SIM contacts when HideSim is on and a SIM source is attached.
+  void HideSimStage(Array<CEOID>& ids);
+  // The digits of every phone of record `oid`, its eleven phone properties first, then the extended
+  // phones from the props store.
+  BOOL ReadPhoneDigits(CEOID oid, Array<Str>& digits);
+  // Adds the contacts of `all` one of whose phones contains the digits `query` to `out`, in the order
+  // of `all`; false on cancel.
+  BOOL WidenByPhone(const Str& query, int sortKind, const CategoryFilter& filter, Array<CEOID>& out,
+                    SearchCancel* cancel);
+  // Moves the contacts whose last name, first name or company has a word beginning with the query to
+  // the front; false on cancel.
+  BOOL ReorderByName(const Str& query, BOOL keypad, Array<CEOID>& out, SearchCancel* cancel);
+  BOOL RunGroupedSearch(const Str& query, BOOL keypad, const CategoryFilter& filter, Array<uint32_t>& flat,
+                        Array<Str>& titles, SearchCancel* cancel);
+  // The category mask of the filter's categories; all zeros (one byte) when none of them is known.
+  BOOL FilterMask(const CategoryFilter& filter, ByteBuffer& mask);
+  // Whether the search is to be given up; sets ERROR_CANCELLED when it is.
+  static BOOL IsCancelled(SearchCancel* cancel);
+  // Whether `text` is not empty and all its characters are decimal digits.
+  static BOOL IsAllDigits(const Str& text);
+  // The characters 0 to 9 of `text`, in order.
+  static Str DigitsOf(const wchar_t* text);
+  // The ids of `list` that stand in the ascending `set`, in the order of `list`.
+  static void KeepListed(const Array<CEOID>& list, const Array<CEOID>& set, Array<CEOID>& out);
+
+  ContactIndex index;
+  DatabaseKeySource keySource;
+  IndexProgressSink* progress;
+  HINSTANCE instance;
+  BOOL rebuilding;
+  ContactNote note;
+  ContactManagerListener* listener;
+  DbEventsListener eventsWindow;
+  DbMsgStack pendingWindow;
+  PimSync* sync;
+  BOOL opened;
+  BOOL simSourceAttached;
+  IndexOpenReport openReport;
+  // Progress of the pass in hand.
+  double progressPer;
+  int progressDone;
+  double keypadPer;
+  int keypadReported;
+  int keypadStep;
+
+ private:
+  ContactManager(const ContactManager&);
+  ContactManager& operator=(const ContactManager&);
+};
+
+extern ContactManager* g_contactManager;

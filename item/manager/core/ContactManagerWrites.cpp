@@ -1,0 +1,70 @@
+// Contacts read whole, written and deleted through the manager, so that the index follows at once.
+#include "manager/core/ContactManager.h"
+
+#include "storage/contact/ContactFieldTable.h"
+
+BOOL ContactManager::ReadContact(CEOID id, Contact& contact) {
+  if (!LoadByOid(id, contact)) return FALSE;
+  uint32_t record = 0;
+  if (index.Props().IsOpen() && index.Find(id, &record) && index.Props().GetRecord(record, contact)) {
+    note.StripBlock(contact);
+  } else {
+    // Not indexed (yet): the extended data comes from the Note itself.
+    Str text;
+    note.GetNoteText(contact, text);
+    note.StripBlock(contact);
+    contact.checksum = 0;
+  }
+  // What the user edits is the Note without its block; the writes merge the block in again.
+  contact.noteBlob = ByteBuffer();
+  return TRUE;
+}
+
+BOOL ContactManager::AddContact(Contact& contact) {
+  if (!BeginWrite()) return FALSE;
+  note.MergeIntoNote(contact);
+  Str text;
+  note.GetNoteText(contact, text);
+  if (!ContactDatabase::AddContact(contact, true)) return FALSE;
+  contact.checksum = contact.ComputeChecksum();
+  const BOOL indexed = index.AddContact(contact, text);
+  StartCommit();
+  TellSlavesToReload();
+  return indexed;
+}
+
+BOOL ContactManager::UpdateContact(Contact& contact, BOOL photoAuthoritative) {
+  // The photo's file is named in the extended block and kept by it; this manager doesn't write photo
+  // files, so the flag changes nothing yet.
+  (void)photoAuthoritative;
+  if (!BeginWrite()) return FALSE;
+  note.MergeIntoNote(contact);
+  Str text;
+  note.GetNoteText(contact, text);
+  if (!ContactDatabase::UpdateContact(contact, true)) return FALSE;
+  contact.checksum = contact.ComputeChecksum();
+  const BOOL indexed = index.UpdateContact(contact, text);
+  StartCommit();
+  TellSlavesToReload();
+  return indexed;
+}
+
+BOOL ContactManager::DeleteContact(CEOID id) {
+  if (!BeginWrite()) return FALSE;
+  Contact names;
+  if (!ReadNameParts(id, names)) return FALSE;
+  if (!ContactDatabase::DeleteContact(id)) return FALSE;
+  index.RemoveContact(id);
+  StartCommit();
+  TellSlavesToReload();
+  return TRUE;
+}
+
+BOOL ContactManager::SetDefaultItem(CEOID id, uint32_t item) {
+  if (!BeginWrite()) return FALSE;
+  if (!ContactDatabase::SetDefaultItem(id, item)) return FALSE;
+  if (!rebuilding) StampIndex();
+  StartCommit();
+  TellSlavesToReload();
+  return TRUE;
+}

@@ -1,0 +1,85 @@
+// Writes through the data source: they go to the contact manager, and the result and the cache follow.
+#include "manager/datasource/ContactDataSource.h"
+
+#include "manager/core/ContactManager.h"
+#include "storage/contact/Contact.h"
+#include "sync/PimSync.h"
+
+BOOL ContactDataSource::AddContact(Contact& contact, int& group, int& row) {
+  group = -1;
+  row = -1;
+  if (!manager) {
+    SetLastError(ERROR_NOT_READY);
+    return FALSE;
+  }
+  const BOOL added = manager->AddContact(contact);
+  DWORD error = GetLastError();
+  // A record that was written stands in the database even when the index refused it.
+  if (contact.oid != 0) {
+    Refresh();
+    FindPosition(contact.oid, group, row);
+  }
+  SetLastError(error);
+  return added;
+}
+
+BOOL ContactDataSource::UpdateContact(Contact& contact) {
+  if (!manager) {
+    SetLastError(ERROR_NOT_READY);
+    return FALSE;
+  }
+  // An edit carries the photo as it is to be.
+  const BOOL updated = manager->UpdateContact(contact, TRUE);
+  DWORD error = GetLastError();
+  if (updated) {
+    Contact* cached = FindCached(contact.oid);
+    if (cached && cached != &contact) *cached = contact;
+  }
+  Refresh();
+  SetLastError(error);
+  return updated;
+}
+
+BOOL ContactDataSource::DeleteRows(const Array<ResultPosition>& positions) {
+  Array<CEOID> ids;
+  ids.SetSize(positions.GetSize());
+  for (int i = 0; i < positions.GetSize(); ++i) ids[i] = GetIdAt(positions[i].group, positions[i].row);
+  // From the last to the first, so that the positions still to come stay where they were.
+  for (int i = positions.GetSize() - 1; i >= 0; --i) RemoveRow(positions[i].group, positions[i].row);
+
+  BOOL all = TRUE;
+  DWORD error = ERROR_SUCCESS;
+  for (int i = 0; i < ids.GetSize(); ++i) {
+    if (ids[i] == 0) {
+      all = FALSE;
+      error = ERROR_INVALID_INDEX;
+      continue;
+    }
+    Evict(ids[i]);
+    if (!manager) {
+      all = FALSE;
+      error = ERROR_NOT_READY;
+    } else if (!manager->DeleteContact(ids[i])) {
+      all = FALSE;
+      error = GetLastError();
+    }
+  }
+  if (!all) SetLastError(error);
+  return all;
+}
+
+BOOL ContactDataSource::UpdateDefaultItem(CEOID id, uint32_t item) {
+  if (sync && !sync->IsMaster()) {
+    // Only the master writes; it hears of this through the coordinator and stores it.
+    sync->UpdateLinkType(static_cast<DWORD>(id), static_cast<DWORD>(item));
+    return TRUE;
+  }
+  if (!manager) {
+    SetLastError(ERROR_NOT_READY);
+    return FALSE;
+  }
+  if (!manager->SetDefaultItem(id, item)) return FALSE;
+  Contact* cached = FindCached(id);
+  if (cached) cached->defaultItem = item;
+  return TRUE;
+}

@@ -1,3 +1,0 @@
-#include "storage/HideSim.h"
-
-int g_hideSim = 0;

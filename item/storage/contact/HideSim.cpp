@@ -1,0 +1,3 @@
+#include "storage/contact/HideSim.h"
+
+int g_hideSim = 0;

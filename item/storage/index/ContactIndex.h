@@ -1,0 +1,145 @@
+// ContactIndex: the search index of the contacts, held as one unit with the props store.
+//
+// The index file (IndexStore) holds the word tree and the keypad tree with their reverse maps, the
+// contact lists sorted by name and by File As, and the contact map from each contact's oid to its
+// record in the props store (PropsStore, pim_index2.dat). On opening, the contact map is read into a
+// red-black tree in ordinary memory, which answers every lookup of a contact's record from then on.
+//
+// Only the master process writes, from one thread, with the background save of both files stopped
+// first; readers in other processes see the same mappings.
+#pragma once
+
+#include <windows.h>
+#include <windbase.h>
+#include <stdint.h>
+
+#include "foundation/Array.h"
+#include "foundation/Str.h"
+#include "storage/index/ContactFeed.h"
+#include "storage/index/IndexFormat.h"
+#include "storage/index/IndexStore.h"
+#include "storage/index/OidTree.h"
+#include "storage/props/PropsStore.h"
+#include "storage/index/SearchTree.h"
+
+class BulkBuilder;
+class Contact;
+class ContactKeySource;
+
+class ContactIndex : public IndexKeySink {
+ public:
+  ContactIndex();
+  ~ContactIndex() override;
+
+  IndexStore& Store() { return store; }
+  PropsStore& Props() { return props; }
+  SearchTree& Tree(int kind) { return kind == KeypadTree ? keypadTree : wordTree; }
+  // Where the keys of the contacts already in the sorted lists are read; null reads every key as
+  // empty, and the lists then stand in the order of the oids.
+  void SetKeySource(ContactKeySource* source) { keys = source; }
+  ContactKeySource* GetKeySource() const { return keys; }
+  // The keypad groups the feed translates words with; null is the process-wide table.
+  void SetKeypadGroups(const KeypadGroups* table);
+
+  // --- the index file ----------------------------------------------------------------------------
+  // A new, empty index file (IndexStore::Create(102400)).
+  virtual BOOL Create();
+  // Opens the index file and reads its contact map into the contact tree.
+  virtual BOOL Open();
+  virtual void Close();
+  BOOL IsOpen() const { return store.Data() != nullptr; }
+
+  // --- both files ----------------------------------------------------------------------------------
+  // New, empty props store with room for `expectedPropsBytes` of records, and a new index file.
+  virtual BOOL CreateStores(uint32_t expectedPropsBytes);
+  // Opens the props store (with its checks) and then the index file; false, with both closed, when
+  // either fails.
+  virtual BOOL OpenStores();
+  virtual void CloseStores();
+  // Saves both files, in the background or at once.
+  virtual BOOL Save(BOOL background);
+  // Stops the background save of both files; every writer calls it first.
+  virtual void CancelSave();
+
+  // --- contacts --------------------------------------------------------------------------------------
+  // Index only: feeds the contact's texts and `noteText` into both trees and records the nodes in the
+  // reverse maps, puts the contact into both sorted lists and maps its oid to `propsOffset`. False
+  // when the index file can't grow, and then the contact is left out of the index altogether.
+  virtual BOOL AddContact(const Contact& contact, const wchar_t* noteText, uint32_t propsOffset);
+  // Index only: takes the contact out of both trees and adds it again.
+  virtual BOOL UpdateContact(const Contact& contact, const wchar_t* noteText, uint32_t propsOffset);
+  // Takes the contact out of both trees, both sorted lists, the contact map and the contact tree, and
+  // deletes its record from the props store when that is open. False when the contact wasn't known.
+  virtual BOOL RemoveContact(CEOID oid);
+  // With the props store: the contact's extended block and checksum become a new record, and the
+  // contact goes into the index under it. On failure neither keeps anything of the contact.
+  virtual BOOL AddContact(const Contact& contact, const wchar_t* noteText);
+  // With the props store: the contact's record is rewritten (or made, for a contact not yet known),
+  // then the contact is updated in the index.
+  virtual BOOL UpdateContact(const Contact& contact, const wchar_t* noteText);
+
+  // The props record of contact `oid`.
+  virtual BOOL Find(CEOID oid, uint32_t* propsOffset) const;
+  int ContactCount() const { return contacts.Count(); }
+
+  // --- lookups -------------------------------------------------------------------------------------
+  // The oids of every key of tree `tree` that begins with `key`, ascending, no duplicates.
+  virtual BOOL FindPrefix(int tree, const wchar_t* key, Array<CEOID>& ids) const;
+  // The oids that have, for each word of `text`, a key beginning with that word: ascending, no
+  // duplicates; nothing at once when one word finds nothing.
+  virtual BOOL FindWords(int tree, const wchar_t* text, Array<CEOID>& ids) const;
+  // The oids of a sorted list (SortByName, SortByFileAs), in its order.
+  virtual BOOL ListAll(int kind, Array<CEOID>& ids) const;
+  // The oids of the list that are also in `ids`, in the list's order; when `ids` is as long as the
+  // list, the whole list.
+  virtual BOOL ListFiltered(int kind, const Array<CEOID>& ids, Array<CEOID>& result) const;
+
+  // --- the feed ----------------------------------------------------------------------------------------
+  virtual BOOL FeedContact(const Contact& contact, const wchar_t* noteText);
+  virtual BOOL AddText(CEOID oid, const wchar_t* text);
+  virtual BOOL AddPhone(CEOID oid, const wchar_t* number);
+  BOOL AddKey(int tree, CEOID oid, const Str& key) override;
+
+  // --- rebuilds ------------------------------------------------------------------------------------------
+  // Makes both files anew from everything the builder holds: props records for its contacts, both
+  // trees, both sorted lists and the contact map.
+  virtual BOOL WriteBulk(BulkBuilder& builder);
+  // Replaces the keypad tree by the builder's.
+  virtual BOOL ReplaceKeypadTree(BulkBuilder& builder);
+
+  // Every check of IndexStore::Check, the contact tree's own rules and its agreement with the contact
+  // map, the order of the sorted lists by their keys (with a key source), and, when the props store
+  // is open, the props store's own check against the records the contact map names. One line per
+  // finding; true when there was none.
+  virtual BOOL Check(Str& report) const;
+
+ protected:
+  // Reads the contact map of the file into the contact tree.
+  void LoadContactTree();
+  // Takes `oid` out of the index only; `withTouched` also clears the nodes touched by a feed in
+  // progress that the reverse maps don't list yet.
+  BOOL RemoveFromIndex(CEOID oid, bool withTouched);
+  // The sorted lists.
+  BOOL InsertSorted(int kind, const Contact& contact);
+  void RemoveSorted(int kind, CEOID oid);
+  // Reads the key of `oid`; false when it can't be read.
+  bool ReadKey(int kind, CEOID oid, Str& key) const;
+  // The contact map.
+  BOOL MapContact(CEOID oid, uint32_t propsOffset);
+  BOOL UnmapContact(CEOID oid);
+  static uint32_t ListSlot(int kind) { return kind == SortByFileAs ? kFileAsListSlot : kNameListSlot; }
+
+  IndexStore store;
+  PropsStore props;
+  SearchTree wordTree;
+  SearchTree keypadTree;
+  ContactFeed feed;
+  // Nodes of each tree that the contact in progress was added to.
+  Array<uint32_t> touched[2];
+  OidTree contacts;
+  ContactKeySource* keys;
+
+ private:
+  ContactIndex(const ContactIndex&);
+  ContactIndex& operator=(const ContactIndex&);
+};

@@ -1,0 +1,62 @@
+// IndexStore: the mapped file pim_index1.dat that holds the search index: a 36-byte header (see
+// IndexFormat.h) and an arena for the trees, their reverse maps, the two sorted contact lists and the
+// contact map. It is an ArenaStore, so every structure reaches memory through the store's operations
+// (MakeRef, ToPointer, ToOffset, Allocate, FreeOffset, FreeRef, Base) and stores offsets only.
+#pragma once
+
+#include <windows.h>
+#include <stdint.h>
+
+#include "foundation/Array.h"
+#include "foundation/Str.h"
+#include "storage/mapped/ArenaStore.h"
+#include "storage/index/IndexFormat.h"
+
+// The file's name in the temporary folder.
+extern const wchar_t kIndexFileName[];  // "pim_index1.dat"
+
+class IndexStore : public ArenaStore {
+ public:
+  // Room a new index is created with.
+  static constexpr uint32_t kCreateSize = 102400;
+
+  IndexStore();
+  ~IndexStore() override;
+
+  // The backing file; by default pim_index1.dat in the temporary folder.
+  void SetPath(const wchar_t* path);
+  const wchar_t* GetPath() const { return path; }
+  // The temporary folder (with a backslash at its end) and kIndexFileName.
+  static Str DefaultPath();
+
+  // A new, empty index with room for `size` bytes of structures: the header zeroed but for its mark
+  // and version.
+  virtual BOOL Create(uint32_t size);
+  // Opens the index file. It is refused, and closed, when its arena doesn't hold together, or when the
+  // mark isn't 1 and at the same time the version isn't 5: either value alone is enough. A
+  // `minimumLength` above the present length extends the data by the difference.
+  virtual BOOL Open(uint32_t minimumLength);
+
+  // The header's word at `slot` (one of the k...Slot offsets), 0 when nothing is open.
+  uint32_t HeaderWord(uint32_t slot) const;
+  void SetHeaderWord(uint32_t slot, uint32_t value);
+
+  // Allocates `size` bytes and gives the block's offset; false, and 0, when the store can't grow
+  // (the end of the mapping). A store that can't map more memory at all is a failure stop.
+  BOOL AllocateBlock(uint32_t size, uint32_t* offset);
+  // The 32-bit words at `offset`.
+  uint32_t* Words(uint32_t offset) { return reinterpret_cast<uint32_t*>(data + offset); }
+  const uint32_t* Words(uint32_t offset) const { return reinterpret_cast<const uint32_t*>(data + offset); }
+  TreeNode* Node(uint32_t offset) { return reinterpret_cast<TreeNode*>(data + offset); }
+  const TreeNode* Node(uint32_t offset) const { return reinterpret_cast<const TreeNode*>(data + offset); }
+
+  // Walks everything the file holds and lists what is broken, one line of text for each finding:
+  // the header, the arena's blocks and free ring (every tag), the trees and their links, tails and
+  // lists, the reverse maps and their chains (which must name only live nodes, from which the
+  // contact's lists are reached down the equal branch), the sorted lists and the contact map, and
+  // that every block in use belongs to exactly one structure. True when nothing was found.
+  BOOL Check(Str& report) const;
+
+ private:
+  wchar_t path[MAX_PATH];
+};

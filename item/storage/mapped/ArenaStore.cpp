@@ -1,0 +1,142 @@
+#include "storage/mapped/ArenaStore.h"
+
+#include <string.h>
+
+#include "foundation/DebugUtils.h"
+#include "foundation/Str.h"
+
+namespace {
+
+const wchar_t kUnableToMap[] = L"Unable open memory as mapped file!!!";
+
+}  // namespace
+
+ArenaStore::ArenaStore(uint32_t header, const wchar_t* source)
+    : data(nullptr), length(0), headerSize(header), sourceName(source) {}
+
+ArenaStore::~ArenaStore() { Close(); }
+
+uint32_t ArenaStore::CreationLength(uint32_t size, uint32_t header) {
+  uint32_t arenaBytes = size > kMinimumArena ? size : kMinimumArena;
+  return (arenaBytes + header + ArenaAllocator::kHeaderBytes + 3) & ~3u;
+}
+
+void ArenaStore::Attach() {
+  data = file.Data();
+  length = file.Length();
+  arena.Init(data != nullptr ? data + headerSize : nullptr, 0);
+}
+
+// --- the operations of stored structures -------------------------------------------------------------------
+
+ArenaRef ArenaStore::MakeRef(uint32_t offset) {
+  if (offset == 0) return NullArenaRef();
+  return ArenaRef{&data, offset};
+}
+
+BYTE* ArenaStore::ToPointer(uint32_t offset) {
+  if (offset == 0 || data == nullptr) return nullptr;
+  return data + offset;
+}
+
+uint32_t ArenaStore::ToOffset(const void* pointer) {
+  if (pointer == nullptr || data == nullptr) return 0;
+  return static_cast<uint32_t>(static_cast<const BYTE*>(pointer) - data);
+}
+
+BOOL ArenaStore::Allocate(uint32_t size, ArenaRef* ref) {
+  *ref = NullArenaRef();
+  if (data == nullptr || size == 0) return FALSE;
+  void* payload = arena.Alloc(size);
+  if (payload == nullptr) {
+    uint64_t step = static_cast<uint64_t>(size) + ArenaAllocator::kTagBytes;
+    if (step < kGrowthStep) step = kGrowthStep;
+    uint64_t target = length + step;
+    if (target > MappedFile::kMaxLength) {
+      // The last stretch of the mapping: take what is left, as long as the request fits in it.
+      uint64_t needed = length + static_cast<uint64_t>(ArenaAllocator::RoundRequest(size)) + ArenaAllocator::kTagBytes;
+      if (needed > MappedFile::kMaxLength) {
+        Str message;
+        message.Format(L"%s: no room for %u bytes, the mapping is full at %u bytes", sourceName, size, length);
+        LogError(message, sourceName, L"Allocate", __LINE__);
+        SetLastError(kMappingFullError);
+        return FALSE;
+      }
+      target = MappedFile::kMaxLength;
+    }
+    uint32_t oldLength = length;
+    if (!file.Grow(static_cast<uint32_t>(target))) {
+      if (GetLastError() == kMappingFullError) return FALSE;
+      FailureStop(kUnableToMap, sourceName, __LINE__);
+    }
+    Attach();
+    arena.Extend(length - oldLength);
+    payload = arena.Alloc(size);
+    if (payload == nullptr) return FALSE;
+  }
+  ref->base = &data;
+  ref->offset = static_cast<uint32_t>(static_cast<BYTE*>(payload) - data);
+  return TRUE;
+}
+
+void ArenaStore::FreeOffset(uint32_t offset) {
+  if (offset == 0 || data == nullptr) return;
+  arena.Free(data + offset);
+}
+
+void ArenaStore::FreeRef(const ArenaRef& ref) { FreeOffset(ref.offset); }
+
+BYTE** ArenaStore::Base() { return &data; }
+
+// --- life of the store ------------------------------------------------------------------------------------
+
+BOOL ArenaStore::Create(const wchar_t* path, uint32_t size) {
+  Close();
+  if (!file.Create(path, CreationLength(size, headerSize))) return FALSE;
+  Attach();
+  memset(data, 0, headerSize);
+  arena.Init(data + headerSize, length - headerSize);
+  return TRUE;
+}
+
+BOOL ArenaStore::Open(const wchar_t* path) {
+  Close();
+  if (!file.Open(path, 0)) return FALSE;
+  Attach();
+  const uint32_t smallestArena = ArenaAllocator::kHeaderBytes + ArenaAllocator::kTagBytes + ArenaAllocator::kMinimumPayload;
+  if (length < headerSize + smallestArena || !arena.Verify(length - headerSize, headerSize)) {
+    Str message;
+    message.Format(L"%s: the arena of %s doesn't hold together", sourceName, path);
+    LogError(message, sourceName, L"Open", __LINE__);
+    Close();
+    SetLastError(ERROR_INVALID_DATA);
+    return FALSE;
+  }
+  return TRUE;
+}
+
+BOOL ArenaStore::ExtendTo(uint32_t newLength) {
+  if (data == nullptr) {
+    SetLastError(ERROR_INVALID_HANDLE);
+    return FALSE;
+  }
+  if (newLength <= length) return TRUE;
+  if (newLength - length < ArenaAllocator::kTagBytes + ArenaAllocator::kMinimumPayload) {
+    // Too little for a block of its own: the data stays as it is.
+    return TRUE;
+  }
+  uint32_t oldLength = length;
+  if (!file.Grow(newLength)) return FALSE;
+  Attach();
+  arena.Extend(length - oldLength);
+  return TRUE;
+}
+
+BOOL ArenaStore::Save(BOOL background) { return file.Save(background); }
+
+void ArenaStore::Close() {
+  file.Close();
+  data = nullptr;
+  length = 0;
+  arena.Init(nullptr, 0);
+}

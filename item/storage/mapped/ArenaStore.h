@@ -1,0 +1,76 @@
+// ArenaStore: a store in a MappedFile whose data is the owner's fixed header followed by an arena
+// that runs to the data's end. It owns the file, the allocator, the data's present address and the
+// length, and gives stored structures their way to memory: references, offsets and allocation with
+// growth. Every link a structure stores is an offset from the data's start.
+//
+// Growth: when the arena can't satisfy a request, the data grows by the larger of request + 8 and
+// 102400 bytes, the allocator is attached again at the (unchanged) address and extended by the
+// difference, and the request is tried once more. Near the end of the mapping the growth takes what
+// room is left; a request that no longer fits is refused: the allocation fails, the refusal is
+// logged, and everything stored stays as it was.
+#pragma once
+
+#include <windows.h>
+#include <stdint.h>
+
+#include "storage/mapped/ArenaAllocator.h"
+#include "storage/mapped/MappedFile.h"
+
+class ArenaStore {
+ public:
+  // Smallest arena a store is created with, and the step of its growth.
+  static constexpr uint32_t kMinimumArena = 10240;
+  static constexpr uint32_t kGrowthStep = 102400;
+
+  // `headerSize` bytes at the data's start belong to the owner; `sourceName` names the owner in
+  // failure stops and in the log.
+  ArenaStore(uint32_t headerSize, const wchar_t* sourceName);
+  virtual ~ArenaStore();
+
+  // The operations through which stored structures reach the store, in this order.
+  virtual ArenaRef MakeRef(uint32_t offset);
+  virtual BYTE* ToPointer(uint32_t offset);
+  virtual uint32_t ToOffset(const void* pointer);
+  // Allocates `size` bytes, growing the store when the arena is full. False, with a null reference,
+  // for size 0, for a store that isn't open and for a growth refused at the end of the mapping.
+  virtual BOOL Allocate(uint32_t size, ArenaRef* ref);
+  virtual void FreeOffset(uint32_t offset);
+  virtual void FreeRef(const ArenaRef& ref);
+  virtual BYTE** Base();
+
+  // A new, empty store at `path` for about `size` bytes of structures: a zeroed header and one free
+  // block.
+  virtual BOOL Create(const wchar_t* path, uint32_t size);
+  // Opens the store of `path` and checks that its arena holds together; a store whose arena doesn't
+  // is refused and closed.
+  virtual BOOL Open(const wchar_t* path);
+  // Grows the data to newLength and gives the new room to the arena.
+  virtual BOOL ExtendTo(uint32_t newLength);
+  virtual BOOL Save(BOOL background);
+  virtual void Close();
+
+  BYTE* Data() const { return data; }
+  uint32_t Length() const { return length; }
+  uint32_t HeaderSize() const { return headerSize; }
+  MappedFile& File() { return file; }
+  ArenaAllocator& Arena() { return arena; }
+
+  // Length of a new store: the arena for max(size, 10240) bytes after the header, its own header and
+  // the first block's tags, rounded down to a whole word.
+  static uint32_t CreationLength(uint32_t size, uint32_t headerSize);
+
+ protected:
+  // Fetches the data's address and length from the file and attaches the allocator.
+  void Attach();
+
+  MappedFile file;
+  ArenaAllocator arena;
+  BYTE* data;
+  uint32_t length;
+  uint32_t headerSize;
+  const wchar_t* sourceName;
+
+ private:
+  ArenaStore(const ArenaStore&);
+  ArenaStore& operator=(const ArenaStore&);
+};
