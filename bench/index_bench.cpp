@@ -71,7 +71,8 @@ Contact ToContact(const ToolContact& source, CEOID oid) {
     entry.label = ToStr(address.label);
     contact.Address.Add(entry);
   }
-  for (const ToolDate& date : source.dates) contact.Date.Add(DateEntry{ToStr(date.label), ToFileTime(date.date)});
+  for (const ToolDate& date : source.dates)
+    contact.Date.Add(DateEntry{ToStr(date.label), ToFileTime(date.date)});
   contact.Image = ToStr(source.photo);
   contact.checksum = contact.ComputeChecksum();
   return contact;
@@ -113,7 +114,8 @@ class MemoryKeySource : public ContactKeySource {
     return true;
   }
   void Put(const Contact& contact) {
-    keys[static_cast<uint32_t>(contact.oid)] = {SortKeyOf(SortByName, contact), SortKeyOf(SortByFileAs, contact)};
+    keys[static_cast<uint32_t>(contact.oid)] = {SortKeyOf(SortByName, contact),
+                                                SortKeyOf(SortByFileAs, contact)};
   }
   void Drop(CEOID oid) { keys.erase(static_cast<uint32_t>(oid)); }
   void Clear() { keys.clear(); }
@@ -142,7 +144,8 @@ void RemoveFolder() {
   HANDLE search = FindFirstFileW((g_folder + L"*").c_str(), &found);
   if (search != INVALID_HANDLE_VALUE) {
     do {
-      if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)) DeleteFileW((g_folder + found.cFileName).c_str());
+      if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY))
+        DeleteFileW((g_folder + found.cFileName).c_str());
     } while (FindNextFileW(search, &found));
     FindClose(search);
   }
@@ -241,7 +244,8 @@ int Distinct(const std::vector<Str>& keys) {
 }
 
 void Lookups(BenchIndex& bench, int count, int tree) {
-  std::printf("  prefix lookups, %s tree (%d lookups a run)\n", tree == KeypadTree ? "keypad" : "word", kLookups);
+  std::printf("  prefix lookups, %s tree (%d lookups a run)\n", tree == KeypadTree ? "keypad" : "word",
+              kLookups);
   std::printf("    %-10s %14s %14s %14s\n", "key length", "distinct keys", "lookups/s", "oids/lookup");
   for (int length = 1; length <= 5; ++length) {
     std::vector<Str> keys = LookupKeys(count, tree, length);
@@ -302,7 +306,8 @@ void SingleChanges(BenchIndex& bench, int count) {
   std::printf("  %-46s %10.1f us  (median of %d)\n", "single remove (RemoveContact)", Median(times) * 1000.0,
               kSingleOps);
   if (failed != 0) std::printf("  (%d single changes failed)\n", failed);
-  if (index.ContactCount() != count) std::printf("  (the index holds %d contacts, not %d)\n", index.ContactCount(), count);
+  if (index.ContactCount() != count)
+    std::printf("  (the index holds %d contacts, not %d)\n", index.ContactCount(), count);
 }
 
 void Run(int count, int repeats) {

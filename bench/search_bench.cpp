@@ -61,7 +61,8 @@ const int kMinDigits = 4;
 
 std::string Utf8(const std::wstring& text) {
   if (text.empty()) return std::string();
-  const int n = WideCharToMultiByte(CP_UTF8, 0, text.c_str(), static_cast<int>(text.size()), nullptr, 0, nullptr, nullptr);
+  const int n = WideCharToMultiByte(CP_UTF8, 0, text.c_str(), static_cast<int>(text.size()), nullptr, 0,
+                                    nullptr, nullptr);
   std::string out(static_cast<size_t>(n), '\0');
   WideCharToMultiByte(CP_UTF8, 0, text.c_str(), static_cast<int>(text.size()), &out[0], n, nullptr, nullptr);
   return out;
@@ -104,7 +105,8 @@ bool MakeDatabases() {
   DropDatabase(kContactsDatabaseName);
   DropDatabase(kCategoriesDatabaseName);
   const DWORD text = CEDB_SORT_CASEINSENSITIVE | CEDB_SORT_UNKNOWNFIRST;
-  SORTORDERSPEC contacts[4] = {{0x4013001F, text}, {0x3A11001F, text}, {0x3A16001F, text}, {0x3A06001F, text}};
+  SORTORDERSPEC contacts[4] = {
+      {0x4013001F, text}, {0x3A11001F, text}, {0x3A16001F, text}, {0x3A06001F, text}};
   SORTORDERSPEC categories[2] = {{0x40020002, 0}, {0x4001001F, CEDB_SORT_CASEINSENSITIVE}};
   return CeCreateDatabase(const_cast<LPWSTR>(kContactsDatabaseName), 0, 4, contacts) != 0 &&
          CeCreateDatabase(const_cast<LPWSTR>(kCategoriesDatabaseName), 0, 2, categories) != 0;
@@ -220,7 +222,8 @@ class BenchManager {
 // --- the queries ----------------------------------------------------------------------------------------
 
 enum QueryKind { Keypad1, Keypad2, Keypad3, Keypad5, Text1, Text2, Phone, KindCount };
-const char* const kKindName[KindCount] = {"keypad1", "keypad2", "keypad3", "keypad5", "text1", "text2", "phone"};
+const char* const kKindName[KindCount] = {"keypad1", "keypad2", "keypad3", "keypad5",
+                                          "text1",   "text2",   "phone"};
 const int kKeypadLength[4] = {1, 2, 3, 5};
 
 struct QuerySet {
@@ -301,7 +304,8 @@ struct NaiveContact {
 class WordCollector : public IndexKeySink {
  public:
   BOOL AddKey(int tree, CEOID, const Str& key) override {
-    if (tree == WordTree && key.GetLength() > 0 && key[0] != kNumberEndMark) words->push_back(static_cast<const wchar_t*>(key));
+    if (tree == WordTree && key.GetLength() > 0 && key[0] != kNumberEndMark)
+      words->push_back(static_cast<const wchar_t*>(key));
     return TRUE;
   }
   std::vector<std::wstring>* words = nullptr;
@@ -401,7 +405,8 @@ class NaivePeer {
           hit = phone == digits;
         } else {
           const size_t tail = std::min<size_t>(phone.size(), 7);
-          hit = tail <= digits.size() && phone.compare(phone.size() - tail, tail, digits, digits.size() - tail, tail) == 0;
+          hit = tail <= digits.size() &&
+                phone.compare(phone.size() - tail, tail, digits, digits.size() - tail, tail) == 0;
         }
         if (hit) {
           out.push_back(static_cast<uint32_t>(contact.oid));
@@ -472,23 +477,29 @@ Stages TimeStages(StagedManager& manager, QueryKind kind, const std::vector<std:
   }
   Array<CEOID> ids;
   Stages stages;
-  stages.lookupUs = MedianMs(kSearchRepeats, [&] {
-    for (const Str& query : queries) {
-      if (keypad)
-        manager.KeypadMatch(query, ids);
-      else
-        manager.TextMatch(query, ids);
-    }
-  }) * 1000.0 / list.size();
-  stages.orderUs = MedianMs(kSearchRepeats, [&] {
-    for (size_t q = 0; q < list.size(); ++q) manager.PlainOrder(FALSE, matches[q], SortKindName, everyone, ids);
-  }) * 1000.0 / list.size();
+  stages.lookupUs = MedianMs(kSearchRepeats,
+                             [&] {
+                               for (const Str& query : queries) {
+                                 if (keypad)
+                                   manager.KeypadMatch(query, ids);
+                                 else
+                                   manager.TextMatch(query, ids);
+                               }
+                             }) *
+                    1000.0 / list.size();
+  stages.orderUs = MedianMs(kSearchRepeats,
+                            [&] {
+                              for (size_t q = 0; q < list.size(); ++q)
+                                manager.PlainOrder(FALSE, matches[q], SortKindName, everyone, ids);
+                            }) *
+                   1000.0 / list.size();
   // The copy that the ranking works on is made outside the timing.
   std::vector<double> times;
   for (int r = 0; r < kSearchRepeats; ++r) {
     std::vector<Array<CEOID>> work(ordered);
     const double start = NowMs();
-    for (size_t q = 0; q < list.size(); ++q) manager.ReorderByName(queries[q], keypad ? TRUE : FALSE, work[q], nullptr);
+    for (size_t q = 0; q < list.size(); ++q)
+      manager.ReorderByName(queries[q], keypad ? TRUE : FALSE, work[q], nullptr);
     times.push_back(NowMs() - start);
   }
   std::sort(times.begin(), times.end());
@@ -559,7 +570,7 @@ void PrintSummary(const Export& out) {
   const struct {
     const char* label;
     const char* name;
-  } rows[] = {{"full rebuild, ms", "rebuild_ms"},         {"start, index in step, ms", "open_ms"},
+  } rows[] = {{"full rebuild, ms", "rebuild_ms"},           {"start, index in step, ms", "open_ms"},
               {"start after 10 changes, ms", "inspect_ms"}, {"keypad search, 1 key, us", "keypad1_us"},
               {"keypad search, 2 keys, us", "keypad2_us"},  {"keypad search, 3 keys, us", "keypad3_us"},
               {"keypad search, 5 keys, us", "keypad5_us"},  {"text search, 1 word, us", "text1_us"},
@@ -574,7 +585,8 @@ void PrintSummary(const Export& out) {
     std::printf("  %-34s %10s %10s %14s\n", row.label, cells[0], cells[1], cells[2]);
   }
   int differ = 0;
-  for (const char* kind : kKindName) differ += static_cast<int>(std::max(0.0, out.Get(std::string("naive.") + kind + "_disagree")));
+  for (const char* kind : kKindName)
+    differ += static_cast<int>(std::max(0.0, out.Get(std::string("naive.") + kind + "_disagree")));
   std::printf("  queries whose result differs between the two: %d\n", differ);
   for (const std::string& info : out.Infos()) std::printf("  note: %s\n", info.c_str());
 }
@@ -608,7 +620,8 @@ struct Sizes {
 };
 
 // Every query of `queries` through the manager: the answers into `results`, the figures into `out`.
-Sizes ProductSearches(const QuerySet& queries, Export& out, std::vector<std::vector<uint32_t>> results[KindCount]) {
+Sizes ProductSearches(const QuerySet& queries, Export& out,
+                      std::vector<std::vector<uint32_t>> results[KindCount]) {
   BenchManager bench;
   if (bench.TimedOpen() < 0) {
     std::printf("\n  the manager can't be opened for the searches (error %lu)\n", bench.error);
@@ -735,7 +748,8 @@ Sizes RunCount(int count, const std::wstring& outFolder, const std::vector<std::
   for (const NaiveContact& contact : naive.Contacts()) out.AddContact(contact);
   for (int kind = 0; kind < KindCount; ++kind) {
     const std::vector<std::wstring>& list = queries.queries[kind];
-    for (size_t q = 0; q < list.size(); ++q) out.Query(static_cast<QueryKind>(kind), list[q], results[kind][q]);
+    for (size_t q = 0; q < list.size(); ++q)
+      out.Query(static_cast<QueryKind>(kind), list[q], results[kind][q]);
   }
   // A start after another program changed ten records; last, since at the largest count the changes
   // may no longer fit, and every start after a failed one rebuilds.
@@ -751,10 +765,12 @@ Sizes RunCount(int count, const std::wstring& outFolder, const std::vector<std::
     const double ms = bench.TimedOpen();
     const IndexOpenReport& report = bench.Get().LastOpenReport();
     if (ms < 0 || !report.inspected || report.rebuilt || report.changed != kChanges) {
-      out.Info("the start after " + std::to_string(kChanges) + " changes " + (ms < 0 ? "failed" : "succeeded") +
-               " (inspected " + std::to_string(report.inspected) + ", rebuilt " + std::to_string(report.rebuilt) +
-               ", " + std::to_string(report.changed) + " changed, error " + std::to_string(bench.error) + ")" +
-               (bench.error == kMappingFullError ? ": the index mapping has no room for the changed contacts" : ""));
+      out.Info("the start after " + std::to_string(kChanges) + " changes " +
+               (ms < 0 ? "failed" : "succeeded") + " (inspected " + std::to_string(report.inspected) +
+               ", rebuilt " + std::to_string(report.rebuilt) + ", " + std::to_string(report.changed) +
+               " changed, error " + std::to_string(bench.error) + ")" +
+               (bench.error == kMappingFullError ? ": the index mapping has no room for the changed contacts"
+                                                 : ""));
       ++rounds;
       break;
     }
@@ -828,10 +844,11 @@ int FindLargest(int known, const Sizes& sizes, std::vector<std::string>& notes) 
   }
   Progress(" %d contacts (%d refused, error %lu; %d rebuilds, %.1f s)\n", fits, refused, error, rebuilds,
            (NowMs() - begin) / 1000.0);
-  notes.push_back("largest full rebuild that fits the " + std::to_string(MappedFile::kMappingSize / (1024 * 1024)) +
-                  " MB mapping: " + std::to_string(fits) + " contacts; a start with " + std::to_string(refused) +
-                  " fails its rebuild (error " + std::to_string(error) + "); found by " + std::to_string(rebuilds) +
-                  " starts on a device without index");
+  notes.push_back("largest full rebuild that fits the " +
+                  std::to_string(MappedFile::kMappingSize / (1024 * 1024)) +
+                  " MB mapping: " + std::to_string(fits) + " contacts; a start with " +
+                  std::to_string(refused) + " fails its rebuild (error " + std::to_string(error) +
+                  "); found by " + std::to_string(rebuilds) + " starts on a device without index");
   return fits;
 }
 
@@ -868,8 +885,9 @@ int main(int argc, char** argv) {
     if (outFolder.empty() || outFolder.back() != L'\\') outFolder += L'\\';
   } else {
     g_summary = true;
-    std::printf("contact search benchmark: the product against a peer without index (for the SQLite peer as\n"
-                "well, run scripts/bench-search.sh)\n");
+    std::printf(
+        "contact search benchmark: the product against a peer without index (for the SQLite peer as\n"
+        "well, run scripts/bench-search.sh)\n");
   }
   std::vector<int> counts;
   for (int k = 2; k < argc; ++k) counts.push_back(std::atoi(argv[k]));
@@ -907,7 +925,8 @@ int main(int argc, char** argv) {
   HANDLE search = FindFirstFileW((g_folder + L"*").c_str(), &found);
   if (search != INVALID_HANDLE_VALUE) {
     do {
-      if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)) DeleteFileW((g_folder + found.cFileName).c_str());
+      if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY))
+        DeleteFileW((g_folder + found.cFileName).c_str());
     } while (FindNextFileW(search, &found));
     FindClose(search);
   }

@@ -99,8 +99,8 @@ sqlite3_stmt* Prepare(sqlite3* db, const char* sql) {
 
 struct Contact {
   long long oid = 0;
-  std::string words, keys;           // space-separated, as FTS5 documents
-  std::vector<std::string> phones;   // digits
+  std::string words, keys;          // space-separated, as FTS5 documents
+  std::vector<std::string> phones;  // digits
 };
 
 struct Query {
@@ -164,11 +164,15 @@ class Peer {
     std::remove((path + "-journal").c_str());
     if (sqlite3_open(path.c_str(), &db) != SQLITE_OK) Fail("open " + path, db);
     Exec(db, "PRAGMA synchronous=OFF");
-    const std::string options =
-        std::string("tokenize=\"ascii tokenchars '+~'\", detail=none") + (prefixIndexes ? ", prefix='1 2 3'" : "");
-    Exec(db, ("CREATE VIRTUAL TABLE words USING fts5(w, " + options + ");"
-              "CREATE VIRTUAL TABLE keys USING fts5(k, " + options + ");"
-              "CREATE TABLE phones(rev TEXT NOT NULL, oid INTEGER NOT NULL);").c_str());
+    const std::string options = std::string("tokenize=\"ascii tokenchars '+~'\", detail=none") +
+                                (prefixIndexes ? ", prefix='1 2 3'" : "");
+    Exec(db, ("CREATE VIRTUAL TABLE words USING fts5(w, " + options +
+              ");"
+              "CREATE VIRTUAL TABLE keys USING fts5(k, " +
+              options +
+              ");"
+              "CREATE TABLE phones(rev TEXT NOT NULL, oid INTEGER NOT NULL);")
+                 .c_str());
     Exec(db, "BEGIN");
     sqlite3_stmt* words = Prepare(db, "INSERT INTO words(rowid, w) VALUES(?, ?)");
     sqlite3_stmt* keys = Prepare(db, "INSERT INTO keys(rowid, k) VALUES(?, ?)");
@@ -188,7 +192,8 @@ class Peer {
   // Opens the database as it is and prepares the statements of the searches.
   void Open() {
     Close();
-    if (sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK) Fail("open " + path, db);
+    if (sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK)
+      Fail("open " + path, db);
     Exec(db, "PRAGMA synchronous=OFF");
     wordQuery = Prepare(db, "SELECT rowid FROM words WHERE words MATCH ?");
     keyQuery = Prepare(db, "SELECT rowid FROM keys WHERE keys MATCH ?");
@@ -222,7 +227,8 @@ class Peer {
       }
       Insert(*contact, contact->words + " ltd", words, keys, phones);
     }
-    for (sqlite3_stmt* statement : {dropWords, dropKeys, dropPhones, words, keys, phones}) sqlite3_finalize(statement);
+    for (sqlite3_stmt* statement : {dropWords, dropKeys, dropPhones, words, keys, phones})
+      sqlite3_finalize(statement);
     Exec(db, "COMMIT");
   }
 
@@ -239,7 +245,8 @@ class Peer {
     } else {
       // Every word of the query as a prefix: "jo"* "sm"* asks for a contact with both.
       std::string match;
-      for (const std::string& word : Words(query.text)) match += (match.empty() ? "\"" : " \"") + word + "\"*";
+      for (const std::string& word : Words(query.text))
+        match += (match.empty() ? "\"" : " \"") + word + "\"*";
       statement = query.kind.compare(0, 6, "keypad") == 0 ? keyQuery : wordQuery;
       sqlite3_bind_text(statement, 1, match.c_str(), static_cast<int>(match.size()), SQLITE_TRANSIENT);
     }
@@ -285,8 +292,8 @@ class Peer {
 // --- the table -------------------------------------------------------------------------------------------------
 
 const char* const kKinds[] = {"keypad1", "keypad2", "keypad3", "keypad5", "text1", "text2", "phone"};
-const char* const kKindLabel[] = {"keypad search, 1 key",  "keypad search, 2 keys", "keypad search, 3 keys",
-                                  "keypad search, 5 keys", "text search, 1 word",   "text search, 2 words",
+const char* const kKindLabel[] = {"keypad search, 1 key",   "keypad search, 2 keys", "keypad search, 3 keys",
+                                  "keypad search, 5 keys",  "text search, 1 word",   "text search, 2 words",
                                   "caller by last 7 digits"};
 
 std::string Number(double value) {
@@ -311,18 +318,20 @@ std::string Ratio(double product, double peer) {
 
 std::string Grouped(long long value) {
   std::string digits = std::to_string(value);
-  for (int at = static_cast<int>(digits.size()) - 3; at > 0; at -= 3) digits.insert(static_cast<size_t>(at), ",");
+  for (int at = static_cast<int>(digits.size()) - 3; at > 0; at -= 3)
+    digits.insert(static_cast<size_t>(at), ",");
   return digits;
 }
 
-void Row(const std::string& label, const std::string& product, double productValue, double naive, double sqlite,
-         const std::string& extra = "") {
+void Row(const std::string& label, const std::string& product, double productValue, double naive,
+         double sqlite, const std::string& extra = "") {
   std::printf("  %-33s %9s %9s %9s %9s %9s  %s\n", label.c_str(), product.c_str(), Number(naive).c_str(),
               Number(sqlite).c_str(), Ratio(productValue, naive).c_str(), Ratio(productValue, sqlite).c_str(),
               extra.c_str());
 }
 
-void Row(const std::string& label, double product, double naive, double sqlite, const std::string& extra = "") {
+void Row(const std::string& label, double product, double naive, double sqlite,
+         const std::string& extra = "") {
   Row(label, Number(product), product, naive, sqlite, extra);
 }
 
@@ -347,7 +356,8 @@ void Measure(const std::string& folder, bool prefixIndexes, Run& run) {
   for (int r = 0; r < kOpenRepeats; ++r) {
     std::vector<const Contact*> changed;
     for (int k = 0; k < kChanges && !run.contacts.empty(); ++k)
-      changed.push_back(&run.contacts[(static_cast<size_t>(k) * run.contacts.size() / kChanges + r) % run.contacts.size()]);
+      changed.push_back(
+          &run.contacts[(static_cast<size_t>(k) * run.contacts.size() / kChanges + r) % run.contacts.size()]);
     const double start = NowMs();
     peer.Update(changed);
     updates.push_back(NowMs() - start);
@@ -391,24 +401,29 @@ void Print(const Run& run) {
   if (Figure(run, "product.inspect_failed") > 0)
     Row("start after 10 changes, ms", "failed", -1, -1, Figure(run, "sqlite.inspect_ms"));
   else
-    Row("start after 10 changes, ms", Figure(run, "product.inspect_ms"), -1, Figure(run, "sqlite.inspect_ms"));
+    Row("start after 10 changes, ms", Figure(run, "product.inspect_ms"), -1,
+        Figure(run, "sqlite.inspect_ms"));
   for (size_t k = 0; k < sizeof kKinds / sizeof kKinds[0]; ++k) {
     const std::string kind = kKinds[k];
     if (Figure(run, "queries." + kind) < 0) continue;
     char extra[96];
-    std::snprintf(extra, sizeof extra, "%7s  %3.0f/%.0f", Number(Figure(run, "product." + kind + "_hits")).c_str(),
+    std::snprintf(extra, sizeof extra, "%7s  %3.0f/%.0f",
+                  Number(Figure(run, "product." + kind + "_hits")).c_str(),
                   Figure(run, "naive." + kind + "_disagree"), Figure(run, "sqlite." + kind + "_disagree"));
-    Row(std::string(kKindLabel[k]) + ", us", Figure(run, "product." + kind + "_us"), Figure(run, "naive." + kind + "_us"),
-        Figure(run, "sqlite." + kind + "_us"), extra);
+    Row(std::string(kKindLabel[k]) + ", us", Figure(run, "product." + kind + "_us"),
+        Figure(run, "naive." + kind + "_us"), Figure(run, "sqlite." + kind + "_us"), extra);
   }
   for (const std::string& note : run.notes) std::printf("  note: %s\n", note.c_str());
 }
 
 // Where the product's search time goes: its three stages, each timed alone.
 void PrintStages(const std::vector<Run>& runs) {
-  std::printf("\nThe product's keypad and text searches by stage, us per query: the lookup in the index / the walk of\n"
-              "the sorted list that puts the match in order / the ranking by name (reads the names of every contact\n"
-              "found; only for queries of 2 characters or more)\n\n  %-16s", "contacts");
+  std::printf(
+      "\nThe product's keypad and text searches by stage, us per query: the lookup in the index / the walk "
+      "of\n"
+      "the sorted list that puts the match in order / the ranking by name (reads the names of every contact\n"
+      "found; only for queries of 2 characters or more)\n\n  %-16s",
+      "contacts");
   const int kSearchKinds = 6;
   for (int k = 0; k < kSearchKinds; ++k) std::printf(" %20s", kKinds[k]);
   std::printf("\n");
@@ -445,20 +460,24 @@ int main(int argc, char** argv) {
     Measure(folder, prefixIndexes, runs.back());
   }
 
-  std::printf("\nContact search: the product (contact manager and its index, on the stand-in device) against a peer\n"
-              "without index (every contact's words in memory, mapped per query, on the stand-in device) and SQLite %s\n"
-              "FTS5%s (native). Medians of repeated runs; searches are per query, %d queries of each kind from\n"
-              "the contacts' names. Ratios are product / peer: above 1 the product is slower.\n",
-              sqlite3_libversion(), prefixIndexes ? " with prefix indexes of 1, 2 and 3 characters" : "",
-              static_cast<int>(Figure(runs.front(), "queries.keypad1")));
-  std::printf("\n  %-33s %9s %9s %9s %9s %9s  %7s  %s\n", "", "product", "naive", "SQLite", "/naive", "/SQLite",
-              "hits/q", "differ");
+  std::printf(
+      "\nContact search: the product (contact manager and its index, on the stand-in device) against a peer\n"
+      "without index (every contact's words in memory, mapped per query, on the stand-in device) and SQLite "
+      "%s\n"
+      "FTS5%s (native). Medians of repeated runs; searches are per query, %d queries of each kind from\n"
+      "the contacts' names. Ratios are product / peer: above 1 the product is slower.\n",
+      sqlite3_libversion(), prefixIndexes ? " with prefix indexes of 1, 2 and 3 characters" : "",
+      static_cast<int>(Figure(runs.front(), "queries.keypad1")));
+  std::printf("\n  %-33s %9s %9s %9s %9s %9s  %7s  %s\n", "", "product", "naive", "SQLite", "/naive",
+              "/SQLite", "hits/q", "differ");
   for (const Run& run : runs) Print(run);
-  std::printf("\n  /naive, /SQLite: product time / peer time. hits/q: the product's results per query. differ: queries\n"
-              "  whose result set differs from the product's, naive / SQLite. Naive start: reading every contact\n"
-              "  and its words from the database into memory. SQLite full rebuild: the exported words inserted in\n"
-              "  one transaction and both FTS5 indexes merged; after 10 changes: 10 contacts rewritten in one\n"
-              "  transaction; neither reads the contacts database nor finds out what changed.\n");
+  std::printf(
+      "\n  /naive, /SQLite: product time / peer time. hits/q: the product's results per query. differ: "
+      "queries\n"
+      "  whose result set differs from the product's, naive / SQLite. Naive start: reading every contact\n"
+      "  and its words from the database into memory. SQLite full rebuild: the exported words inserted in\n"
+      "  one transaction and both FTS5 indexes merged; after 10 changes: 10 contacts rewritten in one\n"
+      "  transaction; neither reads the contacts database nor finds out what changed.\n");
   PrintStages(runs);
   return 0;
 }

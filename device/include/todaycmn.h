@@ -55,20 +55,20 @@ typedef enum _TODAY_SELECTABILITY {
 } TODAY_SELECTABILITY;
 
 typedef struct _TODAYLISTITEM {
-  WCHAR szName[MAX_ITEMNAME];  /* the registry key name */
+  WCHAR szName[MAX_ITEMNAME]; /* the registry key name */
   TODAYLISTITEMTYPE tlit;
-  DWORD dwOrder;               /* items are listed by it */
-  DWORD cyp;                   /* height in pixels, set by the item on WM_TODAYCUSTOM_QUERYREFRESHCACHE */
+  DWORD dwOrder; /* items are listed by it */
+  DWORD cyp;     /* height in pixels, set by the item on WM_TODAYCUSTOM_QUERYREFRESHCACHE */
   BOOL fEnabled;
-  BOOL fOptions;               /* the item has an options dialog */
-  DWORD grfFlags;              /* the registry value "Flags", free for the item */
+  BOOL fOptions;  /* the item has an options dialog */
+  DWORD grfFlags; /* the registry value "Flags", free for the item */
   WCHAR szDLLPath[MAX_PATH];
   HINSTANCE hinstDLL;
   HWND hwndCustom;
   BOOL fSizeOnDraw;
   BYTE* prgbCachedData;
   DWORD cbCachedData;
-  DWORD dwSelectability;       /* TODAY_SELECTABILITY */
+  DWORD dwSelectability; /* TODAY_SELECTABILITY */
 } TODAYLISTITEM, *PTODAYLISTITEM;
 
 /* lParam of TODAYM_DRAWWATERMARK. */
@@ -79,10 +79,10 @@ typedef struct _TODAYDRAWWATERMARKINFO {
 } TODAYDRAWWATERMARKINFO;
 
 /* From the item to the shell (its parent window). */
-#define TODAYM_GETCOLOR (WM_USER + 100)         /* wParam TODAYCOLOR_...; returns a COLORREF */
-#define TODAYM_DRAWWATERMARK (WM_USER + 101)    /* lParam TODAYDRAWWATERMARKINFO* */
-#define TODAYM_TOOKSELECTION (WM_USER + 102)    /* wParam the item's window; posted */
-#define TODAYM_REQUESTREFRESH (WM_USER + 103)   /* wParam 0 or TODAYREFRESH_NOHEIGHTCHANGE */
+#define TODAYM_GETCOLOR (WM_USER + 100)       /* wParam TODAYCOLOR_...; returns a COLORREF */
+#define TODAYM_DRAWWATERMARK (WM_USER + 101)  /* lParam TODAYDRAWWATERMARKINFO* */
+#define TODAYM_TOOKSELECTION (WM_USER + 102)  /* wParam the item's window; posted */
+#define TODAYM_REQUESTREFRESH (WM_USER + 103) /* wParam 0 or TODAYREFRESH_NOHEIGHTCHANGE */
 #define TODAYM_RESERVEDSTART (WM_USER + 300)
 #define TODAYM_RESERVEDEND (WM_USER + 399)
 
@@ -97,8 +97,8 @@ typedef struct _TODAYDRAWWATERMARKINFO {
 #define WM_TODAYCUSTOM_QUERYREFRESHCACHE (WM_USER + 243) /* wParam TODAYLISTITEM*; TRUE: repaint, cyp set */
 #define WM_TODAYCUSTOM_RECEIVEDSELECTION (WM_USER + 244) /* wParam the key that moved the selection */
 #define WM_TODAYCUSTOM_LOSTSELECTION (WM_USER + 245)
-#define WM_TODAYCUSTOM_USERNAVIGATION (WM_USER + 246)    /* wParam the key; TRUE: handled by the item */
-#define WM_TODAYCUSTOM_ACTION (WM_USER + 247)            /* wParam the key */
+#define WM_TODAYCUSTOM_USERNAVIGATION (WM_USER + 246) /* wParam the key; TRUE: handled by the item */
+#define WM_TODAYCUSTOM_ACTION (WM_USER + 247)         /* wParam the key */
 #define WM_TODAYCUSTOM_CLOSEDATABASES (WM_USER + 248)
 
 typedef HWND (*PFNCUSTOMINITIALIZEITEM)(TODAYLISTITEM*, HWND);

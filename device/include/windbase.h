@@ -26,7 +26,7 @@ typedef CEPROPID* PCEPROPID;
 
 #define TypeFromPropID(propid) LOWORD(propid)
 #define IdFromPropID(propid) HIWORD(propid)
-#define MAKE_CEPROPID(id, type) ((CEPROPID)((((DWORD)(id) & 0xFFFF) << 16) | ((DWORD)(type) & 0xFFFF)))
+#define MAKE_CEPROPID(id, type) ((CEPROPID)((((DWORD)(id)&0xFFFF) << 16) | ((DWORD)(type)&0xFFFF)))
 
 // Volume identifier. All zero = the object store; all ones = "search every volume by name".
 typedef struct _CEGUID {
@@ -38,8 +38,7 @@ typedef struct _CEGUID {
 
 #define CREATE_SYSTEMGUID(pguid) (memset((pguid), 0, sizeof(CEGUID)))
 #define CREATE_INVALIDGUID(pguid) (memset((pguid), -1, sizeof(CEGUID)))
-#define CHECK_SYSTEMGUID(pguid) \
-  (!((pguid)->Data1 | (pguid)->Data2 | (pguid)->Data3 | (pguid)->Data4))
+#define CHECK_SYSTEMGUID(pguid) (!((pguid)->Data1 | (pguid)->Data2 | (pguid)->Data3 | (pguid)->Data4))
 #define CHECK_INVALIDGUID(pguid) \
   (((pguid)->Data1 & (pguid)->Data2 & (pguid)->Data3 & (pguid)->Data4) == 0xFFFFFFFF)
 
@@ -244,8 +243,8 @@ BOOL CeSetDatabaseInfoEx(PCEGUID pceguid, CEOID oidDbase, CEDBASEINFO* pNewInfo)
 // build (on a 32-bit build DWORD_PTR is the platform's DWORD).
 CEOID CeSeekDatabase(HANDLE hDatabase, DWORD dwSeekType, DWORD_PTR dwValue, LPDWORD lpdwIndex);
 
-CEOID CeReadRecordProps(HANDLE hDbase, DWORD dwFlags, LPWORD lpcPropID, CEPROPID* rgPropID, LPBYTE* lplpBuffer,
-                        LPDWORD lpcbBuffer);
+CEOID CeReadRecordProps(HANDLE hDbase, DWORD dwFlags, LPWORD lpcPropID, CEPROPID* rgPropID,
+                        LPBYTE* lplpBuffer, LPDWORD lpcbBuffer);
 CEOID CeReadRecordPropsEx(HANDLE hDbase, DWORD dwFlags, LPWORD lpcPropID, CEPROPID* rgPropID,
                           LPBYTE* lplpBuffer, LPDWORD lpcbBuffer, HANDLE hHeap);
 

@@ -108,8 +108,8 @@ DWORD CheckSorts(WORD count, const SORTORDERSPEC* orders) {
 
 void FillDbInfo(const Database* db, CEDBASEINFO* info) {
   std::memset(info, 0, sizeof *info);
-  info->dwFlags = CEDB_VALIDNAME | CEDB_VALIDTYPE | CEDB_VALIDSORTSPEC | CEDB_VALIDMODTIME | CEDB_VALIDDBFLAGS |
-                  db->desc.dbFlags;
+  info->dwFlags = CEDB_VALIDNAME | CEDB_VALIDTYPE | CEDB_VALIDSORTSPEC | CEDB_VALIDMODTIME |
+                  CEDB_VALIDDBFLAGS | db->desc.dbFlags;
   std::copy(db->desc.name.begin(), db->desc.name.end(), info->szDbaseName);
   info->dwDbaseType = db->desc.type;
   info->wNumRecords = static_cast<WORD>(std::min<size_t>(db->natural.size(), 0xFFFF));
@@ -393,7 +393,8 @@ CEOID ReadProps(HANDLE hDbase, DWORD dwFlags, LPWORD lpcPropID, CEPROPID* rgProp
     }
     LPBYTE block = nullptr;
     if (hHeap) {
-      block = static_cast<LPBYTE>(*lplpBuffer ? HeapReAlloc(hHeap, 0, *lplpBuffer, need) : HeapAlloc(hHeap, 0, need));
+      block = static_cast<LPBYTE>(*lplpBuffer ? HeapReAlloc(hHeap, 0, *lplpBuffer, need)
+                                              : HeapAlloc(hHeap, 0, need));
     } else {
       block = static_cast<LPBYTE>(*lplpBuffer ? LocalReAlloc(*lplpBuffer, need, LMEM_MOVEABLE)
                                               : LocalAlloc(LMEM_FIXED, need));
@@ -459,7 +460,8 @@ BOOL SetDbInfo(const CEGUID* guid, CEOID oid, const CEDBASEINFO* info) {
           if (all[k].known) keys.push_back(all[k]);
         }
         if (f & CEDB_SORT_UNIQUE) {
-          std::sort(keys.begin(), keys.end(), [](const SortKey& a, const SortKey& b) { return a.bytes < b.bytes; });
+          std::sort(keys.begin(), keys.end(),
+                    [](const SortKey& a, const SortKey& b) { return a.bytes < b.bytes; });
           for (size_t i = 1; i < keys.size(); ++i) {
             if (keys[i].bytes == keys[i - 1].bytes) return ERROR_ALREADY_EXISTS;
           }
@@ -593,13 +595,16 @@ CEOID SeekImpl(HANDLE hDatabase, DWORD dwSeekType, DWORD_PTR dwValue, LPDWORD lp
       const CEPROPVAL* pv = reinterpret_cast<const CEPROPVAL*>(dwValue);
       if (c.slot < 0 || !pv) return Fail<CEOID>(ERROR_INVALID_PARAMETER, 0);
       const SORTORDERSPEC& order = c.db->desc.sorts[static_cast<size_t>(c.slot)];
-      if (TypeFromPropID(pv->propid) != TypeFromPropID(order.propid)) return Fail<CEOID>(ERROR_INVALID_PARAMETER, 0);
+      if (TypeFromPropID(pv->propid) != TypeFromPropID(order.propid))
+        return Fail<CEOID>(ERROR_INVALID_PARAMETER, 0);
       if (TypeFromPropID(pv->propid) == CEVT_BLOB && pv->val.blob.dwCount && !pv->val.blob.lpb) {
         return Fail<CEOID>(ERROR_INVALID_PARAMETER, 0);
       }
       SortKey key = KeyOfValue(*pv, order.dwFlags);
       std::vector<Record*>& v = *c.order;
-      auto cmp = [&](int64_t i) { return CompareKeys(v[static_cast<size_t>(i)]->keys[c.slot], key, order.dwFlags); };
+      auto cmp = [&](int64_t i) {
+        return CompareKeys(v[static_cast<size_t>(i)]->keys[c.slot], key, order.dwFlags);
+      };
       auto known = [&](int64_t i) { return v[static_cast<size_t>(i)]->keys[c.slot].known; };
       if (dwSeekType == CEDB_SEEK_VALUEFIRSTEQUAL) {
         int64_t i = static_cast<int64_t>(img.ValueBound(c.db, c.slot, key, false));
@@ -616,8 +621,10 @@ CEOID SeekImpl(HANDLE hDatabase, DWORD dwSeekType, DWORD_PTR dwValue, LPDWORD lp
           if (i < n && known(i)) target = i;
         }
       } else {
-        int64_t start = w.at == At::Record ? static_cast<int64_t>(w.index) : static_cast<int64_t>(w.index) - 1;
-        int64_t i = std::min<int64_t>(start, static_cast<int64_t>(img.ValueBound(c.db, c.slot, key, false)) - 1);
+        int64_t start =
+            w.at == At::Record ? static_cast<int64_t>(w.index) : static_cast<int64_t>(w.index) - 1;
+        int64_t i =
+            std::min<int64_t>(start, static_cast<int64_t>(img.ValueBound(c.db, c.slot, key, false)) - 1);
         if (i >= 0 && i < n && known(i)) target = i;
       }
       break;
@@ -734,7 +741,8 @@ BOOL DeleteRecordImpl(HANDLE hDatabase, CEOID oidRecord) {
   if (err) return Fail<BOOL>(err, FALSE);
   // With CEDB_AUTOINCREMENT, deleting the current record moves the pointer on to the next one.
   OpenDb* h = s.DbHandle(hDatabase);
-  if (h && h->autoIncrement && h->pos.kind == Position::OnRecord && h->pos.deleted && h->pos.oid == oidRecord) {
+  if (h && h->autoIncrement && h->pos.kind == Position::OnRecord && h->pos.deleted &&
+      h->pos.oid == oidRecord) {
     h->pos.autoseek = true;
   }
   return Fail<BOOL>(ERROR_SUCCESS, TRUE);
@@ -788,14 +796,16 @@ BOOL CeSetDatabaseInfoEx(PCEGUID pceguid, CEOID oidDbase, CEDBASEINFO* pNewInfo)
   return Guarded<BOOL>(FALSE, [&] { return SetDbInfo(pceguid, oidDbase, pNewInfo); });
 }
 
-CEOID CeReadRecordProps(HANDLE hDbase, DWORD dwFlags, LPWORD lpcPropID, CEPROPID* rgPropID, LPBYTE* lplpBuffer,
-                        LPDWORD lpcbBuffer) {
-  return Guarded<CEOID>(0, [&] { return ReadProps(hDbase, dwFlags, lpcPropID, rgPropID, lplpBuffer, lpcbBuffer, nullptr); });
+CEOID CeReadRecordProps(HANDLE hDbase, DWORD dwFlags, LPWORD lpcPropID, CEPROPID* rgPropID,
+                        LPBYTE* lplpBuffer, LPDWORD lpcbBuffer) {
+  return Guarded<CEOID>(
+      0, [&] { return ReadProps(hDbase, dwFlags, lpcPropID, rgPropID, lplpBuffer, lpcbBuffer, nullptr); });
 }
 
-CEOID CeReadRecordPropsEx(HANDLE hDbase, DWORD dwFlags, LPWORD lpcPropID, CEPROPID* rgPropID, LPBYTE* lplpBuffer,
-                          LPDWORD lpcbBuffer, HANDLE hHeap) {
-  return Guarded<CEOID>(0, [&] { return ReadProps(hDbase, dwFlags, lpcPropID, rgPropID, lplpBuffer, lpcbBuffer, hHeap); });
+CEOID CeReadRecordPropsEx(HANDLE hDbase, DWORD dwFlags, LPWORD lpcPropID, CEPROPID* rgPropID,
+                          LPBYTE* lplpBuffer, LPDWORD lpcbBuffer, HANDLE hHeap) {
+  return Guarded<CEOID>(
+      0, [&] { return ReadProps(hDbase, dwFlags, lpcPropID, rgPropID, lplpBuffer, lpcbBuffer, hHeap); });
 }
 
 BOOL CeFreeNotification(PCENOTIFYREQUEST pRequest, PCENOTIFICATION pNotify) {

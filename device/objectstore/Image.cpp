@@ -35,7 +35,8 @@ void TextKey(const wchar_t* text, size_t units, DWORD sortFlags, std::string& ou
   int need = LCMapStringW(LOCALE_SYSTEM_DEFAULT, flags, s.c_str(), -1, nullptr, 0);
   if (need > 0) {
     out.resize(static_cast<size_t>(need));
-    int got = LCMapStringW(LOCALE_SYSTEM_DEFAULT, flags, s.c_str(), -1, reinterpret_cast<LPWSTR>(&out[0]), need);
+    int got =
+        LCMapStringW(LOCALE_SYSTEM_DEFAULT, flags, s.c_str(), -1, reinterpret_cast<LPWSTR>(&out[0]), need);
     if (got > 0) {
       out.resize(static_cast<size_t>(got));
       return;
@@ -222,7 +223,8 @@ SortKey Image::OidKey(CEOID oid) {
 size_t Image::LowerBound(Database* db, int slot, const SortKey& key, CEOID oid) {
   std::vector<Record*>& v = OrderOf(db, slot);
   if (slot < 0) {
-    return std::partition_point(v.begin(), v.end(), [&](const Record* r) { return r->oid < oid; }) - v.begin();
+    return std::partition_point(v.begin(), v.end(), [&](const Record* r) { return r->oid < oid; }) -
+           v.begin();
   }
   DWORD flags = db->desc.sorts[slot].dwFlags;
   return std::partition_point(v.begin(), v.end(),

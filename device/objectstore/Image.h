@@ -34,7 +34,7 @@ SortKey KeyOfStored(WORD type, const uint8_t* data, uint32_t len, DWORD flags);
 struct Record {
   CEOID oid = 0;
   CEOID db = 0;
-  std::string props;     // encoded property list, as in the file
+  std::string props;        // encoded property list, as in the file
   uint32_t entryBytes = 0;  // size of the file entry that holds this version
   SortKey keys[CEDB_MAXSORTORDER];
 };
@@ -43,9 +43,9 @@ struct Database {
   DbEntry desc;  // oid, flags, type, name, sort orders, last modification time
   uint32_t entryBytes = 0;
   uint64_t dataSize = 0;
-  std::vector<Record*> natural;                   // by oid: creation order
+  std::vector<Record*> natural;                    // by oid: creation order
   std::vector<Record*> orders[CEDB_MAXSORTORDER];  // by each sort order, ties by oid
-  bool ordersStale = false;                       // rebuilt at the end of a batch
+  bool ordersStale = false;                        // rebuilt at the end of a batch
   uint32_t batchChanges = 0;
 };
 

@@ -63,7 +63,8 @@ std::wstring Hex(uint64_t v, int digits) {
 
 std::string Utf8(const std::wstring& w) {
   if (w.empty()) return std::string();
-  int n = WideCharToMultiByte(CP_UTF8, 0, w.c_str(), static_cast<int>(w.size()), nullptr, 0, nullptr, nullptr);
+  int n =
+      WideCharToMultiByte(CP_UTF8, 0, w.c_str(), static_cast<int>(w.size()), nullptr, 0, nullptr, nullptr);
   std::string s(static_cast<size_t>(n), '\0');
   WideCharToMultiByte(CP_UTF8, 0, w.c_str(), static_cast<int>(w.size()), &s[0], n, nullptr, nullptr);
   return s;
@@ -166,8 +167,9 @@ DWORD Store::Attach() {
   path_ = (f > 0 && f < MAX_PATH * 2) ? std::wstring(full) : given;
   size_t slash = path_.find_last_of(L"\\/");
   size_t dot = path_.find_last_of(L'.');
-  logPath_ = (dot != std::wstring::npos && (slash == std::wstring::npos || dot > slash)) ? path_.substr(0, dot)
-                                                                                         : path_;
+  logPath_ = (dot != std::wstring::npos && (slash == std::wstring::npos || dot > slash))
+                 ? path_.substr(0, dot)
+                 : path_;
   logPath_ += L".log";
 
   std::wstring id = Hex(Fnv1a(path_), 16);
@@ -213,7 +215,8 @@ DWORD Store::Sync() {
   if (state_ == State::Ready) {
     LONG64 end = InterlockedCompareExchange64(&shared_->end, 0, 0);
     LONG id = InterlockedCompareExchange(&shared_->fileId, 0, 0);
-    if (static_cast<uint32_t>(id) == fileId_ && static_cast<uint64_t>(end) == appliedEnd_) return ERROR_SUCCESS;
+    if (static_cast<uint32_t>(id) == fileId_ && static_cast<uint64_t>(end) == appliedEnd_)
+      return ERROR_SUCCESS;
   } else if (state_ == State::Broken && BrokenFileUnchanged()) {
     return ERROR_FILE_CORRUPT;
   }
@@ -282,8 +285,8 @@ DWORD Store::CommitLocked(const std::function<DWORD(std::string& entry)>& prepar
       std::string why;
       Change c;
       image_.BeginBatch();
-      bool parsed = ParseEntry(reinterpret_cast<const uint8_t*>(entry.data()), entry.size(), &e, &why) ==
-                    Parse::Ok;
+      bool parsed =
+          ParseEntry(reinterpret_cast<const uint8_t*>(entry.data()), entry.size(), &e, &why) == Parse::Ok;
       bool applied = parsed && image_.Apply(e, &c, &why);
       image_.EndBatch();
       if (!applied) {
@@ -325,7 +328,8 @@ DWORD Store::CatchUpLocked(std::vector<Change>* changes) {
 
 DWORD Store::CreateFileLocked() {
   std::wstring tmp = path_ + L".new";
-  HANDLE h = CreateFileW(tmp.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  HANDLE h =
+      CreateFileW(tmp.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (h == INVALID_HANDLE_VALUE) return GetLastError();
   Header hdr;
   hdr.fileId = NewFileId();
@@ -348,8 +352,9 @@ DWORD Store::LoadLocked() {
   CloseFile();
   image_.Reset(kFirstOid);
   state_ = State::Detached;
-  file_ = CreateFileW(path_.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                      nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  file_ = CreateFileW(path_.c_str(), GENERIC_READ | GENERIC_WRITE,
+                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                      FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file_ == INVALID_HANDLE_VALUE && GetLastError() == ERROR_FILE_NOT_FOUND) {
     DWORD err = CreateFileLocked();
     if (err && err != ERROR_ALREADY_EXISTS && err != ERROR_FILE_EXISTS) return err;
@@ -445,7 +450,8 @@ void Store::Refuse(const std::string& reason, uint64_t offset) {
   if (file_ != INVALID_HANDLE_VALUE) GetFileSizeEx(file_, &size);
   char line[512];
   snprintf(line, sizeof line, "refused %s: %s at offset %llu (file of %llu bytes)", Utf8(path_).c_str(),
-           reason.c_str(), static_cast<unsigned long long>(offset), static_cast<unsigned long long>(size.QuadPart));
+           reason.c_str(), static_cast<unsigned long long>(offset),
+           static_cast<unsigned long long>(size.QuadPart));
   if (lastLogged_ != line) Log(line);
   lastLogged_ = line;
   brokenReason_ = reason;
@@ -468,14 +474,15 @@ bool Store::BrokenFileUnchanged() {
 }
 
 void Store::Log(const std::string& text) {
-  HANDLE h = CreateFileW(logPath_.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                         nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  HANDLE h =
+      CreateFileW(logPath_.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                  nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (h == INVALID_HANDLE_VALUE) return;
   SYSTEMTIME st;
   GetLocalTime(&st);
   char head[96];
-  snprintf(head, sizeof head, "%04u-%02u-%02u %02u:%02u:%02u objectstore[%lu]: ", st.wYear, st.wMonth, st.wDay,
-           st.wHour, st.wMinute, st.wSecond, static_cast<unsigned long>(GetCurrentProcessId()));
+  snprintf(head, sizeof head, "%04u-%02u-%02u %02u:%02u:%02u objectstore[%lu]: ", st.wYear, st.wMonth,
+           st.wDay, st.wHour, st.wMinute, st.wSecond, static_cast<unsigned long>(GetCurrentProcessId()));
   std::string line = head + text + "\r\n";
   DWORD written = 0;
   WriteFile(h, line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
@@ -493,14 +500,16 @@ void Store::MaybeCompactLocked() {
 bool Store::CompactLocked(std::string* why) {
   // Only when no other process has the file open: they read it by offset.
   CloseFile();
-  HANDLE alone = CreateFileW(path_.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  HANDLE alone =
+      CreateFileW(path_.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
   bool exclusive = alone != INVALID_HANDLE_VALUE;
   if (exclusive) CloseHandle(alone);
   bool done = false;
   uint64_t before = appliedEnd_, after = 0;
   std::wstring tmp = path_ + L".compact";
   if (exclusive) {
-    HANDLE h = CreateFileW(tmp.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    HANDLE h =
+        CreateFileW(tmp.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (h != INVALID_HANDLE_VALUE) {
       Header hdr;
       hdr.fileId = NewFileId();
@@ -532,7 +541,8 @@ bool Store::CompactLocked(std::string* why) {
       flush();
       ok = ok && FlushFileBuffers(h);
       CloseHandle(h);
-      done = ok && MoveFileExW(tmp.c_str(), path_.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
+      done =
+          ok && MoveFileExW(tmp.c_str(), path_.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
       if (!done) {
         *why = "could not write the compacted file";
         DeleteFileW(tmp.c_str());
@@ -543,14 +553,15 @@ bool Store::CompactLocked(std::string* why) {
   }
   if (done) {
     char line[160];
-    snprintf(line, sizeof line, "compacted the store from %llu to %llu bytes", static_cast<unsigned long long>(before),
-             static_cast<unsigned long long>(after));
+    snprintf(line, sizeof line, "compacted the store from %llu to %llu bytes",
+             static_cast<unsigned long long>(before), static_cast<unsigned long long>(after));
     Log(line);
     // Read back what was written, with every check a reader makes.
     return LoadLocked() == ERROR_SUCCESS;
   }
-  file_ = CreateFileW(path_.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                      nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  file_ = CreateFileW(path_.c_str(), GENERIC_READ | GENERIC_WRITE,
+                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                      FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file_ == INVALID_HANDLE_VALUE) {
     state_ = State::Detached;
     *why = "could not reopen the store";
@@ -656,7 +667,8 @@ void Store::Dispatch(const std::vector<Change>& changes) {
       if (!h || h->db != c.db) continue;
       if (h->exNotify && h->notifyHwnd) {
         HANDLE heap = h->notifyHeap ? h->notifyHeap : GetProcessHeap();
-        CENOTIFICATION* n = static_cast<CENOTIFICATION*>(HeapAlloc(heap, HEAP_ZERO_MEMORY, sizeof(CENOTIFICATION)));
+        CENOTIFICATION* n =
+            static_cast<CENOTIFICATION*>(HeapAlloc(heap, HEAP_ZERO_MEMORY, sizeof(CENOTIFICATION)));
         if (n) {
           n->dwSize = sizeof(CENOTIFICATION);
           n->dwParam = h->notifyParam;
@@ -664,7 +676,8 @@ void Store::Dispatch(const std::vector<Change>& changes) {
           CREATE_SYSTEMGUID(&n->guid);
           n->oid = c.oid;
           n->oidParent = c.db;
-          if (!PostMessageW(h->notifyHwnd, WM_DBNOTIFICATION, 0, reinterpret_cast<LPARAM>(n))) HeapFree(heap, 0, n);
+          if (!PostMessageW(h->notifyHwnd, WM_DBNOTIFICATION, 0, reinterpret_cast<LPARAM>(n)))
+            HeapFree(heap, 0, n);
         }
       }
       if (h->legacyHwnd) PostMessageW(h->legacyHwnd, c.kind, c.oid, c.db);
@@ -705,7 +718,8 @@ DWORD WINAPI Store::ListenerMain(LPVOID param) {
   wc.hInstance = self;
   wc.lpszClassName = s.listenerClass_.c_str();
   RegisterClassW(&wc);
-  HWND hwnd = CreateWindowExW(0, s.listenerClass_.c_str(), L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, self, nullptr);
+  HWND hwnd =
+      CreateWindowExW(0, s.listenerClass_.c_str(), L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, self, nullptr);
   s.listener_ = hwnd;
   if (hwnd) SetTimer(hwnd, 1, 1000, nullptr);
   SetEvent(ready);

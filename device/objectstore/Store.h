@@ -18,8 +18,8 @@ namespace objstore {
 // Where a database handle stands in its sort order.
 struct Position {
   enum Kind { Start, OnRecord, End };
-  Kind kind = Start;   // Start: on whatever record is first in the order
-  CEOID oid = 0;       // OnRecord
+  Kind kind = Start;     // Start: on whatever record is first in the order
+  CEOID oid = 0;         // OnRecord
   bool deleted = false;  // the record at `oid` is gone; `ghost` keeps its place between its neighbours
   SortKey ghost;
   bool autoseek = false;  // reached by the automatic advance of a CEDB_AUTOINCREMENT handle
@@ -112,8 +112,8 @@ class Store {
   static LRESULT CALLBACK ListenerProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp);
 
   struct Shared {
-    volatile LONG64 end;     // valid end of the log as last published under the mutex
-    volatile LONG fileId;    // id of the file that `end` belongs to
+    volatile LONG64 end;   // valid end of the log as last published under the mutex
+    volatile LONG fileId;  // id of the file that `end` belongs to
     volatile LONG reserved;
   };
   struct HandleEntry {

@@ -65,8 +65,8 @@ const int kNoteBadControl = -15;
 
 // One encoded paragraph text: its length in bytes and the bytes.
 struct NoteLine {
-    uint32_t length;
-    BYTE* data;
+  uint32_t length;
+  BYTE* data;
 };
 
 // --- form and walk ----------------------------------------------------------------------------------------
@@ -107,7 +107,8 @@ int IsEmptyDocument(const BYTE* blob, uint32_t length);
 // result with free(). Null when the blob, its length or the count is 0, the magic is wrong, the
 // document has not exactly one well-formed paragraph table, or a line, the table or the new ids would
 // overflow their 16-bit fields.
-BYTE* InsertParagraphs(const BYTE* blob, uint32_t length, int count, const NoteLine* lines, uint32_t& newLength);
+BYTE* InsertParagraphs(const BYTE* blob, uint32_t length, int count, const NoteLine* lines,
+                       uint32_t& newLength);
 // The exact length InsertParagraphs gives, or 0 when it would refuse.
 uint32_t InsertedLength(const BYTE* blob, uint32_t length, int count, const NoteLine* lines);
 // InsertParagraphs into a buffer of the caller's: writes at most `capacity` bytes and gives the count
@@ -122,12 +123,13 @@ uint32_t InsertParagraphsInto(const BYTE* blob, uint32_t length, int count, cons
 // shorter than 14 bytes, the magic is wrong, there is no such run of paragraphs (also when `end`
 // never follows `start`), or the document has not exactly one well-formed paragraph table.
 const uint32_t kRemoveExtraRoom = 56;
-BYTE* RemoveBlock(const BYTE* blob, uint32_t length, const wchar_t* start, const wchar_t* end, uint32_t& newLength);
+BYTE* RemoveBlock(const BYTE* blob, uint32_t length, const wchar_t* start, const wchar_t* end,
+                  uint32_t& newLength);
 // RemoveBlock into a buffer of the caller's of at most `capacity` bytes; the count written, 0 when it
 // refuses or the room isn't enough. A capacity of `length` + kRemoveExtraRoom is always enough: the
 // result is never longer than the document but for the empty paragraph that may replace the first.
-uint32_t RemoveBlockInto(const BYTE* blob, uint32_t length, const wchar_t* start, const wchar_t* end, BYTE* out,
-                         uint32_t capacity);
+uint32_t RemoveBlockInto(const BYTE* blob, uint32_t length, const wchar_t* start, const wchar_t* end,
+                         BYTE* out, uint32_t capacity);
 
 // The empty document of the resource NOTE 170 in `module` (null: the module this code is linked into).
 // The bytes stay owned by the module. False when the resource is missing or isn't a rich document.

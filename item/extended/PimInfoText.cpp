@@ -20,33 +20,14 @@ const wchar_t kPimHomeFormat[] = L"Home";
 const wchar_t kPimBusinessFormat[] = L"Business";
 const wchar_t kPimOtherFormat[] = L"Other";
 
+bool IsPimEscaped(wchar_t ch) { return ch == L'[' || ch == L']' || ch == L';' || ch == L':' || ch == L'\\'; }
 
-bool IsPimEscaped(wchar_t ch)
-{
-    return ch == L'[' || ch == L']' || ch == L';' || ch == L':' || ch == L'\\';
-}
+bool IsPimStop(wchar_t ch) { return ch == L'[' || ch == L']' || ch == L';' || ch == L':'; }
 
-bool IsPimStop(wchar_t ch)
-{
-    return ch == L'[' || ch == L']' || ch == L';' || ch == L':';
-}
+bool IsPimBlank(wchar_t ch) { return ch != 0 && iswspace(ch) != 0; }
 
-bool IsPimBlank(wchar_t ch)
-{
-    return ch != 0 && iswspace(ch) != 0;
-}
+bool IsPimLetter(wchar_t ch) { return ch != 0 && iswalpha(ch) != 0; }
 
-bool IsPimLetter(wchar_t ch)
-{
-    return ch != 0 && iswalpha(ch) != 0;
-}
+bool IsPimDigit(wchar_t ch) { return ch >= L'0' && ch <= L'9'; }
 
-bool IsPimDigit(wchar_t ch)
-{
-    return ch >= L'0' && ch <= L'9';
-}
-
-bool IsPimAlnum(wchar_t ch)
-{
-    return IsPimLetter(ch) || IsPimDigit(ch);
-}
+bool IsPimAlnum(wchar_t ch) { return IsPimLetter(ch) || IsPimDigit(ch); }

@@ -4,25 +4,25 @@
 
 #include <windows.h>
 
-extern const wchar_t kPimStartMarker[]; // "== start pim information =="
-extern const wchar_t kPimEndMarker[];   // "== end pim information =="
+extern const wchar_t kPimStartMarker[];  // "== start pim information =="
+extern const wchar_t kPimEndMarker[];    // "== end pim information =="
 
 // Section names as the writer writes them.
-extern const wchar_t kPimPhone[];     // "Phone"
-extern const wchar_t kPimEmail[];     // "Email"
-extern const wchar_t kPimMessenger[]; // "Messenger"
-extern const wchar_t kPimWebPage[];   // "WebPage"
-extern const wchar_t kPimAddress[];   // "Address"
-extern const wchar_t kPimPeople[];    // "People"
-extern const wchar_t kPimDate[];      // "Date"
-extern const wchar_t kPimLink[];      // "Link"
-extern const wchar_t kPimOtherProp[]; // "OtherProp"
-extern const wchar_t kPimImage[];     // "Image"
+extern const wchar_t kPimPhone[];      // "Phone"
+extern const wchar_t kPimEmail[];      // "Email"
+extern const wchar_t kPimMessenger[];  // "Messenger"
+extern const wchar_t kPimWebPage[];    // "WebPage"
+extern const wchar_t kPimAddress[];    // "Address"
+extern const wchar_t kPimPeople[];     // "People"
+extern const wchar_t kPimDate[];       // "Date"
+extern const wchar_t kPimLink[];       // "Link"
+extern const wchar_t kPimOtherProp[];  // "OtherProp"
+extern const wchar_t kPimImage[];      // "Image"
 
 // Labels of the entries that carry the address formats of the fixed fields.
-extern const wchar_t kPimHomeFormat[];     // "Home"
-extern const wchar_t kPimBusinessFormat[]; // "Business"
-extern const wchar_t kPimOtherFormat[];    // "Other"
+extern const wchar_t kPimHomeFormat[];      // "Home"
+extern const wchar_t kPimBusinessFormat[];  // "Business"
+extern const wchar_t kPimOtherFormat[];     // "Other"
 
 // One of "[];:\": preceded by a backslash in every label, value, kind, id, address part and image name.
 bool IsPimEscaped(wchar_t ch);
@@ -34,4 +34,3 @@ bool IsPimBlank(wchar_t ch);
 bool IsPimAlnum(wchar_t ch);
 bool IsPimLetter(wchar_t ch);
 bool IsPimDigit(wchar_t ch);
-

@@ -63,9 +63,8 @@ BOOL BaseWindow::RegisterClass(const wchar_t* name, UINT style, HCURSOR cursor, 
 
 HWND BaseWindow::Create(DWORD exStyle, const wchar_t* title, DWORD style, int x, int y, int w, int h,
                         HWND parent, UINT id, HINSTANCE instance) {
-  if (!className &&
-      !RegisterClass(kDefaultClass, CS_HREDRAW | CS_VREDRAW, nullptr,
-                     static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)), instance))
+  if (!className && !RegisterClass(kDefaultClass, CS_HREDRAW | CS_VREDRAW, nullptr,
+                                   static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)), instance))
     return nullptr;
   return CreateWindowExW(exStyle, className, title, style, x, y, w, h, parent,
                          reinterpret_cast<HMENU>(static_cast<UINT_PTR>(id)), instance, this);
@@ -88,12 +87,15 @@ LRESULT CALLBACK BaseWindow::SharedProc(HWND window, UINT message, WPARAM wParam
     SetWindowLongPtrW(window, GWLP_USERDATA, 0);
     return result;
   }
-  if (message == WM_ACTIVATE) self->OnActivate(wParam, lParam);
-  else if (message == WM_SETTINGCHANGE) self->OnSettingChange(wParam, lParam);
+  if (message == WM_ACTIVATE)
+    self->OnActivate(wParam, lParam);
+  else if (message == WM_SETTINGCHANGE)
+    self->OnSettingChange(wParam, lParam);
   return self->WindowProc(window, message, wParam, lParam);
 }
 
-ClassWindow::ClassWindow(const wchar_t* name, HINSTANCE module) : className(name), instance(module), hwnd(nullptr) {}
+ClassWindow::ClassWindow(const wchar_t* name, HINSTANCE module)
+    : className(name), instance(module), hwnd(nullptr) {}
 
 ClassWindow::~ClassWindow() { Destroy(); }
 

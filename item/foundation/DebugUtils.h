@@ -34,11 +34,9 @@ void LogError(const wchar_t* message, const wchar_t* file, const wchar_t* functi
 // The check that follows every allocation: an empty result is a failure stop. Returns the pointer so
 // that it can wrap the allocating expression.
 template <class T>
-inline T* CheckAllocation(T* pointer)
-{
-    if (pointer == nullptr)
-        FailureStop(kMemoryNotAllocated, kAllocationCheckFile, kAllocationCheckLine);
-    return pointer;
+inline T* CheckAllocation(T* pointer) {
+  if (pointer == nullptr) FailureStop(kMemoryNotAllocated, kAllocationCheckFile, kAllocationCheckLine);
+  return pointer;
 }
 
 // Shows a printf-style text (up to 1023 characters) in an ownerless message box captioned

@@ -9,8 +9,8 @@
 
 // Private exception codes. The failure stop's own code, kFailureStopCode (0xefffffff), is declared
 // beside FailureStop in DebugUtils.h and has no name in the report: it is printed in hexadecimal.
-constexpr DWORD EXCEPTION_UNRECOVERABLE_DB_ERROR = 0xeffffffd;  // a store refused a change
-constexpr DWORD EXCEPTION_RESOURCE_LOADING_FAILED = 0xeffffffc; // a string id is missing
+constexpr DWORD EXCEPTION_UNRECOVERABLE_DB_ERROR = 0xeffffffd;   // a store refused a change
+constexpr DWORD EXCEPTION_RESOURCE_LOADING_FAILED = 0xeffffffc;  // a string id is missing
 
 // The flags word passed to RaiseException with the two codes above.
 constexpr DWORD kPrivateExceptionFlags = 0xc0000025;

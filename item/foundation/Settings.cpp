@@ -42,8 +42,8 @@ HKEY OpenSettingsKey(const wchar_t* subkey, BOOL create) {
   LONG result;
   if (create) {
     DWORD disposition = 0;
-    result = RegCreateKeyExW(HKEY_CURRENT_USER, path, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key,
-                             &disposition);
+    result =
+        RegCreateKeyExW(HKEY_CURRENT_USER, path, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, &disposition);
   } else {
     result = RegOpenKeyExW(HKEY_CURRENT_USER, path, 0, KEY_READ, &key);
   }
@@ -86,7 +86,8 @@ Str GetSettingString(const wchar_t* subkey, const wchar_t* value, const wchar_t*
     text.ReleaseBuffer(0);
     return Str(defaultText);
   }
-  buffer[bytes / sizeof(wchar_t) < static_cast<DWORD>(characters) ? bytes / sizeof(wchar_t) : characters - 1] = 0;
+  buffer[bytes / sizeof(wchar_t) < static_cast<DWORD>(characters) ? bytes / sizeof(wchar_t)
+                                                                  : characters - 1] = 0;
   text.ReleaseBuffer(-1);  // the text as far as its first zero
   return text;
 }
@@ -95,8 +96,8 @@ void GetSettingBuffer(const wchar_t* subkey, const wchar_t* value, wchar_t* dest
                       const wchar_t* defaultText) {
   if (!destination || size <= 0) return;
   Str text = GetSettingString(subkey, value, defaultText);
-  const wchar_t* source = static_cast<int>(text.GetLength()) < size ? static_cast<const wchar_t*>(text)
-                                                                    : defaultText;
+  const wchar_t* source =
+      static_cast<int>(text.GetLength()) < size ? static_cast<const wchar_t*>(text) : defaultText;
   if (!source) source = L"";
   wcscpy(destination, source);
 }
@@ -127,7 +128,8 @@ BYTE* GetSettingBinary(const wchar_t* subkey, const wchar_t* value, DWORD* size)
   return block;
 }
 
-static BOOL WriteValue(const wchar_t* subkey, const wchar_t* value, DWORD type, const BYTE* data, DWORD length) {
+static BOOL WriteValue(const wchar_t* subkey, const wchar_t* value, DWORD type, const BYTE* data,
+                       DWORD length) {
   if (!subkey || !value) return FALSE;
   HKEY key = OpenSettingsKey(subkey, TRUE);
   if (!key) return FALSE;
@@ -228,7 +230,8 @@ BOOL CallItemExport(const char* name, BOOL* loaded) {
   if (loaded) *loaded = library != nullptr;
   if (!library) return FALSE;
   BOOL result = FALSE;
-  TodayExport function = reinterpret_cast<TodayExport>(reinterpret_cast<void*>(GetProcAddress(library, name)));
+  TodayExport function =
+      reinterpret_cast<TodayExport>(reinterpret_cast<void*>(GetProcAddress(library, name)));
   if (function) result = function();
   FreeLibrary(library);
   return result;
@@ -243,7 +246,8 @@ BOOL SetTodayPlug(BOOL enable) {
   // Tell the Today screen to read its items again.
   HWND today = FindWindowW(L"DesktopExplorerWindow", nullptr);
   DWORD_PTR answer = 0;
-  SendMessageTimeoutW(today ? today : HWND_BROADCAST, WM_WININICHANGE, 0xF2, 0, SMTO_ABORTIFHUNG, 5000, &answer);
+  SendMessageTimeoutW(today ? today : HWND_BROADCAST, WM_WININICHANGE, 0xF2, 0, SMTO_ABORTIFHUNG, 5000,
+                      &answer);
   SetSettingDword(SECTION_SETTINGS, L"TodayPlug", enable ? 1 : 0, TRUE);
   return result;
 }

@@ -7,12 +7,12 @@
 #include <windows.h>
 #include "foundation/Str.h"
 
-#define SETTINGS_ROOT      L"Software\\Zovrix\\PIM\\"
-#define SECTION_SETTINGS   L"Settings"
-#define SECTION_ABC        L"ABC"
-#define SECTION_LIST_FONT  L"ListFont"
-#define SECTION_VIEW_FONT  L"ViewFont"
-#define SECTION_TEMPLATES  L"Templates"
+#define SETTINGS_ROOT L"Software\\Zovrix\\PIM\\"
+#define SECTION_SETTINGS L"Settings"
+#define SECTION_ABC L"ABC"
+#define SECTION_LIST_FONT L"ListFont"
+#define SECTION_VIEW_FONT L"ViewFont"
+#define SECTION_TEMPLATES L"Templates"
 
 // Opens root + subkey: for reading with RegOpenKeyExW (an absent key makes nothing), for writing
 // with RegCreateKeyExW. Null when the key can't be opened or the subkey is null.

@@ -6,21 +6,18 @@
 #include <windows.h>
 
 class PimSyncLock {
-public:
-    explicit PimSyncLock(HANDLE mutex) : m_mutex(mutex), m_held(false)
-    {
-        DWORD result = WaitForSingleObject(m_mutex, INFINITE);
-        m_held = result == WAIT_OBJECT_0 || result == WAIT_ABANDONED;
-    }
-    ~PimSyncLock()
-    {
-        if (m_held)
-            ReleaseMutex(m_mutex);
-    }
-    PimSyncLock(const PimSyncLock&) = delete;
-    PimSyncLock& operator=(const PimSyncLock&) = delete;
+ public:
+  explicit PimSyncLock(HANDLE mutex) : m_mutex(mutex), m_held(false) {
+    DWORD result = WaitForSingleObject(m_mutex, INFINITE);
+    m_held = result == WAIT_OBJECT_0 || result == WAIT_ABANDONED;
+  }
+  ~PimSyncLock() {
+    if (m_held) ReleaseMutex(m_mutex);
+  }
+  PimSyncLock(const PimSyncLock&) = delete;
+  PimSyncLock& operator=(const PimSyncLock&) = delete;
 
-private:
-    HANDLE m_mutex;
-    bool m_held;
+ private:
+  HANDLE m_mutex;
+  bool m_held;
 };

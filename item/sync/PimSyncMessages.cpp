@@ -13,15 +13,11 @@ PimSyncMessages::PimSyncMessages()
       changeToSlave(RegisterWindowMessageW(kPimSyncChangeToSlaveName)),
       slaveReload(RegisterWindowMessageW(kPimSyncSlaveReloadName)),
       slaveStop(RegisterWindowMessageW(kPimSyncSlaveStopName)),
-      updateLinkType(RegisterWindowMessageW(kPimSyncUpdateLinkTypeName))
-{
-}
+      updateLinkType(RegisterWindowMessageW(kPimSyncUpdateLinkTypeName)) {}
 
-bool PimSyncMessages::Is(UINT message) const
-{
-    // A registration that failed leaves 0, which must never stand for WM_NULL.
-    if (message == 0)
-        return false;
-    return message == changeToMaster || message == changeToSlave || message == slaveReload ||
-           message == slaveStop || message == updateLinkType;
+bool PimSyncMessages::Is(UINT message) const {
+  // A registration that failed leaves 0, which must never stand for WM_NULL.
+  if (message == 0) return false;
+  return message == changeToMaster || message == changeToSlave || message == slaveReload ||
+         message == slaveStop || message == updateLinkType;
 }

@@ -14,45 +14,39 @@
 #include <stdint.h>
 
 const int kPimSyncRecordWords = 26;
-const int kPimSyncWindowWords = 10; // words 0 to 9
+const int kPimSyncWindowWords = 10;  // words 0 to 9
 const int kPimSyncMasterWord = 0;
 
 struct PimSyncRecord {
-    uint32_t words[kPimSyncRecordWords];
+  uint32_t words[kPimSyncRecordWords];
 };
 static_assert(sizeof(PimSyncRecord) == 104, "all processes must agree on the shared record");
 
 // Change flags, by index.
 enum PimSyncFlag {
-    SyncFlagLetterGroups = 0,     // letter groups changed
-    SyncFlagLetterGroupsType = 1, // letter groups changed (their type); same effect as flag 0
-    SyncFlagPhoneTemplates = 2,
-    SyncFlagListFont = 3,
-    SyncFlagSortOrder = 4,
-    SyncFlagNameOnly = 5,
-    SyncFlagDoubleSized = 6,
-    SyncFlagIncrH = 7,
-    SyncFlagViewFont = 8,
-    SyncFlagContacts = 9,         // contacts changed
+  SyncFlagLetterGroups = 0,      // letter groups changed
+  SyncFlagLetterGroupsType = 1,  // letter groups changed (their type); same effect as flag 0
+  SyncFlagPhoneTemplates = 2,
+  SyncFlagListFont = 3,
+  SyncFlagSortOrder = 4,
+  SyncFlagNameOnly = 5,
+  SyncFlagDoubleSized = 6,
+  SyncFlagIncrH = 7,
+  SyncFlagViewFont = 8,
+  SyncFlagContacts = 9,  // contacts changed
 };
 const int kPimSyncFlagCount = 10;
 
 // The word that holds flag `index`, or -1 for an index that names no flag.
-inline int PimSyncFlagWord(int index)
-{
-    static const int kWords[kPimSyncFlagCount] = {10, 11, 12, 13, 15, 16, 17, 18, 14, 25};
-    if (index < 0 || index >= kPimSyncFlagCount)
-        return -1;
-    return kWords[index];
+inline int PimSyncFlagWord(int index) {
+  static const int kWords[kPimSyncFlagCount] = {10, 11, 12, 13, 15, 16, 17, 18, 14, 25};
+  if (index < 0 || index >= kPimSyncFlagCount) return -1;
+  return kWords[index];
 }
 
 // A window handle as the record keeps it, and back. The way back widens with the sign, as the
 // platform does for handles.
-inline uint32_t PimSyncWord(HWND window)
-{
-    return static_cast<uint32_t>(reinterpret_cast<UINT_PTR>(window));
-}
-inline HWND PimSyncWindow(uint32_t word)
-{
-    return reinterpret_cast<HWND>(static_cast<LONG_PTR>(static_cast<int32_t>(word)));
+inline uint32_t PimSyncWord(HWND window) { return static_cast<uint32_t>(reinterpret_cast<UINT_PTR>(window)); }
+inline HWND PimSyncWindow(uint32_t word) {
+  return reinterpret_cast<HWND>(static_cast<LONG_PTR>(static_cast<int32_t>(word)));
 }

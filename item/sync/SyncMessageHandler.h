@@ -6,18 +6,18 @@
 #include <windows.h>
 
 class SyncMessageHandler {
-public:
-    virtual ~SyncMessageHandler() {}
-    // "PimSyncChangeToMaster": this process is master now.
-    virtual void OnChangeToMaster() = 0;
-    // "PimSyncChangeToSlave": another process took over as master.
-    virtual void OnChangeToSlave() = 0;
-    // "PimSyncSlaveReload": the master changed the index; open it anew.
-    virtual void OnSlaveReload() = 0;
-    // "PimSyncSlaveStop": let go of the index; the master may replace its files.
-    virtual void OnSlaveStop() = 0;
-    // "PimSyncUpdateLinkType": a slave asks the master to store a contact's default item.
-    virtual void OnUpdateLinkType(DWORD id, DWORD item) = 0;
+ public:
+  virtual ~SyncMessageHandler() {}
+  // "PimSyncChangeToMaster": this process is master now.
+  virtual void OnChangeToMaster() = 0;
+  // "PimSyncChangeToSlave": another process took over as master.
+  virtual void OnChangeToSlave() = 0;
+  // "PimSyncSlaveReload": the master changed the index; open it anew.
+  virtual void OnSlaveReload() = 0;
+  // "PimSyncSlaveStop": let go of the index; the master may replace its files.
+  virtual void OnSlaveStop() = 0;
+  // "PimSyncUpdateLinkType": a slave asks the master to store a contact's default item.
+  virtual void OnUpdateLinkType(DWORD id, DWORD item) = 0;
 };
 
 // The handler of this process, or null while nothing reacts: the messages are then taken and ignored.

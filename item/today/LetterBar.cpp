@@ -18,10 +18,13 @@ BOOL LetterBar::Create(HWND parent, const RECT& rect, HINSTANCE instance) {
   return hwnd != nullptr;
 }
 
-void LetterBar::SetCells(const Array<Str>& first, const Array<Str>* second, const Array<int>& ids, int count) {
+void LetterBar::SetCells(const Array<Str>& first, const Array<Str>* second, const Array<int>& ids,
+                         int count) {
   captions.Copy(first);
-  if (second) secondCaptions.Copy(*second);
-  else secondCaptions.SetSize(0);
+  if (second)
+    secondCaptions.Copy(*second);
+  else
+    secondCaptions.SetSize(0);
   commandIds.Copy(ids);
   cellCount = count;
   pickCounts.SetSize(0);

@@ -70,7 +70,9 @@ HWND CPimToday::Init(HWND parent, HINSTANCE hinstDLL) {
   StartupProbe(7);
 
   // 8. The item window starts with no height: the host asks for it at its first poll.
-  if (!hwnd) Create(0, nullptr, WS_CHILD | WS_VISIBLE, CW_USEDEFAULT, CW_USEDEFAULT, workWidth, 0, parent, 0, hinstDLL);
+  if (!hwnd)
+    Create(0, nullptr, WS_CHILD | WS_VISIBLE, CW_USEDEFAULT, CW_USEDEFAULT, workWidth, 0, parent, 0,
+           hinstDLL);
   if (!hwnd) return nullptr;
   StartupProbe(8);
 
@@ -147,7 +149,8 @@ HWND CPimToday::Init(HWND parent, HINSTANCE hinstDLL) {
   StartupProbe(22);
 
   // 23.
-  if (GetSettingDword(SECTION_SETTINGS, L"KeyPressFeedback", static_cast<DWORD>(-1)) == static_cast<DWORD>(-1))
+  if (GetSettingDword(SECTION_SETTINGS, L"KeyPressFeedback", static_cast<DWORD>(-1)) ==
+      static_cast<DWORD>(-1))
     SetSettingDword(SECTION_SETTINGS, L"KeyPressFeedback", 0, TRUE);
   StartupProbe(23);
 
@@ -195,13 +198,15 @@ void CPimToday::SetPopupMode(int newMode) {
     pickedGroups.SetSize(0);
     popup.Hide();
     if (popup.GetHwnd())
-      SetWindowLongW(popup.GetHwnd(), GWL_EXSTYLE, GetWindowLongW(popup.GetHwnd(), GWL_EXSTYLE) | WS_EX_NOACTIVATE);
+      SetWindowLongW(popup.GetHwnd(), GWL_EXSTYLE,
+                     GetWindowLongW(popup.GetHwnd(), GWL_EXSTYLE) | WS_EX_NOACTIVATE);
     return;
   }
   bar.SetIconIndex(0);
   if (newMode == PopupList) RunSearch(TRUE);
   if (popup.GetHwnd()) {
-    SetWindowLongW(popup.GetHwnd(), GWL_EXSTYLE, GetWindowLongW(popup.GetHwnd(), GWL_EXSTYLE) & ~WS_EX_NOACTIVATE);
+    SetWindowLongW(popup.GetHwnd(), GWL_EXSTYLE,
+                   GetWindowLongW(popup.GetHwnd(), GWL_EXSTYLE) & ~WS_EX_NOACTIVATE);
     ShowWindow(popup.GetHwnd(), keepFocus ? SW_SHOWNA : SW_SHOW);
   }
 }
@@ -256,7 +261,8 @@ LRESULT CPimToday::OnQueryRefreshCache(TODAYLISTITEM* item) {
     GetWindowRect(hwnd, &mine);
     GetClientRect(parent, &host);
     if (mine.right - mine.left != host.right - host.left)
-      SetWindowPos(hwnd, nullptr, 0, 0, host.right - host.left, mine.bottom - mine.top, SWP_NOMOVE | SWP_NOZORDER);
+      SetWindowPos(hwnd, nullptr, 0, 0, host.right - host.left, mine.bottom - mine.top,
+                   SWP_NOMOVE | SWP_NOZORDER);
     return result;
   }
   sync->SetFlag(0, FALSE);

@@ -14,15 +14,15 @@
 enum PopupMode { PopupHidden = 0, PopupList = 1, PopupContact = 2 };
 
 // The item's private messages, sent by its popup and other windows.
-#define WM_ITEM_CLOSE          1034
-#define WM_ITEM_OPEN_PROGRAM   1035
-#define WM_ITEM_OPEN_CONTACT   1036
-#define WM_ITEM_RESERVED       1037
-#define WM_ITEM_LEAVE_CONTACT  1038
-#define WM_ITEM_HIDE           1039
-#define WM_ITEM_STEP_BACK      1040
-#define WM_ITEM_GROUP_KEY      1041
-#define WM_ITEM_GIVE_UP        1042
+#define WM_ITEM_CLOSE 1034
+#define WM_ITEM_OPEN_PROGRAM 1035
+#define WM_ITEM_OPEN_CONTACT 1036
+#define WM_ITEM_RESERVED 1037
+#define WM_ITEM_LEAVE_CONTACT 1038
+#define WM_ITEM_HIDE 1039
+#define WM_ITEM_STEP_BACK 1040
+#define WM_ITEM_GROUP_KEY 1041
+#define WM_ITEM_GIVE_UP 1042
 
 class CPimToday : public BaseWindow, public ItemListener {
  public:

@@ -10,8 +10,8 @@ const wchar_t kItemKey[] = L"Software\\Microsoft\\Today\\Items\\Pagemark";
 HKEY OpenItemKey() {
   HKEY key = nullptr;
   DWORD disposition = 0;
-  if (RegCreateKeyExW(HKEY_LOCAL_MACHINE, kItemKey, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, &disposition) !=
-      ERROR_SUCCESS)
+  if (RegCreateKeyExW(HKEY_LOCAL_MACHINE, kItemKey, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key,
+                      &disposition) != ERROR_SUCCESS)
     return nullptr;
   return key;
 }
@@ -39,9 +39,10 @@ extern "C" BOOL RegisterTodayItem() {
   wchar_t path[MAX_PATH] = {0};
   GetModuleFileNameW(g_hModule, path, MAX_PATH);
   DWORD bytes = static_cast<DWORD>((wcslen(path) + 1) * sizeof(wchar_t));
-  BOOL ok = RegSetValueExW(key, L"DLL", 0, REG_SZ, reinterpret_cast<const BYTE*>(path), bytes) == ERROR_SUCCESS &&
-            WriteDword(key, L"Type", 4) && WriteDword(key, L"Enabled", 1) && WriteDword(key, L"Options", 0) &&
-            WriteDword(key, L"Selectability", 2);
+  BOOL ok =
+      RegSetValueExW(key, L"DLL", 0, REG_SZ, reinterpret_cast<const BYTE*>(path), bytes) == ERROR_SUCCESS &&
+      WriteDword(key, L"Type", 4) && WriteDword(key, L"Enabled", 1) && WriteDword(key, L"Options", 0) &&
+      WriteDword(key, L"Selectability", 2);
   RegCloseKey(key);
   return ok;
 }

@@ -23,12 +23,12 @@ const int kAbsent = -32768 - 1;
 // A category record as the test writes it; kAbsent leaves a number out, an empty name leaves the
 // name out.
 struct Category {
-    std::wstring name;
-    int position = kAbsent;
-    int visible = kAbsent;
-    int contacts = kAbsent;
-    int second = kAbsent;
-    int third = kAbsent;
+  std::wstring name;
+  int position = kAbsent;
+  int visible = kAbsent;
+  int contacts = kAbsent;
+  int second = kAbsent;
+  int third = kAbsent;
 };
 Category Visible(const std::wstring& name, int position, int contacts = 0);
 Category Hidden(const std::wstring& name, int position, int contacts = 0);
@@ -41,10 +41,10 @@ CEOID PutCategory(const Category& category);
 // Every 16-bit and text property of a categories record, read with the platform's calls: number ->
 // value (texts under their number in `texts`). False when the record is gone.
 struct RawCategory {
-    std::map<WORD, int> numbers;
-    std::map<WORD, std::wstring> texts;
-    bool Has(WORD number) const { return numbers.count(number) != 0; }
-    int Number(WORD number) const;
+  std::map<WORD, int> numbers;
+  std::map<WORD, std::wstring> texts;
+  bool Has(WORD number) const { return numbers.count(number) != 0; }
+  int Number(WORD number) const;
 };
 bool ReadCategory(CEOID oid, RawCategory& out);
 // How many records the categories database holds.
@@ -58,10 +58,9 @@ int ContactsCountOf(CEOID oid);
 std::string U8(const wchar_t* text);
 inline std::string U8(const Str& text) { return U8(static_cast<const wchar_t*>(text)); }
 
-inline ByteBuffer Mask(const std::vector<BYTE>& bytes)
-{
-    return ByteBuffer(bytes.data(), static_cast<uint32_t>(bytes.size()));
+inline ByteBuffer Mask(const std::vector<BYTE>& bytes) {
+  return ByteBuffer(bytes.data(), static_cast<uint32_t>(bytes.size()));
 }
 std::vector<BYTE> BytesOf(const ByteBuffer& buffer);
 
-} // namespace cattest
+}  // namespace cattest

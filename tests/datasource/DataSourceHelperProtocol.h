@@ -17,12 +17,12 @@ enum Command : UINT {
   CmdUnregister,               // the data source closes and the window leaves the coordinator
   CmdChangeToMaster,           // this process asks to be master
   CmdIsMaster,
-  CmdOpen,                     // opens the data source with the coordinator; 1 when it stands
-  CmdSearchAll,                // the empty text search under sort kind 0: the rows, or -1
-  CmdTotalRows,                // the rows of the current result
-  CmdDefaultItemOf,            // wParam: id; the default item of the cached contact, or -1
-  CmdWriteNamed,               // wParam: count; writes contacts "Helper<n>" straight into the database
-  CmdDrain,                    // handles what is queued for the window, then 1
+  CmdOpen,           // opens the data source with the coordinator; 1 when it stands
+  CmdSearchAll,      // the empty text search under sort kind 0: the rows, or -1
+  CmdTotalRows,      // the rows of the current result
+  CmdDefaultItemOf,  // wParam: id; the default item of the cached contact, or -1
+  CmdWriteNamed,     // wParam: count; writes contacts "Helper<n>" straight into the database
+  CmdDrain,          // handles what is queued for the window, then 1
   CmdQuit,
 };
 

@@ -116,7 +116,8 @@ BOOL ScriptedManager::SetDefaultItem(CEOID id, uint32_t item) {
 BOOL ScriptedManager::Plain(const char* name, const Str& query, int sortKind, const CategoryFilter& filter,
                             Array<CEOID>& out) {
   out.RemoveAll();
-  Record(std::string(name) + " '" + Narrow(query) + "' sort " + std::to_string(sortKind) + FilterText(filter));
+  Record(std::string(name) + " '" + Narrow(query) + "' sort " + std::to_string(sortKind) +
+         FilterText(filter));
   if (!searchResult) return FALSE;
   for (CEOID id : plain) out.Add(id);
   return TRUE;
@@ -138,7 +139,8 @@ BOOL ScriptedManager::Search(const Str& query, int sortKind, const CategoryFilte
   return Plain("Search", query, sortKind, filter, out);
 }
 
-BOOL ScriptedManager::KeypadSearch(const Str& query, int sortKind, const CategoryFilter& filter, Array<CEOID>& out) {
+BOOL ScriptedManager::KeypadSearch(const Str& query, int sortKind, const CategoryFilter& filter,
+                                   Array<CEOID>& out) {
   return Plain("KeypadSearch", query, sortKind, filter, out);
 }
 
@@ -147,8 +149,8 @@ BOOL ScriptedManager::GroupedSearch(const Str& query, const CategoryFilter& filt
   return Grouped("GroupedSearch", query, filter, out, outTitles);
 }
 
-BOOL ScriptedManager::GroupedKeypadSearch(const Str& query, const CategoryFilter& filter, Array<uint32_t>& out,
-                                          Array<Str>& outTitles) {
+BOOL ScriptedManager::GroupedKeypadSearch(const Str& query, const CategoryFilter& filter,
+                                          Array<uint32_t>& out, Array<Str>& outTitles) {
   return Grouped("GroupedKeypadSearch", query, filter, out, outTitles);
 }
 
@@ -186,7 +188,9 @@ void RecordingView::OnListEvent2(DWORD first, DWORD second) {
 void RecordingView::OnListEvent(DWORD first, DWORD second) {
   Record("view OnListEvent " + std::to_string(first) + " " + std::to_string(second));
 }
-void RecordingView::OnKeypadRebuildProgress(int step) { Record("view OnKeypadRebuildProgress " + std::to_string(step)); }
+void RecordingView::OnKeypadRebuildProgress(int step) {
+  Record("view OnKeypadRebuildProgress " + std::to_string(step));
+}
 void RecordingView::OnContactGone(DWORD recordId) {
   gone.push_back(recordId);
   Record("view OnContactGone " + std::to_string(recordId));
@@ -222,7 +226,8 @@ HWND MakeItemLikeWindow() {
     windowClass.lpszClassName = kItemLikeClass;
     registered = RegisterClassW(&windowClass) != 0;
   }
-  return CreateWindowExW(0, kItemLikeClass, L"item", WS_POPUP, 0, 0, 10, 10, nullptr, nullptr, instance, nullptr);
+  return CreateWindowExW(0, kItemLikeClass, L"item", WS_POPUP, 0, 0, 10, 10, nullptr, nullptr, instance,
+                         nullptr);
 }
 
 std::vector<std::vector<CEOID>> Groups(const ContactDataSource& source) {
@@ -256,7 +261,7 @@ Array<CEOID> ToArray(const std::vector<CEOID>& ids) {
 void ZeroSyncRecord() {
   HANDLE mutex = CreateMutexW(nullptr, FALSE, L"9694E7F0-1902-4855-AA4D-F879CF68BE6A");
   HANDLE mapping = CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 104,
-                                     L"450DC470-F520-401d-8A4B-F51506298DBE");
+                                      L"450DC470-F520-401d-8A4B-F51506298DBE");
   REQUIRE(mutex != nullptr);
   REQUIRE(mapping != nullptr);
   uint32_t* words = static_cast<uint32_t*>(MapViewOfFile(mapping, FILE_MAP_READ | FILE_MAP_WRITE, 0, 0, 104));

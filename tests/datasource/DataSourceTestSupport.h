@@ -57,17 +57,17 @@ class ScriptedManager : public ContactManager {
 
   // The answers.
   BOOL searchResult = TRUE;
-  std::vector<CEOID> plain;              // Search and KeypadSearch
-  std::vector<uint32_t> flat;            // GroupedSearch and GroupedKeypadSearch
+  std::vector<CEOID> plain;    // Search and KeypadSearch
+  std::vector<uint32_t> flat;  // GroupedSearch and GroupedKeypadSearch
   std::vector<std::wstring> titles;
-  std::set<CEOID> unreadable;            // ReadContact fails for these
-  std::set<CEOID> undeletable;           // DeleteContact fails for these
+  std::set<CEOID> unreadable;   // ReadContact fails for these
+  std::set<CEOID> undeletable;  // DeleteContact fails for these
   // ReadContact gives these contacts a photo of this size.
   std::set<CEOID> withPhoto;
   int photoWidth = 40;
   int photoHeight = 30;
-  CEOID nextOid = 1000;                  // what AddContact gives
-  bool addShows = true;                  // an added contact joins the plain answer
+  CEOID nextOid = 1000;  // what AddContact gives
+  bool addShows = true;  // an added contact joins the plain answer
   BOOL writeResult = TRUE;
   int reads = 0;
 
@@ -85,15 +85,16 @@ class ScriptedManager : public ContactManager {
   BOOL Search(const Str& query, int sortKind, const CategoryFilter& filter, Array<CEOID>& out,
               SearchCancel* cancel) override;
   BOOL KeypadSearch(const Str& query, int sortKind, const CategoryFilter& filter, Array<CEOID>& out) override;
-  BOOL GroupedSearch(const Str& query, const CategoryFilter& filter, Array<uint32_t>& flat, Array<Str>& titles,
-                     SearchCancel* cancel) override;
+  BOOL GroupedSearch(const Str& query, const CategoryFilter& filter, Array<uint32_t>& flat,
+                     Array<Str>& titles, SearchCancel* cancel) override;
   BOOL GroupedKeypadSearch(const Str& query, const CategoryFilter& filter, Array<uint32_t>& flat,
                            Array<Str>& titles) override;
 
   ContactManagerListener* GivenListener() const { return listener; }
 
  private:
-  BOOL Plain(const char* name, const Str& query, int sortKind, const CategoryFilter& filter, Array<CEOID>& out);
+  BOOL Plain(const char* name, const Str& query, int sortKind, const CategoryFilter& filter,
+             Array<CEOID>& out);
   BOOL Grouped(const char* name, const Str& query, const CategoryFilter& filter, Array<uint32_t>& out,
                Array<Str>& outTitles);
 };

@@ -33,8 +33,8 @@ HelperProcess::HelperProcess(const std::string& helperName) : name(helperName), 
   std::wstring commandLine = L"\"" + program + L"\" " + wideName + L" \"" + HelperLogPath() + L"\"";
   STARTUPINFOW startup = {};
   startup.cb = sizeof(startup);
-  BOOL started = CreateProcessW(program.c_str(), &commandLine[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                                &startup, &process);
+  BOOL started = CreateProcessW(program.c_str(), &commandLine[0], nullptr, nullptr, FALSE, 0, nullptr,
+                                nullptr, &startup, &process);
   REQUIRE_MESSAGE(started, "datasource_helper.exe can't be started, error " << GetLastError());
   const DWORD deadline = GetTickCount() + 30000;
   for (;;) {
@@ -45,7 +45,8 @@ HelperProcess::HelperProcess(const std::string& helperName) : name(helperName), 
       GetExitCodeProcess(process.hProcess, &exitCode);
       FAIL("helper " << name << " ended with " << exitCode << " before its window stood");
     }
-    REQUIRE_MESSAGE(static_cast<LONG>(GetTickCount() - deadline) < 0, "helper " << name << " has no window after 30 s");
+    REQUIRE_MESSAGE(static_cast<LONG>(GetTickCount() - deadline) < 0,
+                    "helper " << name << " has no window after 30 s");
     Sleep(20);
   }
 }

@@ -45,7 +45,9 @@ class LoggingView : public ItemListener {
   void OnKeypadRebuildProgress(int) override {}
   void OnContactGone(DWORD id) override { Log("OnContactGone " + std::to_string(id)); }
   void EnableItem(BOOL enable) override { Log(std::string("EnableItem ") + (enable ? "1" : "0")); }
-  void SetUpdatePending(BOOL pending) override { Log(std::string("SetUpdatePending ") + (pending ? "1" : "0")); }
+  void SetUpdatePending(BOOL pending) override {
+    Log(std::string("SetUpdatePending ") + (pending ? "1" : "0"));
+  }
 };
 LoggingView g_view;
 

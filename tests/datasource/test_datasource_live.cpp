@@ -89,7 +89,9 @@ struct IndexOnDisk {
 
 }  // namespace
 
-TEST_CASE("contacts written into the database while the data source is open reach its searches after the gathering") {
+TEST_CASE(
+    "contacts written into the database while the data source is open reach its searches after the "
+    "gathering") {
   managertest::FreshDevice();
   std::vector<CEOID> first = managertest::WriteGenerated(30);
   REQUIRE(first.size() == 30);
@@ -142,7 +144,8 @@ TEST_CASE("contacts written into the database while the data source is open reac
   CHECK(report == "");
 }
 
-TEST_CASE("contacts written by another process reach the data source's searches, and the saved index holds them") {
+TEST_CASE(
+    "contacts written by another process reach the data source's searches, and the saved index holds them") {
   managertest::FreshDevice();
   std::vector<CEOID> first = managertest::WriteGenerated(12);
   REQUIRE(first.size() == 12);
@@ -150,7 +153,8 @@ TEST_CASE("contacts written by another process reach the data source's searches,
   LiveSource live;
   REQUIRE(live.SearchAll().size() == 12);
   // The remembered search is the text "written".
-  REQUIRE(live.source().SearchText(Str(L"written"), SortKindName, live.noFilter, live.noKeep, FALSE, nullptr));
+  REQUIRE(
+      live.source().SearchText(Str(L"written"), SortKindName, live.noFilter, live.noKeep, FALSE, nullptr));
   CHECK(live.source().TotalRows() == 0);
 
   HelperProcess writer("W");
@@ -163,7 +167,8 @@ TEST_CASE("contacts written by another process reach the data source's searches,
     CHECK(Narrow(contact->text[ContactField::FirstName]) == "Written");
   }
   // Under sort kind 2 they form one group without company.
-  REQUIRE(live.source().SearchText(Str(L"written"), SortKindGrouped, live.noFilter, live.noKeep, FALSE, nullptr));
+  REQUIRE(
+      live.source().SearchText(Str(L"written"), SortKindGrouped, live.noFilter, live.noKeep, FALSE, nullptr));
   CHECK(live.source().GroupCount() == 1);
   CHECK(live.source().RowsInGroup(0) == 4);
   CHECK(live.source().GroupTitle(0).IsEmpty());

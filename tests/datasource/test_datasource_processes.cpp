@@ -113,7 +113,8 @@ TEST_CASE("UpdateDefaultItem on a slave is stored by the master in another proce
   CHECK(self.CachedDefaultItem(target) == item);
 }
 
-TEST_CASE("when the master leaves, the slave's data source takes over: master flag, index with repair, view told") {
+TEST_CASE(
+    "when the master leaves, the slave's data source takes over: master flag, index with repair, view told") {
   std::vector<CEOID> ids = FreshStart(8);
   HelperProcess master("M");
   REQUIRE(master.Command(dshelper::CmdRegister) == 3);
@@ -143,7 +144,9 @@ TEST_CASE("when the master leaves, the slave's data source takes over: master fl
   CHECK(self.CachedDefaultItem(ids[0]) == item);
 }
 
-TEST_CASE("a slave in another process is stopped and reloaded around a rebuild, and steps in as master when it asks") {
+TEST_CASE(
+    "a slave in another process is stopped and reloaded around a rebuild, and steps in as master when it "
+    "asks") {
   std::vector<CEOID> ids = FreshStart(9);
   ThisProcess self;
   self.Register();

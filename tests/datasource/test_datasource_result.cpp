@@ -53,7 +53,8 @@ int CountedContact::deleted = 0;
 
 }  // namespace
 
-TEST_CASE("a new data source: text search, both queries empty, sort kind 0, no filter, nothing cached, no result") {
+TEST_CASE(
+    "a new data source: text search, both queries empty, sort kind 0, no filter, nothing cached, no result") {
   ContactDataSource source;
   CHECK_FALSE(source.IsOpen());
   CHECK(source.GetSearchKind() == SearchKindText);
@@ -156,7 +157,8 @@ TEST_CASE("the cache ring holds 500: the 501st contact put in evicts the first")
   CHECK(source.RingAt(1) == 0u);
 }
 
-TEST_CASE("an id evicted on its own leaves its ring cell behind, and that cell does no harm when it comes round") {
+TEST_CASE(
+    "an id evicted on its own leaves its ring cell behind, and that cell does no harm when it comes round") {
   ContactDataSource source;
   CountedContact::deleted = 0;
   for (CEOID id = 1; id <= 10; ++id) source.CacheContact(new CountedContact(id));
@@ -226,7 +228,9 @@ TEST_CASE("GetCachedContact reads a contact once and then gives it from the cach
   CHECK(s.manager->reads == 3);
 }
 
-TEST_CASE("GetCachedContact: a photo becomes a 1x1 placeholder of 24 bits for size 1; another size keeps it as decoded") {
+TEST_CASE(
+    "GetCachedContact: a photo becomes a 1x1 placeholder of 24 bits for size 1; another size keeps it as "
+    "decoded") {
   ScriptedSource s;
   s.manager->plain = {31, 32};
   s.manager->withPhoto = {31};
@@ -327,7 +331,8 @@ TEST_CASE("useKeep under sort kinds 0 and 1: the keep list becomes the result, n
   CHECK(Groups(s.source) == GroupList{{1, 2, 3}});
 }
 
-TEST_CASE("useKeep under sort kind 2: the text search cuts each group to the keep list and drops emptied groups") {
+TEST_CASE(
+    "useKeep under sort kind 2: the text search cuts each group to the keep list and drops emptied groups") {
   ScriptedSource s;
   s.manager->flat = {2, 1, 2, 3, 3, 4, 5, 1, 6};
   s.manager->titles = {L"Alpha", L"Beta", L"Gamma"};
@@ -432,7 +437,9 @@ TEST_CASE("Refresh runs the remembered kind again with its own query, sort kind 
   CHECK(Events() == std::vector<std::string>{"Search 'ann' sort 0"});
 }
 
-TEST_CASE("the manager's reports reach the view: a refresh and ResultsChanged, and the five calls passed on unchanged") {
+TEST_CASE(
+    "the manager's reports reach the view: a refresh and ResultsChanged, and the five calls passed on "
+    "unchanged") {
   ScriptedSource s;
   s.manager->plain = {1, 2, 3};
   REQUIRE(s.source.SearchText(Str(L"a"), SortKindName, s.noFilter, s.noKeep, FALSE, nullptr));
@@ -481,8 +488,9 @@ TEST_CASE("the manager's reports reach the view: a refresh and ResultsChanged, a
   listener->SetDataReady(TRUE);
   listener->SetUpdatePending(FALSE);
   CHECK(Events() == std::vector<std::string>{"view OnListEvent 1 2", "view OnKeypadRebuildProgress 7",
-                                             "view EnableItem 0", "view SetUpdatePending 1", "view OnListEvent2 3 4",
-                                             "view EnableItem 1", "view SetUpdatePending 0"});
+                                             "view EnableItem 0", "view SetUpdatePending 1",
+                                             "view OnListEvent2 3 4", "view EnableItem 1",
+                                             "view SetUpdatePending 0"});
 
   // Without a view the reports still refresh, and nothing else happens.
   s.source.SetListener(nullptr);
@@ -493,7 +501,9 @@ TEST_CASE("the manager's reports reach the view: a refresh and ResultsChanged, a
   CHECK(Events() == std::vector<std::string>{"Search 'a' sort 0"});
 }
 
-TEST_CASE("DeleteRows takes the rows out from the last to the first, drops emptied groups, then deletes in the list's order") {
+TEST_CASE(
+    "DeleteRows takes the rows out from the last to the first, drops emptied groups, then deletes in the "
+    "list's order") {
   ScriptedSource s;
   s.manager->flat = {2, 1, 2, 1, 3, 2, 4, 5};
   s.manager->titles = {L"A", L"B", L"C"};
@@ -531,7 +541,8 @@ TEST_CASE("DeleteRows takes the rows out from the last to the first, drops empti
   CHECK(Events().empty());
 }
 
-TEST_CASE("AddContact gives the new contact's position after the refresh; UpdateContact renews the cached copy") {
+TEST_CASE(
+    "AddContact gives the new contact's position after the refresh; UpdateContact renews the cached copy") {
   ScriptedSource s;
   s.manager->plain = {1, 2};
   REQUIRE(s.source.SearchKeypad(Str(L"2"), SortKindName, s.noFilter, s.noKeep, FALSE));
@@ -586,7 +597,9 @@ TEST_CASE("AddContact gives the new contact's position after the refresh; Update
   CHECK(dstest::Narrow(cached->text[ContactField::LastName]) == "Edited");
 }
 
-TEST_CASE("UpdateDefaultItem without coordinator stores through the manager and puts the value into the cached contact") {
+TEST_CASE(
+    "UpdateDefaultItem without coordinator stores through the manager and puts the value into the cached "
+    "contact") {
   ScriptedSource s;
   s.manager->plain = {8};
   REQUIRE(s.source.SearchText(Str(), SortKindName, s.noFilter, s.noKeep, FALSE, nullptr));

@@ -62,7 +62,9 @@ TEST_CASE("while open the data source takes the registered messages of this proc
   CHECK_FALSE(source.IsOpen());
 }
 
-TEST_CASE("PimSyncChangeToMaster: master flag, index taken over with repair, data ready, result and cache anew, view told") {
+TEST_CASE(
+    "PimSyncChangeToMaster: master flag, index taken over with repair, data ready, result and cache anew, "
+    "view told") {
   SourceWithSync s(FALSE);
   s.manager->plain = {4, 6};
   s.Send(g_pimSyncMessages.changeToMaster);
@@ -101,7 +103,9 @@ TEST_CASE("PimSyncSlaveStop: the index closed and the data not ready; the result
   CHECK(Groups(s.source) == std::vector<std::vector<CEOID>>{{4, 5, 6}});
 }
 
-TEST_CASE("PimSyncUpdateLinkType on the master: stored through the manager, the cached contact follows, view told") {
+TEST_CASE(
+    "PimSyncUpdateLinkType on the master: stored through the manager, the cached contact follows, view "
+    "told") {
   SourceWithSync s(TRUE);
   Contact* cached = s.source.FindCached(5);
   REQUIRE(cached != nullptr);

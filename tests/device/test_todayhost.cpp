@@ -79,8 +79,8 @@ struct ItemEntry {
 void Register(const ItemEntry& entry) {
   std::wstring path = std::wstring(kItemsKey) + L"\\" + entry.name;
   HKEY key;
-  REQUIRE(RegCreateKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr) ==
-          ERROR_SUCCESS);
+  REQUIRE(RegCreateKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key,
+                          nullptr) == ERROR_SUCCESS);
   auto dword = [&](const wchar_t* name, DWORD value) {
     RegSetValueExW(key, name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), sizeof value);
   };
@@ -171,7 +171,8 @@ class Journal {
   }
   int CountPrefix(const char* source, const std::string& prefix) const {
     int n = 0;
-    for (const auto& line : lines_) n += line.source == source && line.event.compare(0, prefix.size(), prefix) == 0;
+    for (const auto& line : lines_)
+      n += line.source == source && line.event.compare(0, prefix.size(), prefix) == 0;
     return n;
   }
   const std::string& Event(int index) const { return lines_.at(static_cast<size_t>(index)).event; }
@@ -230,10 +231,11 @@ struct Placement {
 bool LastPlacement(const Journal& journal, const std::string& name, Placement* placement) {
   const std::string prefix = "item " + name + " placed ";
   int found = -1;
-  for (int i = journal.FindPrefix(kHost, prefix); i >= 0; i = journal.FindPrefix(kHost, prefix, i + 1)) found = i;
+  for (int i = journal.FindPrefix(kHost, prefix); i >= 0; i = journal.FindPrefix(kHost, prefix, i + 1))
+    found = i;
   if (found < 0) return false;
-  return sscanf(journal.Event(found).c_str() + prefix.size(), "%d %d %d %d", &placement->left, &placement->top,
-                &placement->width, &placement->height) == 4;
+  return sscanf(journal.Event(found).c_str() + prefix.size(), "%d %d %d %d", &placement->left,
+                &placement->top, &placement->width, &placement->height) == 4;
 }
 
 std::vector<unsigned char> ReadFileBytes(const std::wstring& path) {
@@ -323,7 +325,9 @@ const HostRun& MainRun() {
         "key 72\n"
         "key down\n"
         "key action\n"
-        "shot " + Narrow(ShotPath()) + "\n"
+        "shot " +
+        Narrow(ShotPath()) +
+        "\n"
         "reload\n"
         "key down\n"
         "key 0x52\n"
@@ -439,7 +443,8 @@ TEST_CASE("TodayHost loads, sizes and drives the custom items, skips the others 
     int colours = j.FindPrefix(kItem, "HostTestItem colours ");
     REQUIRE(colours >= 0);
     unsigned text = 0, highlight = 0, highlighted = 0;
-    REQUIRE(sscanf(j.Event(colours).c_str(), "HostTestItem colours %x %x %x", &text, &highlight, &highlighted) == 3);
+    REQUIRE(sscanf(j.Event(colours).c_str(), "HostTestItem colours %x %x %x", &text, &highlight,
+                   &highlighted) == 3);
     CHECK(text != highlight);
     CHECK(highlighted != highlight);
   }
@@ -490,7 +495,7 @@ TEST_CASE("TodayHost loads, sizes and drives the custom items, skips the others 
   SUBCASE("the script ends the host and the items are unloaded on the way out") {
     int quit = j.Find(kHost, "quit");
     REQUIRE(quit >= 0);
-    CHECK(j.Find(kHost, "script done") < 0);   // quit ends it before the end of the file
+    CHECK(j.Find(kHost, "script done") < 0);  // quit ends it before the end of the file
     int unloaded = j.Find(kHost, "item HostTestItem unloaded", quit);
     CHECK(unloaded > quit);
     CHECK(j.Find(kHost, "exit", quit) > quit);
@@ -499,7 +504,8 @@ TEST_CASE("TodayHost loads, sizes and drives the custom items, skips the others 
 
 TEST_CASE("TodayHost: a tap and a hold reach the item under the pen, a tap outside takes the selection") {
   RegisteredItems registered({
-      {L"HostTestItem", BinDir() + L"testitem.dll", tlitCustom, 1, 0, 60, TODAY_SELECTABILITY_CUSTOMSELECTION},
+      {L"HostTestItem", BinDir() + L"testitem.dll", tlitCustom, 1, 0, 60,
+       TODAY_SELECTABILITY_CUSTOMSELECTION},
   });
   // Where the item sits comes from the host itself.
   HostRun probe = RunHost("quit\n");
@@ -539,7 +545,8 @@ TEST_CASE("TodayHost: a tap and a hold reach the item under the pen, a tap outsi
 
 TEST_CASE("TodayHost: the height an item reports is kept until it reports another") {
   RegisteredItems registered({
-      {L"HostTestItem", BinDir() + L"testitem.dll", tlitCustom, 1, 0, 40, TODAY_SELECTABILITY_CUSTOMSELECTION},
+      {L"HostTestItem", BinDir() + L"testitem.dll", tlitCustom, 1, 0, 40,
+       TODAY_SELECTABILITY_CUSTOMSELECTION},
   });
   // Keys other than the ones the item knows change nothing: no new height, no new placement.
   HostRun run = RunHost("key down\nkey 65\nkey 66\nkey up\nquit\n");

@@ -26,7 +26,8 @@ void FreshDevice() {
   HMODULE item = LoadLibraryW((BinDir() + L"PagemarkToday.dll").c_str());
   REQUIRE(item != nullptr);
   typedef BOOL (*Export)();
-  Export registerItem = reinterpret_cast<Export>(reinterpret_cast<void*>(GetProcAddress(item, "RegisterTodayItem")));
+  Export registerItem =
+      reinterpret_cast<Export>(reinterpret_cast<void*>(GetProcAddress(item, "RegisterTodayItem")));
   REQUIRE(reinterpret_cast<void*>(registerItem) != nullptr);
   // The same export by its ordinal.
   bool sameByOrdinal = reinterpret_cast<void*>(GetProcAddress(item, MAKEINTRESOURCEA(243))) ==
@@ -65,7 +66,8 @@ struct Image {
 bool LoadPng(const std::wstring& path, Image* image) {
   CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
   IWICImagingFactory* factory = nullptr;
-  if (FAILED(CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&factory))))
+  if (FAILED(
+          CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&factory))))
     return false;
   bool ok = false;
   IWICBitmapDecoder* decoder = nullptr;
@@ -74,8 +76,8 @@ bool LoadPng(const std::wstring& path, Image* image) {
   if (SUCCEEDED(factory->CreateDecoderFromFilename(path.c_str(), nullptr, GENERIC_READ,
                                                    WICDecodeMetadataCacheOnDemand, &decoder)) &&
       SUCCEEDED(decoder->GetFrame(0, &frame)) && SUCCEEDED(factory->CreateFormatConverter(&converter)) &&
-      SUCCEEDED(converter->Initialize(frame, GUID_WICPixelFormat32bppBGRA, WICBitmapDitherTypeNone, nullptr, 0,
-                                      WICBitmapPaletteTypeCustom)) &&
+      SUCCEEDED(converter->Initialize(frame, GUID_WICPixelFormat32bppBGRA, WICBitmapDitherTypeNone, nullptr,
+                                      0, WICBitmapPaletteTypeCustom)) &&
       SUCCEEDED(converter->GetSize(&image->width, &image->height))) {
     image->bgra.resize(image->width * image->height * 4);
     ok = SUCCEEDED(converter->CopyPixels(nullptr, image->width * 4, static_cast<UINT>(image->bgra.size()),
@@ -94,7 +96,8 @@ int StripRows(const Image& image, int* firstRow) {
   *firstRow = -1;
   for (UINT y = 0; y < image.height; ++y) {
     COLORREF c = image.At(image.width / 2, y);
-    bool strip = GetBValue(c) >= 0xE0 && GetRValue(c) >= 0x60 && GetRValue(c) <= 0xE0 && GetBValue(c) > GetRValue(c) + 0x10;
+    bool strip = GetBValue(c) >= 0xE0 && GetRValue(c) >= 0x60 && GetRValue(c) <= 0xE0 &&
+                 GetBValue(c) > GetRValue(c) + 0x10;
     run = strip ? run + 1 : 0;
     if (run > best) {
       best = run;
@@ -166,7 +169,9 @@ TEST_CASE("a start that dies half way leaves TodayFailed at 1, and the next host
   for (const JournalLine& line : ReadDeviceJournal()) CHECK(line.event.find("Pagemark") == std::string::npos);
 }
 
-TEST_CASE("the item as the device has it installed loads: its folder under Program Files, the system library in \\windows") {
+TEST_CASE(
+    "the item as the device has it installed loads: its folder under Program Files, the system library in "
+    "\\windows") {
   FreshDevice();
   const wchar_t installed[] = L"\\Program Files\\Zovrix Pagemark\\PagemarkToday.dll";
   REQUIRE(GetFileAttributesW(installed) != INVALID_FILE_ATTRIBUTES);
@@ -176,7 +181,8 @@ TEST_CASE("the item as the device has it installed loads: its folder under Progr
   std::wstring script = WriteScript(L"e2e-installed.txt", "wait 1500\nquit\n");
   CHECK(RunHost(script) == 0);
   std::vector<JournalLine> journal = ReadDeviceJournal();
-  CHECK(JournalHas(journal, "TodayHost", "item Pagemark loaded \\Program Files\\Zovrix Pagemark\\PagemarkToday.dll"));
+  CHECK(JournalHas(journal, "TodayHost",
+                   "item Pagemark loaded \\Program Files\\Zovrix Pagemark\\PagemarkToday.dll"));
   CHECK(JournalHas(journal, "TodayHost", "item Pagemark height 19"));
   FreshDevice();
 }

@@ -45,28 +45,31 @@ Bytes ComposeEmptyNote();
 // A rich document put together record by record, for documents the template alone can't show:
 // several paragraphs, drawings, objects referred to from the text, a missing end of text.
 class DocumentBuilder {
-public:
-    DocumentBuilder();
-    // A paragraph of raw encoded text; its id and its end record's id follow from the last ids used.
-    DocumentBuilder& Paragraph(const Bytes& text);
-    DocumentBuilder& Text(const std::wstring& text) { return Paragraph(ParagraphOf(text)); }
-    // Any record with the given body (padded to whole 4-byte units for the usual types).
-    DocumentBuilder& Record(BYTE type, uint16_t id, const Bytes& body, BYTE sub = 0);
-    DocumentBuilder& WithoutEnd() { m_end = false; return *this; }
-    Bytes Build() const;
+ public:
+  DocumentBuilder();
+  // A paragraph of raw encoded text; its id and its end record's id follow from the last ids used.
+  DocumentBuilder& Paragraph(const Bytes& text);
+  DocumentBuilder& Text(const std::wstring& text) { return Paragraph(ParagraphOf(text)); }
+  // Any record with the given body (padded to whole 4-byte units for the usual types).
+  DocumentBuilder& Record(BYTE type, uint16_t id, const Bytes& body, BYTE sub = 0);
+  DocumentBuilder& WithoutEnd() {
+    m_end = false;
+    return *this;
+  }
+  Bytes Build() const;
 
-private:
-    struct Item {
-        bool paragraph;
-        Bytes text;
-        uint16_t id;
-        BYTE type;
-        BYTE sub;
-        Bytes body;
-    };
-    std::vector<Item> m_items;
-    uint16_t m_nextId;
-    bool m_end;
+ private:
+  struct Item {
+    bool paragraph;
+    Bytes text;
+    uint16_t id;
+    BYTE type;
+    BYTE sub;
+    Bytes body;
+  };
+  std::vector<Item> m_items;
+  uint16_t m_nextId;
+  bool m_end;
 };
 
 // Paragraph texts of a document decoded with the code under test, and their number.
@@ -76,22 +79,22 @@ std::wstring ExtractedText(const Bytes& document);
 std::wstring JoinedTexts(const std::vector<std::wstring>& parts);
 // Table fields of a document (count, second count, total characters, third count) and its entries.
 struct TableView {
-    bool found = false;
-    uint32_t count = 0, second = 0, total = 0;
-    uint16_t third = 0;
-    uint16_t size = 0;
-    std::vector<std::vector<uint16_t>> entries;
-    uint16_t trailer[2] = {0, 0};
+  bool found = false;
+  uint32_t count = 0, second = 0, total = 0;
+  uint16_t third = 0;
+  uint16_t size = 0;
+  std::vector<std::vector<uint16_t>> entries;
+  uint16_t trailer[2] = {0, 0};
 };
 TableView TableOf(const Bytes& document);
 // What the tests know of a document from their own walk of its records.
 struct DocumentFacts {
-    bool tableValid = false;     // exactly one paragraph table, of (count + 3) * 8 bytes
-    uint32_t tableCount = 0;
-    uint32_t highestId = 0;
-    size_t paragraphs = 0;
-    size_t paragraphsBeforeEnd = 0; // paragraphs before the first end of text, all when there is none
-    bool hasEnd = false;
+  bool tableValid = false;  // exactly one paragraph table, of (count + 3) * 8 bytes
+  uint32_t tableCount = 0;
+  uint32_t highestId = 0;
+  size_t paragraphs = 0;
+  size_t paragraphsBeforeEnd = 0;  // paragraphs before the first end of text, all when there is none
+  bool hasEnd = false;
 };
 DocumentFacts FactsOf(const Bytes& document);
 // The records of a document as "type:id" in order.
@@ -99,35 +102,35 @@ std::vector<std::string> RecordList(const Bytes& document);
 
 // A block of memory with guard bytes of a known pattern on both sides of `size` usable bytes.
 class GuardedBuffer {
-public:
-    explicit GuardedBuffer(size_t size);
-    GuardedBuffer(const BYTE* data, size_t size);
-    BYTE* Data() { return m_storage.data() + kGuard; }
-    size_t Size() const { return m_size; }
-    bool Intact() const;
+ public:
+  explicit GuardedBuffer(size_t size);
+  GuardedBuffer(const BYTE* data, size_t size);
+  BYTE* Data() { return m_storage.data() + kGuard; }
+  size_t Size() const { return m_size; }
+  bool Intact() const;
 
-private:
-    static const size_t kGuard = 64;
-    std::vector<BYTE> m_storage;
-    size_t m_size;
+ private:
+  static const size_t kGuard = 64;
+  std::vector<BYTE> m_storage;
+  size_t m_size;
 };
 
 // A copy of `size` bytes placed right at the end of committed memory, with a no-access page behind
 // it: any read past the end faults.
 class PageGuardedCopy {
-public:
-    PageGuardedCopy(const void* data, size_t size);
-    ~PageGuardedCopy();
-    const BYTE* Data() const { return m_data; }
-    size_t Size() const { return m_size; }
+ public:
+  PageGuardedCopy(const void* data, size_t size);
+  ~PageGuardedCopy();
+  const BYTE* Data() const { return m_data; }
+  size_t Size() const { return m_size; }
 
-private:
-    PageGuardedCopy(const PageGuardedCopy&) = delete;
-    PageGuardedCopy& operator=(const PageGuardedCopy&) = delete;
-    BYTE* m_base;
-    size_t m_reserved;
-    BYTE* m_data;
-    size_t m_size;
+ private:
+  PageGuardedCopy(const PageGuardedCopy&) = delete;
+  PageGuardedCopy& operator=(const PageGuardedCopy&) = delete;
+  BYTE* m_base;
+  size_t m_reserved;
+  BYTE* m_data;
+  size_t m_size;
 };
 
 // Random extended blocks whose every entry survives the Note: labels begin with a letter or a digit,
@@ -140,4 +143,4 @@ FILETIME Midnight(int year, int month, int day);
 // A readable dump of an extended block, one line per entry, the same in the tests and in the helper.
 std::string DumpExtended(const ContactExtended& block);
 
-} // namespace exttest
+}  // namespace exttest

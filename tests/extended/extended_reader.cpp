@@ -12,35 +12,29 @@
 #include <cstdlib>
 #include <string>
 
-int main(int argc, char** argv)
-{
-    if (argc != 3)
-        return 2;
-    char* end = nullptr;
-    unsigned long oid = strtoul(argv[1], &end, 16);
-    if (*end != 0 || oid == 0)
-        return 2;
+int main(int argc, char** argv) {
+  if (argc != 3) return 2;
+  char* end = nullptr;
+  unsigned long oid = strtoul(argv[1], &end, 16);
+  if (*end != 0 || oid == 0) return 2;
 
-    ContactDatabase database;
-    if (!database.Open(nullptr))
-        return 1;
-    Contact contact;
-    if (!database.LoadByOid(static_cast<CEOID>(oid), contact))
-        return 1;
-    ContactNote note;
-    Str text;
-    bool understood = note.GetNoteText(contact, text);
-    note.StripBlock(contact);
+  ContactDatabase database;
+  if (!database.Open(nullptr)) return 1;
+  Contact contact;
+  if (!database.LoadByOid(static_cast<CEOID>(oid), contact)) return 1;
+  ContactNote note;
+  Str text;
+  bool understood = note.GetNoteText(contact, text);
+  note.StripBlock(contact);
 
-    std::string out = std::string("understood: ") + (understood ? "yes" : "no") + "\n";
-    out += "text: " + exttest::U8(text) + "\n";
-    out += exttest::DumpExtended(contact);
-    out += "raw: " + exttest::Hex(exttest::BytesOf(contact.rawNote)) + "\n";
-    FILE* file = fopen(argv[2], "wb");
-    if (file == nullptr)
-        return 1;
-    bool written = fwrite(out.data(), 1, out.size(), file) == out.size();
-    written = fclose(file) == 0 && written;
-    database.Close();
-    return written ? 0 : 1;
+  std::string out = std::string("understood: ") + (understood ? "yes" : "no") + "\n";
+  out += "text: " + exttest::U8(text) + "\n";
+  out += exttest::DumpExtended(contact);
+  out += "raw: " + exttest::Hex(exttest::BytesOf(contact.rawNote)) + "\n";
+  FILE* file = fopen(argv[2], "wb");
+  if (file == nullptr) return 1;
+  bool written = fwrite(out.data(), 1, out.size(), file) == out.size();
+  written = fclose(file) == 0 && written;
+  database.Close();
+  return written ? 0 : 1;
 }

@@ -65,15 +65,16 @@ TEST_CASE_FIXTURE(CleanSettings, "a stored text is read as far as its first zero
   CHECK(wcscmp(text, L"front") == 0);
 }
 
-TEST_CASE_FIXTURE(CleanSettings, "GetSettingBuffer gives the default for a value as long as the buffer or longer") {
+TEST_CASE_FIXTURE(CleanSettings,
+                  "GetSettingBuffer gives the default for a value as long as the buffer or longer") {
   SetSettingString(L"Settings", L"AreaCode", L"12345", TRUE);
   wchar_t buffer[8];
   GetSettingBuffer(L"Settings", L"AreaCode", buffer, 6, L"dflt");
   CHECK(wcscmp(buffer, L"12345") == 0);  // five characters fit a buffer of six
   GetSettingBuffer(L"Settings", L"AreaCode", buffer, 5, L"dflt");
-  CHECK(wcscmp(buffer, L"dflt") == 0);   // as long as the buffer: the default, not a cut value
+  CHECK(wcscmp(buffer, L"dflt") == 0);  // as long as the buffer: the default, not a cut value
   GetSettingBuffer(L"Settings", L"AreaCode", buffer, 3, L"dflt");
-  CHECK(wcscmp(buffer, L"dflt") == 0);   // longer: the default, whole
+  CHECK(wcscmp(buffer, L"dflt") == 0);  // longer: the default, whole
 }
 
 TEST_CASE_FIXTURE(CleanSettings, "binary values come back in a block of their own; other types give null") {
@@ -103,7 +104,8 @@ TEST_CASE_FIXTURE(CleanSettings, "a read of an absent key creates nothing; a wri
   if (key) RegCloseKey(key);
 }
 
-TEST_CASE_FIXTURE(CleanSettings, "a null subkey or value name fails or gives the default without touching the registry") {
+TEST_CASE_FIXTURE(CleanSettings,
+                  "a null subkey or value name fails or gives the default without touching the registry") {
   CHECK(GetSettingDword(nullptr, L"TodayFailed", 42) == 42);
   CHECK(GetSettingDword(L"Settings", nullptr, 42) == 42);
   CHECK(wcscmp(GetSettingString(nullptr, L"ProgramPath", L"d"), L"d") == 0);
@@ -143,7 +145,8 @@ TEST_CASE_FIXTURE(CleanSettings, "DeleteSettingKey removes a key with subkeys, d
   CHECK(GetSettingDword(L"Settings", L"Keep", 0) == 1);  // a sibling stays
 }
 
-TEST_CASE_FIXTURE(CleanSettings, "DeleteSettingKey takes a path: the part before the last backslash is the parent") {
+TEST_CASE_FIXTURE(CleanSettings,
+                  "DeleteSettingKey takes a path: the part before the last backslash is the parent") {
   WriteDword(HKEY_CURRENT_USER, kRoot + L"\\Settings\\Inner\\Leaf", L"v", 1);
   WriteDword(HKEY_CURRENT_USER, kRoot + L"\\Settings\\Inner", L"w", 1);
   CHECK(DeleteSettingKey(L"Settings\\Inner"));
@@ -170,7 +173,8 @@ TEST_CASE_FIXTURE(CleanSettings, "dirty marks live under the file's base name") 
   CHECK_FALSE(IsDirtyMark(L"\\a\\b\\pim_index1.dat"));
 }
 
-TEST_CASE_FIXTURE(CleanSettings, "the area code comes from the platform's key when it opens, else from Settings") {
+TEST_CASE_FIXTURE(CleanSettings,
+                  "the area code comes from the platform's key when it opens, else from Settings") {
   const std::wstring addrBook = L"Software\\Microsoft\\AddrBook";
   DeleteTree(HKEY_LOCAL_MACHINE, addrBook);
   SetSettingString(L"Settings", L"AreaCode", L"495", TRUE);

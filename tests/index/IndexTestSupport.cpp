@@ -31,7 +31,8 @@ void FillGroups(const std::vector<std::wstring>& letters) {
   for (const std::wstring& group : letters) sets.Add(Str(group.c_str()));
   g_keypadGroups.Fill(sets);
   g_groups.clear();
-  for (int i = 0; i < g_keypadGroups.GetCount(); ++i) g_groups.push_back(static_cast<const wchar_t*>(g_keypadGroups.GetAt(i)));
+  for (int i = 0; i < g_keypadGroups.GetCount(); ++i)
+    g_groups.push_back(static_cast<const wchar_t*>(g_keypadGroups.GetAt(i)));
 }
 
 uint32_t Word32(const uint8_t* data, uint32_t offset) {
@@ -52,14 +53,17 @@ std::wstring TempPath(const std::wstring& name) {
 
 std::string U8(const std::wstring& text) {
   if (text.empty()) return std::string();
-  int bytes = WideCharToMultiByte(CP_UTF8, 0, text.c_str(), static_cast<int>(text.size()), nullptr, 0, nullptr, nullptr);
+  int bytes = WideCharToMultiByte(CP_UTF8, 0, text.c_str(), static_cast<int>(text.size()), nullptr, 0,
+                                  nullptr, nullptr);
   std::string out(bytes, '\0');
-  WideCharToMultiByte(CP_UTF8, 0, text.c_str(), static_cast<int>(text.size()), &out[0], bytes, nullptr, nullptr);
+  WideCharToMultiByte(CP_UTF8, 0, text.c_str(), static_cast<int>(text.size()), &out[0], bytes, nullptr,
+                      nullptr);
   return out;
 }
 
 void UseEnglishRussianGroups() {
-  FillGroups({L"ABCабвг", L"DEFдеёжз", L"GHIийкл", L"JKLмноп", L"MNOрсту", L"PQRSфхцч", L"TUVшщъы", L"WXYZьэюя"});
+  FillGroups(
+      {L"ABCабвг", L"DEFдеёжз", L"GHIийкл", L"JKLмноп", L"MNOрсту", L"PQRSфхцч", L"TUVшщъы", L"WXYZьэюя"});
 }
 
 void UseEnglishGroups() { FillGroups({L"ABC", L"DEF", L"GHI", L"JKL", L"MNO", L"PQRS", L"TUV", L"WXYZ"}); }
@@ -80,7 +84,9 @@ std::vector<uint32_t> Ids(const Array<uint32_t>& ids) {
 
 RawIndex ReadRaw(const uint8_t* data, uint32_t length) {
   RawIndex raw;
-  auto inside = [&](uint32_t offset, uint32_t bytes) { return offset >= 36 && offset <= length && length - offset >= bytes; };
+  auto inside = [&](uint32_t offset, uint32_t bytes) {
+    return offset >= 36 && offset <= length && length - offset >= bytes;
+  };
   if (data == nullptr || length < 36) {
     raw.error = "no data";
     return raw;
@@ -316,10 +322,10 @@ ModelKeys KeysOfContact(const Contact& c, const std::wstring& note) {
   for (int f = 0; f < kContactTextCount; ++f) Merge(keys, KeysOfText(W(c.text[f])));
   if (!Zero(c.birthday)) Merge(keys, KeysOfText(DateOf(c.birthday)));
   if (!Zero(c.anniversary)) Merge(keys, KeysOfText(DateOf(c.anniversary)));
-  const int phones[] = {ContactField::WorkPhone,      ContactField::HomePhone, ContactField::MobilePhone, ContactField::Pager,
-                        ContactField::RadioPhone,     ContactField::AssistantPhone, ContactField::CarPhone,
-                        ContactField::WorkFax,        ContactField::WorkPhone2, ContactField::HomePhone2,
-                        ContactField::HomeFax};
+  const int phones[] = {ContactField::WorkPhone,  ContactField::HomePhone,  ContactField::MobilePhone,
+                        ContactField::Pager,      ContactField::RadioPhone, ContactField::AssistantPhone,
+                        ContactField::CarPhone,   ContactField::WorkFax,    ContactField::WorkPhone2,
+                        ContactField::HomePhone2, ContactField::HomeFax};
   for (int f : phones)
     if (!c.text[f].IsEmpty()) Merge(keys, KeysOfPhone(W(c.text[f])));
   for (int k = 0; k < c.Phone.GetSize(); ++k)
@@ -380,7 +386,8 @@ std::set<std::wstring> Model::AllPrefixes(int tree) const {
 
 // --- contacts --------------------------------------------------------------------------------------------
 
-Contact Named(uint32_t oid, const wchar_t* last, const wchar_t* first, const wchar_t* company, const wchar_t* fileAs) {
+Contact Named(uint32_t oid, const wchar_t* last, const wchar_t* first, const wchar_t* company,
+              const wchar_t* fileAs) {
   Contact c;
   c.oid = oid;
   c.text[ContactField::LastName] = last;
@@ -399,9 +406,12 @@ Contact Generated(uint64_t seed, int index, uint32_t oid, std::wstring* note) {
   c.birthday.dwHighDateTime = static_cast<DWORD>(tool.birthday >> 32);
   c.anniversary.dwLowDateTime = static_cast<DWORD>(tool.anniversary);
   c.anniversary.dwHighDateTime = static_cast<DWORD>(tool.anniversary >> 32);
-  for (const LabelledValue& v : tool.phones) c.Phone.Add(LabelValue{Str(v.label.c_str()), Str(v.value.c_str())});
-  for (const LabelledValue& v : tool.emails) c.Email.Add(LabelValue{Str(v.label.c_str()), Str(v.value.c_str())});
-  for (const LabelledValue& v : tool.webPages) c.WebPage.Add(LabelValue{Str(v.label.c_str()), Str(v.value.c_str())});
+  for (const LabelledValue& v : tool.phones)
+    c.Phone.Add(LabelValue{Str(v.label.c_str()), Str(v.value.c_str())});
+  for (const LabelledValue& v : tool.emails)
+    c.Email.Add(LabelValue{Str(v.label.c_str()), Str(v.value.c_str())});
+  for (const LabelledValue& v : tool.webPages)
+    c.WebPage.Add(LabelValue{Str(v.label.c_str()), Str(v.value.c_str())});
   c.checksum = c.ComputeChecksum();
   if (note != nullptr) *note = tool.note;
   return c;
@@ -417,9 +427,9 @@ uint32_t RandomContacts::Below(uint32_t bound) {
 }
 
 std::wstring RandomContacts::Word() {
-  static const wchar_t* const kStarts[] = {L"ab",   L"abc",  L"abd",   L"a",   L"b",    L"ba",  L"ива", L"иван",
-                                           L"ан",   L"анна", L"x",     L"zz",  L"abcd", L"ив",  L"Ab",  L"Иван",
-                                           L"ёж",   L"q1",   L"über",  L"mn",  L"mno",  L"abcde"};
+  static const wchar_t* const kStarts[] = {L"ab", L"abc",  L"abd",  L"a",  L"b",    L"ba",   L"ива", L"иван",
+                                           L"ан", L"анна", L"x",    L"zz", L"abcd", L"ив",   L"Ab",  L"Иван",
+                                           L"ёж", L"q1",   L"über", L"mn", L"mno",  L"abcde"};
   static const wchar_t kLetters[] = L"abcdxyzиванкё";
   std::wstring word = kStarts[Below(sizeof kStarts / sizeof kStarts[0])];
   uint32_t more = Below(5);
@@ -434,12 +444,18 @@ std::wstring RandomContacts::Phone() {
     return s;
   };
   switch (Below(6)) {
-    case 0: return L"+7 (" + digits(3) + L") " + digits(3) + L"-" + digits(2) + L"-" + digits(2);
-    case 1: return L"8 " + digits(3) + L" " + digits(3) + L" " + digits(2) + L" " + digits(2);
-    case 2: return digits(3 + static_cast<int>(Below(5)));
-    case 3: return digits(3) + L"-" + digits(4) + L", 8 800 " + digits(3) + L" " + digits(3);
-    case 4: return L"work " + digits(6) + L" home " + digits(6);
-    default: return L"+49 " + digits(2) + L" " + digits(7) + L" ext " + digits(3);
+    case 0:
+      return L"+7 (" + digits(3) + L") " + digits(3) + L"-" + digits(2) + L"-" + digits(2);
+    case 1:
+      return L"8 " + digits(3) + L" " + digits(3) + L" " + digits(2) + L" " + digits(2);
+    case 2:
+      return digits(3 + static_cast<int>(Below(5)));
+    case 3:
+      return digits(3) + L"-" + digits(4) + L", 8 800 " + digits(3) + L" " + digits(3);
+    case 4:
+      return L"work " + digits(6) + L" home " + digits(6);
+    default:
+      return L"+49 " + digits(2) + L" " + digits(7) + L" ext " + digits(3);
   }
 }
 

@@ -25,7 +25,8 @@ std::wstring FromU8(const std::string& text) {
 
 std::string Numbers(const Array<CEOID>& ids) {
   std::string text;
-  for (int k = 0; k < ids.GetSize(); ++k) text += (k ? " " : "") + std::to_string(static_cast<uint32_t>(ids[k]));
+  for (int k = 0; k < ids.GetSize(); ++k)
+    text += (k ? " " : "") + std::to_string(static_cast<uint32_t>(ids[k]));
   return text;
 }
 
@@ -40,7 +41,8 @@ int Lookup(const wchar_t* indexPath, const wchar_t* propsPath, const wchar_t* qu
   if (!Open(index, indexPath, propsPath)) return 2;
   std::string result;
   Str report;
-  result += index.Check(report) ? "check ok\n" : "check: " + indextest::U8(static_cast<const wchar_t*>(report));
+  result +=
+      index.Check(report) ? "check ok\n" : "check: " + indextest::U8(static_cast<const wchar_t*>(report));
   std::vector<uint8_t> bytes = indextest::ReadFileBytes(queries);
   std::string text(bytes.begin(), bytes.end());
   size_t at = 0;
@@ -65,8 +67,9 @@ int Lookup(const wchar_t* indexPath, const wchar_t* propsPath, const wchar_t* qu
         result += "no record for " + std::to_string(static_cast<uint32_t>(ids[k])) + "\n";
         continue;
       }
-      result += "record " + std::to_string(static_cast<uint32_t>(ids[k])) + " " + std::to_string(contact.checksum) +
-                " phones " + std::to_string(contact.Phone.GetSize()) + "\n";
+      result += "record " + std::to_string(static_cast<uint32_t>(ids[k])) + " " +
+                std::to_string(contact.checksum) + " phones " + std::to_string(contact.Phone.GetSize()) +
+                "\n";
     }
   }
   HANDLE file = CreateFileW(out, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);

@@ -104,11 +104,13 @@ TEST_CASE("a rebuilt index and one built by single adds answer every lookup alik
 
   // The model agrees with both.
   Model model;
-  for (const Source& s : sources) model.Put(static_cast<uint32_t>(s.contact.oid), KeysOfContact(s.contact, s.note));
+  for (const Source& s : sources)
+    model.Put(static_cast<uint32_t>(s.contact.oid), KeysOfContact(s.contact, s.note));
   RawIndex raw = ReadRaw(bulk.index.Store());
   for (int t = 0; t < 2; ++t) {
     std::map<std::wstring, std::vector<uint32_t>> expected;
-    for (const auto& entry : model.holders[t]) expected[entry.first] = std::vector<uint32_t>(entry.second.begin(), entry.second.end());
+    for (const auto& entry : model.holders[t])
+      expected[entry.first] = std::vector<uint32_t>(entry.second.begin(), entry.second.end());
     CHECK(raw.keys[t] == expected);
   }
 }
@@ -159,7 +161,8 @@ TEST_CASE("a rebuild lays the tree out in tree order, lists sorted, tails flagge
   CHECK(list[0] == 2);
   CHECK(list[1] == 4);  // sorted, though 9 came first
   CHECK(list[2] == 9);
-  CHECK(std::wstring(reinterpret_cast<const wchar_t*>(f.index.Store().Data() + f.index.Store().Node(m->less)->tail)) == L"pple");
+  CHECK(std::wstring(reinterpret_cast<const wchar_t*>(f.index.Store().Data() +
+                                                      f.index.Store().Node(m->less)->tail)) == L"pple");
   // The reverse map: oids ascending, a chain of one block each.
   const uint32_t* map = f.index.Store().Words(f.Header(kWordReverseSlot));
   CHECK(map[0] == 2);
@@ -228,7 +231,8 @@ TEST_CASE("single adds, updates and removals go on in a rebuilt index, also past
   IndexFixture f(L"bulk_then_single");
   BuildBulk(f, sources);
   Model model;
-  for (const Source& s : sources) model.Put(static_cast<uint32_t>(s.contact.oid), KeysOfContact(s.contact, s.note));
+  for (const Source& s : sources)
+    model.Put(static_cast<uint32_t>(s.contact.oid), KeysOfContact(s.contact, s.note));
   RandomContacts random(99);
   for (int step = 0; step < 300; ++step) {
     const Source& s = sources[random.Below(static_cast<uint32_t>(sources.size()))];
@@ -250,10 +254,12 @@ TEST_CASE("single adds, updates and removals go on in a rebuilt index, also past
   RawIndex raw = ReadRaw(f.index.Store());
   for (int t = 0; t < 2; ++t) {
     std::map<std::wstring, std::vector<uint32_t>> expected;
-    for (const auto& entry : model.holders[t]) expected[entry.first] = std::vector<uint32_t>(entry.second.begin(), entry.second.end());
+    for (const auto& entry : model.holders[t])
+      expected[entry.first] = std::vector<uint32_t>(entry.second.begin(), entry.second.end());
     CHECK(raw.keys[t] == expected);
     for (const std::wstring& prefix : model.AllPrefixes(t)) {
-      if (f.Prefix(t, prefix.c_str()) != model.Prefix(t, prefix)) FAIL_CHECK("tree " << t << " prefix " << U8(prefix));
+      if (f.Prefix(t, prefix.c_str()) != model.Prefix(t, prefix))
+        FAIL_CHECK("tree " << t << " prefix " << U8(prefix));
     }
   }
 }
@@ -277,9 +283,11 @@ TEST_CASE("the keypad tree is replaced alone when the letters change, and the ol
   CHECK(after.keys[0] == before.keys[0]);
   CHECK(after.keys[1] != before.keys[1]);  // Cyrillic words have keys now
   Model model;
-  for (const Source& s : sources) model.Put(static_cast<uint32_t>(s.contact.oid), KeysOfContact(s.contact, s.note));
+  for (const Source& s : sources)
+    model.Put(static_cast<uint32_t>(s.contact.oid), KeysOfContact(s.contact, s.note));
   std::map<std::wstring, std::vector<uint32_t>> expected;
-  for (const auto& entry : model.holders[1]) expected[entry.first] = std::vector<uint32_t>(entry.second.begin(), entry.second.end());
+  for (const auto& entry : model.holders[1])
+    expected[entry.first] = std::vector<uint32_t>(entry.second.begin(), entry.second.end());
   CHECK(after.keys[1] == expected);
   CHECK(f.List(SortByName).size() == sources.size());
 

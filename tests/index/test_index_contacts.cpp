@@ -36,7 +36,9 @@ bool ListInOrder(IndexFixture& f, int kind) {
   return true;
 }
 
-std::vector<std::pair<uint32_t, uint32_t>> MapOf(IndexFixture& f) { return ReadRaw(f.index.Store()).contactMap; }
+std::vector<std::pair<uint32_t, uint32_t>> MapOf(IndexFixture& f) {
+  return ReadRaw(f.index.Store()).contactMap;
+}
 
 }  // namespace
 
@@ -44,7 +46,7 @@ TEST_CASE("both lists stand in the order of their keys, ties broken by the oid")
   IndexFixture f(L"contacts_lists");
   f.Add(Named(10, L"Smith", L"John", L"", L"Zeta"));
   f.Add(Named(11, L"Adams", L"", L"", L"Alpha"));
-  f.Add(Named(12, L"", L"", L"Acme", L"Mid"));        // no name: the company
+  f.Add(Named(12, L"", L"", L"Acme", L"Mid"));         // no name: the company
   f.Add(Named(13, L"Smith", L"John", L"", L"Alpha"));  // the same name as 10: the oid decides
   f.Add(Named(9, L"Smith", L"John", L"", L""));
   Contact titled = Named(14, L"", L"", L"Zenith", L"");
@@ -276,76 +278,117 @@ TEST_CASE("the check finds what is broken") {
     INFO(report);
     CHECK(report.find(expected) != std::string::npos);
   };
-  Broken(L"check_parent", [](IndexFixture& f) {
-    TreeNode* root = f.index.Store().Node(f.Header(kWordRootSlot));
-    f.index.Store().Node(root->equal)->parent = 0;
-  }, "names the parent");
-  Broken(L"check_order", [](IndexFixture& f) {
-    uint32_t node = f.index.Tree(WordTree).FindNode(L"xyz", 3);
-    f.index.Store().Node(node)->ch = L'a';
-  }, "out of order");
-  Broken(L"check_list", [](IndexFixture& f) {
-    uint32_t node = f.index.Tree(WordTree).FindNode(L"beta", 4);
-    uint32_t* list = f.index.Store().Words(f.index.Store().Node(node)->list);
-    std::swap(list[1], list[2]);
-  }, "isn't ascending");
-  Broken(L"check_chain", [](IndexFixture& f) {
-    // A chain that names a freed block.
-    uint32_t map = f.Header(kWordReverseSlot);
-    uint32_t head = f.index.Store().Words(map)[2];
-    uint32_t freed;
-    REQUIRE(f.index.Store().AllocateBlock(24, &freed));
-    f.index.Store().FreeOffset(freed);
-    reinterpret_cast<ChainBlock*>(f.index.Store().Data() + head)->slots[0] = freed;
-  }, "isn't a node of the tree");
-  Broken(L"check_reach", [](IndexFixture& f) {
-    // A chain that names a live node from which the contact's list can't be reached.
-    uint32_t map = f.Header(kWordReverseSlot);
-    uint32_t head = f.index.Store().Words(map)[2];
-    uint32_t other = f.index.Tree(WordTree).FindNode(L"gamma", 5);
-    ChainBlock* chain = reinterpret_cast<ChainBlock*>(f.index.Store().Data() + head);
-    for (uint32_t s = 0; s < chain->used; ++s) chain->slots[s] = other;
-  }, "which its chain doesn't lead to");
-  Broken(L"check_leak", [](IndexFixture& f) {
-    uint32_t lost;
-    REQUIRE(f.index.Store().AllocateBlock(40, &lost));
-  }, "belongs to nothing");
-  Broken(L"check_twice", [](IndexFixture& f) {
-    f.index.Store().SetHeaderWord(kFileAsListSlot, f.Header(kNameListSlot));
-  }, "another structure holds too");
-  Broken(L"check_tag", [](IndexFixture& f) {
-    uint32_t root = f.Header(kWordRootSlot);
-    *reinterpret_cast<int32_t*>(f.index.Store().Data() + root - 4) = 1000;
-  }, "arena: block");
-  Broken(L"check_ring", [](IndexFixture& f) {
-    BYTE* arena = f.index.Store().Data() + 36;
-    *reinterpret_cast<uint32_t*>(arena + 4) = 8;  // the head names the first block, which is in use
-  }, "free ring");
-  Broken(L"check_map", [](IndexFixture& f) {
-    uint32_t* map = f.index.Store().Words(f.Header(kContactMapSlot));
-    map[3] = map[1];
-  }, "stands in it twice");
-  Broken(L"check_sorted", [](IndexFixture& f) {
-    uint32_t* list = f.index.Store().Words(f.Header(kNameListSlot));
-    std::swap(list[1], list[2]);
-  }, "out of order");
-  Broken(L"check_tree", [](IndexFixture& f) {
-    // The map and the contact tree disagree about a record.
-    ContactMapEntry* entries = reinterpret_cast<ContactMapEntry*>(f.index.Store().Words(f.Header(kContactMapSlot)) + 1);
-    entries[0].record += 128;
-  }, "contact tree: contact");
-  Broken(L"check_useless", [](IndexFixture& f) {
-    uint32_t node = f.index.Tree(WordTree).FindNode(L"abd", 3);
-    TreeNode* n = f.index.Store().Node(node);
-    f.index.Store().FreeOffset(n->list);
-    n->list = 0;
-  }, "leads nowhere");
-  Broken(L"check_tailless", [](IndexFixture& f) {
-    uint32_t node = f.index.Tree(WordTree).FindNode(L"xyz", 3);
-    TreeNode* n = f.index.Store().Node(node);
-    f.index.Store().FreeOffset(n->list);
-    n->list = 0;
-  }, "has no contact list");
+  Broken(
+      L"check_parent",
+      [](IndexFixture& f) {
+        TreeNode* root = f.index.Store().Node(f.Header(kWordRootSlot));
+        f.index.Store().Node(root->equal)->parent = 0;
+      },
+      "names the parent");
+  Broken(
+      L"check_order",
+      [](IndexFixture& f) {
+        uint32_t node = f.index.Tree(WordTree).FindNode(L"xyz", 3);
+        f.index.Store().Node(node)->ch = L'a';
+      },
+      "out of order");
+  Broken(
+      L"check_list",
+      [](IndexFixture& f) {
+        uint32_t node = f.index.Tree(WordTree).FindNode(L"beta", 4);
+        uint32_t* list = f.index.Store().Words(f.index.Store().Node(node)->list);
+        std::swap(list[1], list[2]);
+      },
+      "isn't ascending");
+  Broken(
+      L"check_chain",
+      [](IndexFixture& f) {
+        // A chain that names a freed block.
+        uint32_t map = f.Header(kWordReverseSlot);
+        uint32_t head = f.index.Store().Words(map)[2];
+        uint32_t freed;
+        REQUIRE(f.index.Store().AllocateBlock(24, &freed));
+        f.index.Store().FreeOffset(freed);
+        reinterpret_cast<ChainBlock*>(f.index.Store().Data() + head)->slots[0] = freed;
+      },
+      "isn't a node of the tree");
+  Broken(
+      L"check_reach",
+      [](IndexFixture& f) {
+        // A chain that names a live node from which the contact's list can't be reached.
+        uint32_t map = f.Header(kWordReverseSlot);
+        uint32_t head = f.index.Store().Words(map)[2];
+        uint32_t other = f.index.Tree(WordTree).FindNode(L"gamma", 5);
+        ChainBlock* chain = reinterpret_cast<ChainBlock*>(f.index.Store().Data() + head);
+        for (uint32_t s = 0; s < chain->used; ++s) chain->slots[s] = other;
+      },
+      "which its chain doesn't lead to");
+  Broken(
+      L"check_leak",
+      [](IndexFixture& f) {
+        uint32_t lost;
+        REQUIRE(f.index.Store().AllocateBlock(40, &lost));
+      },
+      "belongs to nothing");
+  Broken(
+      L"check_twice",
+      [](IndexFixture& f) { f.index.Store().SetHeaderWord(kFileAsListSlot, f.Header(kNameListSlot)); },
+      "another structure holds too");
+  Broken(
+      L"check_tag",
+      [](IndexFixture& f) {
+        uint32_t root = f.Header(kWordRootSlot);
+        *reinterpret_cast<int32_t*>(f.index.Store().Data() + root - 4) = 1000;
+      },
+      "arena: block");
+  Broken(
+      L"check_ring",
+      [](IndexFixture& f) {
+        BYTE* arena = f.index.Store().Data() + 36;
+        *reinterpret_cast<uint32_t*>(arena + 4) = 8;  // the head names the first block, which is in use
+      },
+      "free ring");
+  Broken(
+      L"check_map",
+      [](IndexFixture& f) {
+        uint32_t* map = f.index.Store().Words(f.Header(kContactMapSlot));
+        map[3] = map[1];
+      },
+      "stands in it twice");
+  Broken(
+      L"check_sorted",
+      [](IndexFixture& f) {
+        uint32_t* list = f.index.Store().Words(f.Header(kNameListSlot));
+        std::swap(list[1], list[2]);
+      },
+      "out of order");
+  Broken(
+      L"check_tree",
+      [](IndexFixture& f) {
+        // The map and the contact tree disagree about a record.
+        ContactMapEntry* entries =
+            reinterpret_cast<ContactMapEntry*>(f.index.Store().Words(f.Header(kContactMapSlot)) + 1);
+        entries[0].record += 128;
+      },
+      "contact tree: contact");
+  Broken(
+      L"check_useless",
+      [](IndexFixture& f) {
+        uint32_t node = f.index.Tree(WordTree).FindNode(L"abd", 3);
+        TreeNode* n = f.index.Store().Node(node);
+        f.index.Store().FreeOffset(n->list);
+        n->list = 0;
+      },
+      "leads nowhere");
+  Broken(
+      L"check_tailless",
+      [](IndexFixture& f) {
+        uint32_t node = f.index.Tree(WordTree).FindNode(L"xyz", 3);
+        TreeNode* n = f.index.Store().Node(node);
+        f.index.Store().FreeOffset(n->list);
+        n->list = 0;
+      },
+      "has no contact list");
 }
 
 TEST_CASE("the contact tree keeps its rules through thousands of inserts and erases") {
@@ -409,7 +452,8 @@ TEST_CASE("the check of a damaged file reads nothing outside the data and ends, 
     // Some words of the structures anywhere in the data, or a header slot, get wild values.
     for (int k = 0; k < 6; ++k) {
       uint32_t at = seed % 3 == 0 ? 2 + random.Below(7) : 9 + random.Below(count - 10);
-      uint32_t value = random.Below(4) == 0 ? 0xFFFFFFF0u - random.Below(100) : random.Below(store.Length() + 64);
+      uint32_t value =
+          random.Below(4) == 0 ? 0xFFFFFFF0u - random.Below(100) : random.Below(store.Length() + 64);
       words[at] = value;
     }
     if (seed % 5 == 0) {

@@ -119,7 +119,8 @@ class ModelRun {
     REQUIRE_MESSAGE(raw.error.empty(), raw.error);
     for (int t = 0; t < 2 && all; ++t) {
       std::map<std::wstring, std::vector<uint32_t>> expected;
-      for (const auto& entry : model.holders[t]) expected[entry.first] = std::vector<uint32_t>(entry.second.begin(), entry.second.end());
+      for (const auto& entry : model.holders[t])
+        expected[entry.first] = std::vector<uint32_t>(entry.second.begin(), entry.second.end());
       REQUIRE_MESSAGE(raw.keys[t] == expected, "tree " << t << " holds other keys than the model");
       // The reverse maps name only live nodes, and only the contacts that hold keys.
       std::set<uint32_t> holders;
@@ -127,7 +128,8 @@ class ModelRun {
       std::set<uint32_t> mapped;
       for (const auto& chain : raw.chains[t]) {
         mapped.insert(chain.first);
-        for (uint32_t node : chain.second) REQUIRE_MESSAGE(raw.nodes[t].count(node) == 1, "a chain names a dead node");
+        for (uint32_t node : chain.second)
+          REQUIRE_MESSAGE(raw.nodes[t].count(node) == 1, "a chain names a dead node");
       }
       REQUIRE(mapped == holders);
       if (model.holders[t].empty()) REQUIRE(raw.root[t] == 0);
@@ -144,7 +146,8 @@ class ModelRun {
       for (size_t k = 1; k < list.size(); ++k) {
         const auto& a = f.keys.keys.at(list[k - 1]);
         const auto& b = f.keys.keys.at(list[k]);
-        REQUIRE(CompareKeys(kind == 0 ? a.first : a.second, list[k - 1], kind == 0 ? b.first : b.second, list[k]) < 0);
+        REQUIRE(CompareKeys(kind == 0 ? a.first : a.second, list[k - 1], kind == 0 ? b.first : b.second,
+                            list[k]) < 0);
       }
     }
     for (uint32_t oid : live) {

@@ -111,14 +111,16 @@ TEST_CASE("a saved index opened in a new process answers alike and is saved agai
   REQUIRE(indexImage.size() > 102444);
 
   DeleteFileW(out.c_str());
-  REQUIRE(testpaths::RunAndWait(Helper(), L"lookup " + Quoted(f.indexPath) + L" " + Quoted(f.propsPath) + L" " +
-                                              Quoted(queries) + L" " + Quoted(out),
+  REQUIRE(testpaths::RunAndWait(Helper(),
+                                L"lookup " + Quoted(f.indexPath) + L" " + Quoted(f.propsPath) + L" " +
+                                    Quoted(queries) + L" " + Quoted(out),
                                 kHelperTimeoutMs) == 0);
   const std::string answered = ReadText(out);
   CHECK(answered.size() == q.expected.size());
   CHECK(answered == q.expected);
 
-  REQUIRE(testpaths::RunAndWait(Helper(), L"resave " + Quoted(f.indexPath) + L" " + Quoted(f.propsPath), kHelperTimeoutMs) == 0);
+  REQUIRE(testpaths::RunAndWait(Helper(), L"resave " + Quoted(f.indexPath) + L" " + Quoted(f.propsPath),
+                                kHelperTimeoutMs) == 0);
   CHECK(ReadFileBytes(f.indexPath) == indexImage);
   CHECK(ReadFileBytes(f.propsPath) == propsImage);
 
@@ -146,8 +148,9 @@ TEST_CASE("a second process that opens a held index shares its memory and doesn'
   const std::wstring out = TempPath(L"shared_out.txt");
   REQUIRE(WriteText(queries, "0 inmemoryonly\n0 latecomer\n"));
   DeleteFileW(out.c_str());
-  REQUIRE(testpaths::RunAndWait(Helper(), L"lookup " + Quoted(f.indexPath) + L" " + Quoted(f.propsPath) + L" " +
-                                              Quoted(queries) + L" " + Quoted(out),
+  REQUIRE(testpaths::RunAndWait(Helper(),
+                                L"lookup " + Quoted(f.indexPath) + L" " + Quoted(f.propsPath) + L" " +
+                                    Quoted(queries) + L" " + Quoted(out),
                                 kHelperTimeoutMs) == 0);
   const std::string answered = ReadText(out);
   CHECK(answered.find("check ok\n") == 0);

@@ -330,11 +330,12 @@ TEST_CASE("a field with several numbers has each of them stored from its end") {
   f.Add(c);
   CHECK(f.Prefix(WordTree, L"~3344555619") == Ids_{22});  // the whole field's digits end with the last number
   CHECK(f.Prefix(WordTree, L"~76543215947") == Ids_{22});  // the number before it
-  CHECK(ContactFeed::CutLastNumber(Str(L"+7 (495) 123-45-67, 8 916 555-44-33")) == Str(L"+7 (495) 123-45-67"));
+  CHECK(ContactFeed::CutLastNumber(Str(L"+7 (495) 123-45-67, 8 916 555-44-33")) ==
+        Str(L"+7 (495) 123-45-67"));
   CHECK(ContactFeed::CutLastNumber(Str(L"+7 (495) 123-45-67")).IsEmpty());
   CHECK(ContactFeed::CutLastNumber(Str(L"work 123456 home 654321")) == Str(L"work 123456"));
   CHECK(ContactFeed::CutLastNumber(Str(L"work 123456")).IsEmpty());
-  CHECK(ContactFeed::CutLastNumber(Str(L"12345x67")).IsEmpty());        // the number before is too near the start
+  CHECK(ContactFeed::CutLastNumber(Str(L"12345x67")).IsEmpty());  // the number before is too near the start
   CHECK(ContactFeed::CutLastNumber(Str(L"123456x7")) == Str(L"123456"));  // ends at index 5
   CHECK(ContactFeed::CutLastNumber(Str(L"")).IsEmpty());
   CHECK(ContactFeed::NumberEndKey(L"(01) 23") == Str(L"~3210"));
@@ -352,7 +353,8 @@ TEST_CASE("a word with a character that no group holds has a shortened keypad ke
   CHECK(raw.keys[0][L"1abc"] == Ids_{32});
   CHECK(raw.keys[1][L"aaa"] == Ids_{31});
   CHECK(raw.keys[1].count(L"") == 0);
-  for (const auto& entry : raw.keys[1]) CHECK(std::find(entry.second.begin(), entry.second.end(), 32u) == entry.second.end());
+  for (const auto& entry : raw.keys[1])
+    CHECK(std::find(entry.second.begin(), entry.second.end(), 32u) == entry.second.end());
   // Lower case first, then the keys: ivanov -> gtammt; иванов -> gaajja (и ghi, в abc, а abc, н jkl, о jkl, в abc).
   CHECK(raw.keys[0][L"ivanov"] == Ids_{33});
   CHECK(raw.keys[1][L"gtammt"] == Ids_{33});
@@ -367,7 +369,8 @@ TEST_CASE("the feed cuts at all 37 separators, and at nothing else") {
   std::wstring text = L"w0";
   const wchar_t* separators = L"\r\n\t `!@#$%^&*()_|{}:\"/<>?[];',./\u2116-=\\";
   int n = 1;
-  for (const wchar_t* at = separators; *at != 0; ++at) text += std::wstring(1, *at) + L"w" + std::to_wstring(n++);
+  for (const wchar_t* at = separators; *at != 0; ++at)
+    text += std::wstring(1, *at) + L"w" + std::to_wstring(n++);
   text += L" a+b a~b a\u00ADb";
   AddNote(f, 41, text.c_str());
   RawIndex raw = ReadRaw(f.index.Store());

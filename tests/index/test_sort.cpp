@@ -33,7 +33,8 @@ void RecreateDatabase(const wchar_t* name, std::vector<SORTORDERSPEC> sorts) {
     CloseHandle(handle);
     REQUIRE(CeDeleteDatabase(oid));
   }
-  REQUIRE(CeCreateDatabase(const_cast<LPWSTR>(name), 0, static_cast<WORD>(sorts.size()), sorts.empty() ? nullptr : sorts.data()) != 0);
+  REQUIRE(CeCreateDatabase(const_cast<LPWSTR>(name), 0, static_cast<WORD>(sorts.size()),
+                           sorts.empty() ? nullptr : sorts.data()) != 0);
 }
 
 // A clean contacts database and categories database, opened.
@@ -41,7 +42,8 @@ struct Database {
   ContactDatabase db;
   Database() {
     const DWORD text = CEDB_SORT_CASEINSENSITIVE | CEDB_SORT_UNKNOWNFIRST;
-    RecreateDatabase(kContactsDatabaseName, {{MAKE_CEPROPID(0x4013, CEVT_LPWSTR), text}, {MAKE_CEPROPID(0x3A11, CEVT_LPWSTR), text}});
+    RecreateDatabase(kContactsDatabaseName, {{MAKE_CEPROPID(0x4013, CEVT_LPWSTR), text},
+                                             {MAKE_CEPROPID(0x3A11, CEVT_LPWSTR), text}});
     RecreateDatabase(kCategoriesDatabaseName, {{MAKE_CEPROPID(0x4002, CEVT_I2), 0}});
     REQUIRE(db.Open(nullptr));
   }
@@ -112,7 +114,8 @@ TEST_CASE("the gaps decrease and end in 1; the shell sort sorts") {
 }
 
 TEST_CASE("the rebuild sort orders contacts by their keys, ties by the identifier") {
-  const wchar_t* const lasts[] = {L"Smith", L"smith", L"Абрамов", L"", L"Brown", L"Smith", L"Éclair", L"", L"Zed"};
+  const wchar_t* const lasts[] = {L"Smith", L"smith",  L"Абрамов", L"",   L"Brown",
+                                  L"Smith", L"Éclair", L"",        L"Zed"};
   const wchar_t* const firsts[] = {L"John", L"John", L"Иван", L"", L"", L"John", L"Anne", L"Solo", L""};
   const wchar_t* const companies[] = {L"", L"", L"", L"Acme", L"", L"", L"", L"", L"Firm"};
   std::vector<Contact*> owned;
@@ -128,11 +131,13 @@ TEST_CASE("the rebuild sort orders contacts by their keys, ties by the identifie
     SortContactsByKey(kind, contacts, ids);
     REQUIRE(ids.GetSize() == 9);
     std::vector<std::pair<std::wstring, uint32_t>> expected;
-    for (Contact* c : owned) expected.push_back({static_cast<const wchar_t*>(SortKeyOf(kind, *c)), static_cast<uint32_t>(c->oid)});
+    for (Contact* c : owned)
+      expected.push_back({static_cast<const wchar_t*>(SortKeyOf(kind, *c)), static_cast<uint32_t>(c->oid)});
     std::sort(expected.begin(), expected.end(), [](const auto& a, const auto& b) {
       return CompareKeys(a.first, a.second, b.first, b.second) < 0;
     });
-    for (int k = 0; k < 9; ++k) CHECK(static_cast<uint32_t>(ids[k]) == expected[static_cast<size_t>(k)].second);
+    for (int k = 0; k < 9; ++k)
+      CHECK(static_cast<uint32_t>(ids[k]) == expected[static_cast<size_t>(k)].second);
   }
   // The three John Smiths, whatever the case, stand by their identifiers among themselves.
   Array<CEOID> names;
@@ -161,7 +166,8 @@ TEST_CASE("reading entries: all records, a category filter, and a list of identi
     const GroupEntry& e = all[k];
     size_t index = static_cast<size_t>(std::find(oids.begin(), oids.end(), e.oid) - oids.begin());
     REQUIRE(index < oids.size());
-    std::wstring expected = index == 5 ? L"Dr" : L"Last" + std::to_wstring(index) + (index % 2 == 0 ? L", First" : L"");
+    std::wstring expected =
+        index == 5 ? L"Dr" : L"Last" + std::to_wstring(index) + (index % 2 == 0 ? L", First" : L"");
     CHECK(std::wstring(static_cast<const wchar_t*>(e.name)) == expected);
     CHECK(e.company == Str(L"Co"));
   }
@@ -253,7 +259,9 @@ TEST_CASE("groups: one per company in collation order, a size and then the ident
   CHECK(titles[0] == Str(L"Solo"));
 }
 
-TEST_CASE("two companies that differ only in what the collation ignores stand in one group, under the first one's spelling") {
+TEST_CASE(
+    "two companies that differ only in what the collation ignores stand in one group, under the first one's "
+    "spelling") {
   const wchar_t plain[] = L"Acme";
   const wchar_t softHyphen[] = L"Ac\x00ADme";
   // What the platform's collation makes of them.
@@ -271,7 +279,8 @@ TEST_CASE("two companies that differ only in what the collation ignores stand in
   CHECK(titles[1] == Str(L"Other"));
 }
 
-TEST_CASE("the index keeps its lists by the keys of the contacts database, and drops a contact that is gone") {
+TEST_CASE(
+    "the index keeps its lists by the keys of the contacts database, and drops a contact that is gone") {
   Database d;
   IndexFixture f(L"sort_database");
   DatabaseKeySource source(&d.db);

@@ -94,8 +94,8 @@ TEST_CASE("letters that repeat a character keep it once, at its first place, low
 TEST_CASE("the Cyrillic sets: lower-cased entries with ё, and Russian words map to Cyrillic keys") {
   KeypadGroups groups;
   FillFromResource(groups, IDR_ABC_RUSSIAN);
-  CHECK(Entries(groups) == std::vector<std::wstring>{L"абвг", L"деёжз", L"ийкл", L"мноп", L"рсту", L"фхцч",
-                                                     L"шщъы", L"ьэюя"});
+  CHECK(Entries(groups) ==
+        std::vector<std::wstring>{L"абвг", L"деёжз", L"ийкл", L"мноп", L"рсту", L"фхцч", L"шщъы", L"ьэюя"});
   CHECK(Keys(groups, L"иванов") == L"иаамма");
   CHECK(Keys(groups, L"ёж") == L"дд");
   FillFromResource(groups, IDR_ABC_ENGLISH_RUSSIAN);
@@ -126,7 +126,8 @@ TEST_CASE("RebuildKeypadGroups fills the process-wide table from the active set"
   CHECK(std::wstring(MapToGroupKeys(L"мир")) == L"мир");
 
   std::wstring custom = L"Q/qwe Z/zxc";
-  SetSettingBinary(SECTION_ABC, L"Custom", reinterpret_cast<const BYTE*>(custom.data()), DWORD(custom.size() * 2));
+  SetSettingBinary(SECTION_ABC, L"Custom", reinterpret_cast<const BYTE*>(custom.data()),
+                   DWORD(custom.size() * 2));
   SetSettingDword(SECTION_ABC, L"Type", 0, TRUE);
   RebuildKeypadGroups();
   CHECK(Entries(g_keypadGroups) == std::vector<std::wstring>{L"qwe", L"zxc"});

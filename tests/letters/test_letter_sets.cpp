@@ -71,11 +71,11 @@ TEST_CASE("the English set of resource 198") {
 TEST_CASE("the Russian set of resource 199: lower-case captions, all 33 letters in eight groups") {
   LetterSet set;
   REQUIRE(LoadLetterSetResource(IDR_ABC_RUSSIAN, &set));
-  CHECK(Texts(set.captions) == std::vector<std::wstring>{L"абвг", L"дежз", L"икл", L"мноп", L"рсту", L"фхцч",
-                                                         L"шщъы", L"ьэюя"});
+  CHECK(Texts(set.captions) ==
+        std::vector<std::wstring>{L"абвг", L"дежз", L"икл", L"мноп", L"рсту", L"фхцч", L"шщъы", L"ьэюя"});
   std::vector<std::wstring> letters = Texts(set.letters);
-  CHECK(letters == std::vector<std::wstring>{L"АБВГ", L"ДЕЁЖЗ", L"ИЙКЛ", L"МНОП", L"РСТУ", L"ФХЦЧ", L"ШЩЪЫ",
-                                             L"ЬЭЮЯ"});
+  CHECK(letters ==
+        std::vector<std::wstring>{L"АБВГ", L"ДЕЁЖЗ", L"ИЙКЛ", L"МНОП", L"РСТУ", L"ФХЦЧ", L"ШЩЪЫ", L"ЬЭЮЯ"});
   std::wstring all;
   for (const std::wstring& group : letters) all += group;
   CHECK(all.size() == 33);
@@ -88,8 +88,8 @@ TEST_CASE("the English/Russian set of resource 215 has two rows") {
   CHECK(set.twoRows == 1);
   CHECK(Texts(set.captions) ==
         std::vector<std::wstring>{L"ABC", L"DEF", L"GHI", L"JKL", L"MNO", L"PQRS", L"TUV", L"WXYZ"});
-  CHECK(Texts(set.secondCaptions) == std::vector<std::wstring>{L"абвг", L"дежз", L"икл", L"мноп", L"рсту",
-                                                               L"фхцч", L"шщъы", L"ьэюя"});
+  CHECK(Texts(set.secondCaptions) ==
+        std::vector<std::wstring>{L"абвг", L"дежз", L"икл", L"мноп", L"рсту", L"фхцч", L"шщъы", L"ьэюя"});
   CHECK(Texts(set.letters) == std::vector<std::wstring>{L"ABCабвг", L"DEFдеёжз", L"GHIийкл", L"JKLмноп",
                                                         L"MNOрсту", L"PQRSфхцч", L"TUVшщъы", L"WXYZьэюя"});
 }
@@ -102,7 +102,8 @@ TEST_CASE("the German set of resource 220 and the further set 256") {
   CHECK(Texts(set.captions) ==
         std::vector<std::wstring>{L"ABC", L"DEF", L"GHI", L"JKL", L"MNO", L"PQRS", L"TUV", L"WXYZ"});
   CHECK(Texts(set.letters) == std::vector<std::wstring>{L"AĄBCĆaąbcć", L"DEĘFdeęf", L"GHIghi", L"JKLŁjklł",
-                                                        L"MNOÓmnoó", L"PQRSŚpqrsś", L"TUVtuv", L"WXYZŹŻwxyzźż"});
+                                                        L"MNOÓmnoó", L"PQRSŚpqrsś", L"TUVtuv",
+                                                        L"WXYZŹŻwxyzźż"});
   // No Type chooses it.
   for (int type = 0; type <= 4; ++type) CHECK(LetterSetResourceOf(type) != IDR_ABC_POLISH);
 }

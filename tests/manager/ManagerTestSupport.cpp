@@ -33,7 +33,8 @@ void ResetDatabases() {
   DropDatabase(kContactsDatabaseName);
   DropDatabase(kCategoriesDatabaseName);
   const DWORD text = CEDB_SORT_CASEINSENSITIVE | CEDB_SORT_UNKNOWNFIRST;
-  SORTORDERSPEC contacts[4] = {{0x4013001F, text}, {0x3A11001F, text}, {0x3A16001F, text}, {0x3A06001F, text}};
+  SORTORDERSPEC contacts[4] = {
+      {0x4013001F, text}, {0x3A11001F, text}, {0x3A16001F, text}, {0x3A06001F, text}};
   SORTORDERSPEC categories[2] = {{0x40020002, 0}, {0x4001001F, CEDB_SORT_CASEINSENSITIVE}};
   CeCreateDatabase(const_cast<LPWSTR>(kContactsDatabaseName), 0, 4, contacts);
   CeCreateDatabase(const_cast<LPWSTR>(kCategoriesDatabaseName), 0, 2, categories);
@@ -121,8 +122,12 @@ void RecordingListener::OnReloaded() { calls.push_back("reloaded"); }
 void RecordingListener::OnListEvent(DWORD a, DWORD b) {
   calls.push_back("list " + std::to_string(a) + " " + std::to_string(b));
 }
-void RecordingListener::OnKeypadRebuildProgress(int step) { calls.push_back("keypad " + std::to_string(step)); }
-void RecordingListener::SetDataReady(BOOL ready) { calls.push_back(std::string("ready ") + (ready ? "1" : "0")); }
+void RecordingListener::OnKeypadRebuildProgress(int step) {
+  calls.push_back("keypad " + std::to_string(step));
+}
+void RecordingListener::SetDataReady(BOOL ready) {
+  calls.push_back(std::string("ready ") + (ready ? "1" : "0"));
+}
 void RecordingListener::SetUpdatePending(BOOL pending) {
   calls.push_back(std::string("pending ") + (pending ? "1" : "0"));
 }
@@ -162,7 +167,8 @@ std::string CheckIndex(ContactManager& manager) {
 
 std::string U8(const std::wstring& text) {
   if (text.empty()) return std::string();
-  int n = WideCharToMultiByte(CP_UTF8, 0, text.c_str(), static_cast<int>(text.size()), nullptr, 0, nullptr, nullptr);
+  int n = WideCharToMultiByte(CP_UTF8, 0, text.c_str(), static_cast<int>(text.size()), nullptr, 0, nullptr,
+                              nullptr);
   std::string out(static_cast<size_t>(n), '\0');
   WideCharToMultiByte(CP_UTF8, 0, text.c_str(), static_cast<int>(text.size()), &out[0], n, nullptr, nullptr);
   return out;

@@ -38,9 +38,7 @@ struct OpenedManager {
 // A target that only counts.
 class CountingTarget : public DbEventTarget {
  public:
-  void OnDbEvent(DWORD kind, CEOID parent, CEOID oid) override {
-    events.push_back({kind, parent, oid});
-  }
+  void OnDbEvent(DWORD kind, CEOID parent, CEOID oid) override { events.push_back({kind, parent, oid}); }
   void OnEventTimer() override { ++eventTimers; }
   void OnSaveTimer() override { ++saveTimers; }
   std::vector<PendingChange> events;
@@ -74,7 +72,8 @@ TEST_CASE("fourteen writes of a burst by another program are applied one by one,
     REQUIRE(m.opened);
     m.listener.calls.clear();
     const std::vector<CEOID> before = AllRecordIds();
-    REQUIRE(testpaths::RunAndWait(testpaths::BinDir() + L"manager_helper.exe", L"write " + std::to_wstring(burst), 60000,
+    REQUIRE(testpaths::RunAndWait(testpaths::BinDir() + L"manager_helper.exe",
+                                  L"write " + std::to_wstring(burst), 60000,
                                   {{L"PAGEMARK_OBJECT_STORE", L"\\windows\\test_manager.cdb"}}) == 0);
     std::vector<CEOID> added;
     for (CEOID oid : AllRecordIds())
@@ -152,7 +151,8 @@ TEST_CASE("every event restarts the 500 ms gathering") {
   CHECK(m.listener.Count("changed ") == 5);
 }
 
-TEST_CASE("an event during the 2-second wait cancels nothing until it is applied; then the wait starts again") {
+TEST_CASE(
+    "an event during the 2-second wait cancels nothing until it is applied; then the wait starts again") {
   FreshDevice();
   std::vector<CEOID> ids = WriteGenerated(10);
   OpenedManager m;
@@ -221,10 +221,11 @@ TEST_CASE("every notification is given back to the platform, an unknown type too
   HANDLE heap = HeapCreate(0, 0, 0);
   REQUIRE(heap != nullptr);
   request->hHeap = heap;
-  const UINT types[] = {DB_CEOID_CREATED, DB_CEOID_DATABASE_DELETED, DB_CEOID_RECORD_DELETED,
-                        DB_CEOID_FILE_DELETED, DB_CEOID_CHANGED, 0x7777};
+  const UINT types[] = {DB_CEOID_CREATED,      DB_CEOID_DATABASE_DELETED, DB_CEOID_RECORD_DELETED,
+                        DB_CEOID_FILE_DELETED, DB_CEOID_CHANGED,          0x7777};
   for (UINT type : types) {
-    CENOTIFICATION* note = static_cast<CENOTIFICATION*>(HeapAlloc(heap, HEAP_ZERO_MEMORY, sizeof(CENOTIFICATION)));
+    CENOTIFICATION* note =
+        static_cast<CENOTIFICATION*>(HeapAlloc(heap, HEAP_ZERO_MEMORY, sizeof(CENOTIFICATION)));
     REQUIRE(note != nullptr);
     note->dwSize = sizeof(CENOTIFICATION);
     note->uType = type;

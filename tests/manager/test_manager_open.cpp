@@ -40,7 +40,9 @@ class CountingSink : public IndexProgressSink {
  public:
   int GetStepCount() override { return 20; }
   void Show() override { calls.push_back("show"); }
-  void SetRange(int low, int high) override { calls.push_back("range " + std::to_string(low) + " " + std::to_string(high)); }
+  void SetRange(int low, int high) override {
+    calls.push_back("range " + std::to_string(low) + " " + std::to_string(high));
+  }
   void SetStep(int step) override { calls.push_back("step " + std::to_string(step)); }
   void SetText(const wchar_t* text) override { calls.push_back("text " + U8(text)); }
   void Step() override { ++steps; }
@@ -168,7 +170,9 @@ TEST_CASE("a stale index with no differences keeps its stamp, and the next start
     CHECK(m.manager.LastOpenReport().state == IndexStale);
     CHECK(m.manager.LastOpenReport().inspected);
     CHECK_FALSE(m.manager.LastOpenReport().rebuilt);
-    CHECK(m.manager.LastOpenReport().added + m.manager.LastOpenReport().changed + m.manager.LastOpenReport().removed == 0);
+    CHECK(m.manager.LastOpenReport().added + m.manager.LastOpenReport().changed +
+              m.manager.LastOpenReport().removed ==
+          0);
     before = Stamp(m.manager);
     m.manager.Index().Save(FALSE);
   }
@@ -233,7 +237,8 @@ TEST_CASE("a slave uses a stale index as it is, fails on an unusable one, and ne
   }
   OpenSaveClose();
   REQUIRE(TouchRecord(ids[0], L"Changed Meanwhile"));
-  const std::vector<uint8_t> before = testpaths::ReadFileBytes(static_cast<const wchar_t*>(IndexStore::DefaultPath()));
+  const std::vector<uint8_t> before =
+      testpaths::ReadFileBytes(static_cast<const wchar_t*>(IndexStore::DefaultPath()));
   {
     OpenedManager slave(&sync);
     REQUIRE(slave.opened);
@@ -253,7 +258,8 @@ TEST_CASE("a slave uses a stale index as it is, fails on an unusable one, and ne
     CHECK_FALSE(slave.manager.EventsWindow().IsSaveTimerRunning());
   }
   CHECK(AllRecordIds().size() == 25);
-  const std::vector<uint8_t> after = testpaths::ReadFileBytes(static_cast<const wchar_t*>(IndexStore::DefaultPath()));
+  const std::vector<uint8_t> after =
+      testpaths::ReadFileBytes(static_cast<const wchar_t*>(IndexStore::DefaultPath()));
   REQUIRE_FALSE(after.empty());
   CHECK(after == before);
 }
@@ -288,6 +294,8 @@ TEST_CASE("a forced rebuild takes the data away, replaces the index and marks bo
   CHECK(IsDirtyMark(PropsStore::DefaultPath()));
   CHECK(m.manager.Index().ContactCount() == 60);
   // The commit's background save clears the marks when it completes.
-  CHECK(PumpUntil([] { return !IsDirtyMark(IndexStore::DefaultPath()) && !IsDirtyMark(PropsStore::DefaultPath()); }, 8000));
+  CHECK(PumpUntil(
+      [] { return !IsDirtyMark(IndexStore::DefaultPath()) && !IsDirtyMark(PropsStore::DefaultPath()); },
+      8000));
   CHECK(CheckIndex(m.manager) == "");
 }

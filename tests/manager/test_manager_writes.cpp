@@ -69,7 +69,8 @@ TEST_CASE("a contact added through the manager is found at once, with its extend
   CHECK(Found(m.manager, WordTree, L"quillf") == std::vector<CEOID>{contact.oid});
   CHECK(Found(m.manager, KeypadTree, MapToGroupKeys(L"quill")) == std::vector<CEOID>{contact.oid});
   // The extended phone is a phone of the index too.
-  CHECK(Found(m.manager, WordTree, ContactFeed::NumberEndKey(L"+7 812 555 0101")) == std::vector<CEOID>{contact.oid});
+  CHECK(Found(m.manager, WordTree, ContactFeed::NumberEndKey(L"+7 812 555 0101")) ==
+        std::vector<CEOID>{contact.oid});
   CHECK(m.manager.EventsWindow().IsSaveTimerRunning());
 
   Contact read;
@@ -101,7 +102,8 @@ TEST_CASE("an update through the manager changes the index and the stored extend
   CHECK(Found(m.manager, WordTree, L"brackenridge").empty());
   CHECK(Found(m.manager, WordTree, L"thornq") == std::vector<CEOID>{contact.oid});
   CHECK(Found(m.manager, WordTree, ContactFeed::NumberEndKey(L"+7 812 555 0101")).empty());
-  CHECK(Found(m.manager, WordTree, ContactFeed::NumberEndKey(L"+7 495 777 1234")) == std::vector<CEOID>{contact.oid});
+  CHECK(Found(m.manager, WordTree, ContactFeed::NumberEndKey(L"+7 495 777 1234")) ==
+        std::vector<CEOID>{contact.oid});
   Contact again;
   REQUIRE(m.manager.ReadContact(contact.oid, again));
   REQUIRE(again.Phone.GetSize() == 1);

@@ -46,8 +46,8 @@ ArenaWalk WalkArena(const uint8_t* arena, uint32_t expectedSize, bool strict, ui
     int32_t trail = TagAt(arena, trailAt);
     bool scar = !strict && int64_t(trail) == int64_t(dataOffset) + trailAt + 8;
     if (trail != lead && !scar) {
-      walk.error = "block at " + std::to_string(at) + ": leading tag " + std::to_string(lead) + ", trailing " +
-                   std::to_string(trail);
+      walk.error = "block at " + std::to_string(at) + ": leading tag " + std::to_string(lead) +
+                   ", trailing " + std::to_string(trail);
       return walk;
     }
     if (lead < 0) {
@@ -72,7 +72,8 @@ ArenaWalk WalkArena(const uint8_t* arena, uint32_t expectedSize, bool strict, ui
 
   uint32_t head = WordAt(arena, 4);
   if (head == 0) {
-    if (!freeBlocks.empty()) walk.error = "empty ring but " + std::to_string(freeBlocks.size()) + " free blocks";
+    if (!freeBlocks.empty())
+      walk.error = "empty ring but " + std::to_string(freeBlocks.size()) + " free blocks";
     return walk;
   }
   std::set<uint32_t> seen;
@@ -89,7 +90,8 @@ ArenaWalk WalkArena(const uint8_t* arena, uint32_t expectedSize, bool strict, ui
     walk.ring.push_back(current);
     uint32_t next = WordAt(arena, current + 4);
     if (!freeBlocks.count(next)) {
-      walk.error = "ring link from " + std::to_string(current) + " to " + std::to_string(next) + " is no free block";
+      walk.error =
+          "ring link from " + std::to_string(current) + " to " + std::to_string(next) + " is no free block";
       return walk;
     }
     if (WordAt(arena, next + 8) != current) {
@@ -99,7 +101,8 @@ ArenaWalk WalkArena(const uint8_t* arena, uint32_t expectedSize, bool strict, ui
     current = next;
   } while (current != head);
   if (seen.size() != freeBlocks.size())
-    walk.error = "ring holds " + std::to_string(seen.size()) + " of " + std::to_string(freeBlocks.size()) + " free blocks";
+    walk.error = "ring holds " + std::to_string(seen.size()) + " of " + std::to_string(freeBlocks.size()) +
+                 " free blocks";
   return walk;
 }
 

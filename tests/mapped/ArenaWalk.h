@@ -12,10 +12,10 @@ struct WalkBlock {
 };
 
 struct ArenaWalk {
-  std::string error;               // empty when the arena holds together
-  uint32_t size = 0;               // the arena's size word
-  std::vector<WalkBlock> blocks;   // in address order
-  std::vector<uint32_t> ring;      // from the head on
+  std::string error;              // empty when the arena holds together
+  uint32_t size = 0;              // the arena's size word
+  std::vector<WalkBlock> blocks;  // in address order
+  std::vector<uint32_t> ring;     // from the head on
   bool ok() const { return error.empty(); }
 };
 

@@ -86,9 +86,11 @@ int main() {
   wchar_t** argv = CommandLineToArgvW(GetCommandLineW(), &argc);
   if (argv == nullptr || argc < 3) return 100;
   std::wstring command = argv[1];
-  if (command == L"dump" && argc >= 4) return Dump(argv[2], argv[3], argc >= 5 ? uint32_t(_wtoi(argv[4])) : 0);
+  if (command == L"dump" && argc >= 4)
+    return Dump(argv[2], argv[3], argc >= 5 ? uint32_t(_wtoi(argv[4])) : 0);
   if (command == L"store") return Store(argv[2]);
-  if (command == L"create" && argc >= 5) return Create(argv[2], uint32_t(_wtoi(argv[3])), uint32_t(_wtoi(argv[4])));
+  if (command == L"create" && argc >= 5)
+    return Create(argv[2], uint32_t(_wtoi(argv[3])), uint32_t(_wtoi(argv[4])));
   if (command == L"savekill" && argc >= 5) return SaveKill(argv[2], argv[3], DWORD(_wtoi(argv[4])));
   return 101;
 }

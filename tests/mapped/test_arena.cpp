@@ -148,7 +148,8 @@ TEST_CASE("the ring: a freed block below the head becomes the head, others go to
   void* d = arena.allocator.Alloc(16);
   void* e = arena.allocator.Alloc(16);
   REQUIRE(e != nullptr);
-  const uint32_t aBlock = arena.OffsetOf(a) - 4, cBlock = arena.OffsetOf(c) - 4, eBlock = arena.OffsetOf(e) - 4;
+  const uint32_t aBlock = arena.OffsetOf(a) - 4, cBlock = arena.OffsetOf(c) - 4,
+                 eBlock = arena.OffsetOf(e) - 4;
   const uint32_t tail = arena.allocator.Head();
   CHECK(tail == eBlock + 16 + 8);
   arena.allocator.Free(c);  // below the head (the free tail): the new head
@@ -314,8 +315,8 @@ TEST_CASE("Verify accepts what the allocator builds and refuses broken tags and 
   CHECK_FALSE(arena.allocator.Verify(2044, 0));  // size word disagrees
   std::vector<uint8_t> good = arena.memory;
   uint32_t bBlock = arena.OffsetOf(b) - 4;
-  const uint32_t spots[] = {0, 4, bBlock, bBlock + 4, bBlock + 8, bBlock + 4 + 64, arena.OffsetOf(a) - 4,
-                            arena.OffsetOf(a) + 64};
+  const uint32_t spots[] = {
+      0, 4, bBlock, bBlock + 4, bBlock + 8, bBlock + 4 + 64, arena.OffsetOf(a) - 4, arena.OffsetOf(a) + 64};
   for (uint32_t spot : spots) {
     for (int bit = 0; bit < 32; ++bit) {
       CAPTURE(spot);

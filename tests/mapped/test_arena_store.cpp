@@ -237,7 +237,8 @@ TEST_CASE("an opened store whose arena doesn't hold together is refused and clos
     for (const WalkBlock& block : walk.blocks) {
       uint32_t size = uint32_t(block.size < 0 ? -block.size : block.size);
       structure.push_back(kHeader + block.offset);
-      if (kHeader + block.offset + 4 + size != store.Length() - 4) structure.push_back(kHeader + block.offset + 4 + size);
+      if (kHeader + block.offset + 4 + size != store.Length() - 4)
+        structure.push_back(kHeader + block.offset + 4 + size);
       if (block.size < 0) {
         structure.push_back(kHeader + block.offset + 4);
         structure.push_back(kHeader + block.offset + 8);

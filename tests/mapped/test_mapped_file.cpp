@@ -174,8 +174,8 @@ TEST_CASE("the background save writes the same image, calls the callback first a
   CHECK_FALSE(IsDirtyMark(files.path.c_str()));
   // The value is there and 0, under the file's bare name.
   DWORD mark = 7;
-  CHECK(testreg::ReadDword(HKEY_CURRENT_USER, L"Software\\Zovrix\\PIM\\Settings", L"pagemark_mapped_background.dat",
-                           &mark));
+  CHECK(testreg::ReadDword(HKEY_CURRENT_USER, L"Software\\Zovrix\\PIM\\Settings",
+                           L"pagemark_mapped_background.dat", &mark));
   CHECK(mark == 0);
 }
 
@@ -426,8 +426,10 @@ TEST_CASE("the write-back writes 4096-byte slices at the lowest priority; Finish
     SetEvent(g_atSlice);
     // Hold the save here until the closing side has raised the priority.
     for (int i = 0; i < 2000 && !g_raisedSeen; ++i) {
-      if (GetThreadPriority(GetCurrentThread()) == THREAD_PRIORITY_ABOVE_NORMAL) g_raisedSeen = true;
-      else Sleep(5);
+      if (GetThreadPriority(GetCurrentThread()) == THREAD_PRIORITY_ABOVE_NORMAL)
+        g_raisedSeen = true;
+      else
+        Sleep(5);
     }
   });
   MappedFile file;

@@ -149,13 +149,13 @@ TEST_CASE("a process killed during a background save leaves a file that the next
     const wchar_t* eventName = L"PagemarkTestSaveKill";
     HANDLE event = CreateEventW(nullptr, TRUE, FALSE, eventName);
     REQUIRE(event != nullptr);
-    std::wstring commandLine =
-        Quoted(Helper()) + L" savekill " + Quoted(files.path) + L" " + eventName + L" " + std::to_wstring(stopAt);
+    std::wstring commandLine = Quoted(Helper()) + L" savekill " + Quoted(files.path) + L" " + eventName +
+                               L" " + std::to_wstring(stopAt);
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process = {};
-    REQUIRE(CreateProcessW(Helper().c_str(), &commandLine[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                           &process));
+    REQUIRE(CreateProcessW(Helper().c_str(), &commandLine[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                           &startup, &process));
     DWORD signalled = WaitForSingleObject(event, 30000);
     DWORD exitCode = 0;
     if (signalled == WAIT_OBJECT_0) {

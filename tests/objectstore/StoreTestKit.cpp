@@ -187,7 +187,8 @@ bool Child::Start(const std::wstring& program, const std::wstring& arguments, co
   std::wstring saved = TestStorePath();
   if (!storePath.empty()) SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", storePath.c_str());
   PROCESS_INFORMATION pi{};
-  BOOL ok = CreateProcessW(exe.c_str(), &commandLine[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &si, &pi);
+  BOOL ok =
+      CreateProcessW(exe.c_str(), &commandLine[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &si, &pi);
   if (!storePath.empty()) SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", saved.c_str());
   CloseHandle(writeEnd);
   if (!ok) {
@@ -273,8 +274,8 @@ std::vector<std::string> Split(const std::string& line) {
 
 std::string ReadFileBytes(const std::wstring& path) {
   std::string bytes;
-  HANDLE h = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                         OPEN_EXISTING, 0, nullptr);
+  HANDLE h = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                         nullptr, OPEN_EXISTING, 0, nullptr);
   if (h == INVALID_HANDLE_VALUE) return bytes;
   LARGE_INTEGER size;
   GetFileSizeEx(h, &size);

@@ -162,7 +162,8 @@ int Listen(const std::wstring& name, int count, DWORD timeoutMs) {
   wc.hInstance = GetModuleHandleW(nullptr);
   wc.lpszClassName = L"StoreHelperListen";
   RegisterClassW(&wc);
-  HWND hwnd = CreateWindowExW(0, wc.lpszClassName, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, wc.hInstance, nullptr);
+  HWND hwnd =
+      CreateWindowExW(0, wc.lpszClassName, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, wc.hInstance, nullptr);
   std::memset(&g_request, 0, sizeof g_request);
   g_request.dwSize = 20;
   g_request.hwnd = hwnd;
@@ -283,8 +284,8 @@ int Hold(const std::wstring& name, DWORD ms) {
 }
 
 int Populate() {
-  const wchar_t* words[] = {L"alpha", L"Bravo", L"charlie", L"Delta", L"echo", L"Foxtrot", L"golf", L"Hotel",
-                            L"Ünïcode", L"Zulu", L"", L"kilo lima"};
+  const wchar_t* words[] = {L"alpha", L"Bravo", L"charlie", L"Delta", L"echo", L"Foxtrot",
+                            L"golf",  L"Hotel", L"Ünïcode", L"Zulu",  L"",     L"kilo lima"};
   int dbs = 0, recs = 0, created = 0;
   for (int d = 0; d < 3; ++d) {
     wchar_t name[32];
@@ -470,13 +471,16 @@ int Probe() {
 
 int main(int argc, char** argv) {
   std::string verb = argc > 1 ? argv[1] : "";
-  if (verb == "listen" && argc == 5) return Listen(Wide(argv[2]), std::atoi(argv[3]), std::strtoul(argv[4], nullptr, 10));
-  if (verb == "burst" && argc == 5) return Burst(Wide(argv[2]), std::atoi(argv[3]), std::strtoul(argv[4], nullptr, 10));
+  if (verb == "listen" && argc == 5)
+    return Listen(Wide(argv[2]), std::atoi(argv[3]), std::strtoul(argv[4], nullptr, 10));
+  if (verb == "burst" && argc == 5)
+    return Burst(Wide(argv[2]), std::atoi(argv[3]), std::strtoul(argv[4], nullptr, 10));
   if (verb == "write" && argc == 4) return WriteOne(Wide(argv[2]), std::atol(argv[3]));
   if (verb == "read" && argc == 3) return ReadAll(Wide(argv[2]));
   if (verb == "hold" && argc == 4) return Hold(Wide(argv[2]), std::strtoul(argv[3], nullptr, 10));
   if (verb == "populate" && argc == 2) return Populate();
-  if (verb == "churn" && argc == 5) return Churn(Wide(argv[2]), std::atoi(argv[3]), std::strtoul(argv[4], nullptr, 10));
+  if (verb == "churn" && argc == 5)
+    return Churn(Wide(argv[2]), std::atoi(argv[3]), std::strtoul(argv[4], nullptr, 10));
   if (verb == "probe" && argc == 2) return Probe();
   std::fprintf(stderr, "storehelper: bad arguments\n");
   return 2;

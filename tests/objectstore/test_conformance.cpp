@@ -57,8 +57,11 @@ TEST_CASE("creating databases: names, truncation, duplicates, sort order limits"
   CHECK(GetLastError() == ERROR_INVALID_PARAMETER);
   CHECK(CeCreateDatabase(const_cast<LPWSTR>(L""), 0, 0, nullptr) == 0);
   CHECK(GetLastError() == ERROR_INVALID_PARAMETER);
-  SORTORDERSPEC five[5] = {{MAKE_CEPROPID(1, CEVT_I4), 0}, {MAKE_CEPROPID(2, CEVT_I4), 0}, {MAKE_CEPROPID(3, CEVT_I4), 0},
-                           {MAKE_CEPROPID(4, CEVT_I4), 0}, {MAKE_CEPROPID(5, CEVT_I4), 0}};
+  SORTORDERSPEC five[5] = {{MAKE_CEPROPID(1, CEVT_I4), 0},
+                           {MAKE_CEPROPID(2, CEVT_I4), 0},
+                           {MAKE_CEPROPID(3, CEVT_I4), 0},
+                           {MAKE_CEPROPID(4, CEVT_I4), 0},
+                           {MAKE_CEPROPID(5, CEVT_I4), 0}};
   std::wstring n5 = UniqueName(L"Five");
   CHECK(CeCreateDatabase(const_cast<LPWSTR>(n5.c_str()), 0, 5, five) == 0);
   CHECK(GetLastError() == ERROR_INVALID_PARAMETER);
@@ -252,7 +255,8 @@ TEST_CASE("records of every value type, read whole and by property") {
 
   // Named properties: the absent one is flagged, the others are there, in the order asked.
   Read named;
-  ReadCurrent(h, &named, {MAKE_CEPROPID(6, CEVT_LPWSTR), MAKE_CEPROPID(42, CEVT_I4), MAKE_CEPROPID(3, CEVT_I4)});
+  ReadCurrent(h, &named,
+              {MAKE_CEPROPID(6, CEVT_LPWSTR), MAKE_CEPROPID(42, CEVT_I4), MAKE_CEPROPID(3, CEVT_I4)});
   REQUIRE(named.oid == oid);
   CHECK(named.error == ERROR_SUCCESS);
   REQUIRE(named.props.size() == 3);
@@ -666,8 +670,8 @@ TEST_CASE("value seeks on an ascending order") {
 }
 
 TEST_CASE("value seeks on descending and unknown-first orders") {
-  CEOID db = MakeDb(UniqueName(L"SeekDesc"),
-                    {{kNum, CEDB_SORT_DESCENDING | CEDB_SORT_UNKNOWNFIRST}, {MAKE_CEPROPID(0x12, CEVT_I4), CEDB_SORT_UNKNOWNFIRST}});
+  CEOID db = MakeDb(UniqueName(L"SeekDesc"), {{kNum, CEDB_SORT_DESCENDING | CEDB_SORT_UNKNOWNFIRST},
+                                              {MAKE_CEPROPID(0x12, CEVT_I4), CEDB_SORT_UNKNOWNFIRST}});
   HANDLE w = OpenDb(db);
   CEOID r10 = Write(w, 0, {I4(0x10, 10), I4(0x12, 10)});
   CEOID r20a = Write(w, 0, {I4(0x10, 20), I4(0x12, 20)});
@@ -715,7 +719,8 @@ TEST_CASE("value seeks on descending and unknown-first orders") {
 }
 
 TEST_CASE("text orders: case-insensitive and case-sensitive seeks") {
-  CEOID db = MakeDb(UniqueName(L"SeekText"), {{kName, CEDB_SORT_CASEINSENSITIVE}, {MAKE_CEPROPID(0x13, CEVT_LPWSTR), 0}});
+  CEOID db = MakeDb(UniqueName(L"SeekText"),
+                    {{kName, CEDB_SORT_CASEINSENSITIVE}, {MAKE_CEPROPID(0x13, CEVT_LPWSTR), 0}});
   HANDLE w = OpenDb(db);
   const wchar_t* words[] = {L"banana", L"Apple", L"cherry", L"Banana", L"apple"};
   std::vector<CEOID> oids;
@@ -739,12 +744,39 @@ TEST_CASE("text orders: case-insensitive and case-sensitive seeks") {
 }
 
 TEST_CASE("text sort orders agree with CompareStringW of the system default locale") {
-  CEOID db = MakeDb(UniqueName(L"Collation"), {{kName, CEDB_SORT_CASEINSENSITIVE}, {MAKE_CEPROPID(0x13, CEVT_LPWSTR), 0}});
+  CEOID db = MakeDb(UniqueName(L"Collation"),
+                    {{kName, CEDB_SORT_CASEINSENSITIVE}, {MAKE_CEPROPID(0x13, CEVT_LPWSTR), 0}});
   HANDLE w = OpenDb(db);
-  const wchar_t* words[] = {L"Zebra", L"apple", L"Apple", L"\u00c4pfel", L"aepfel", L"co-op", L"coop", L"Co op",
-                            L"\u0401\u043b\u043a\u0430", L"\u0435\u043b\u044c", L"Stra\u00dfe", L"Strasse", L"10",
-                            L"9", L"1", L"", L" leading", L"O'Neil", L"Oneil", L"\u00e9t\u00e9", L"ete", L"ETE",
-                            L"Mc Donald", L"McDonald", L"mcdonald", L"\u00d8rsted", L"Orsted", L"zz", L"Z", L"a"};
+  const wchar_t* words[] = {L"Zebra",
+                            L"apple",
+                            L"Apple",
+                            L"\u00c4pfel",
+                            L"aepfel",
+                            L"co-op",
+                            L"coop",
+                            L"Co op",
+                            L"\u0401\u043b\u043a\u0430",
+                            L"\u0435\u043b\u044c",
+                            L"Stra\u00dfe",
+                            L"Strasse",
+                            L"10",
+                            L"9",
+                            L"1",
+                            L"",
+                            L" leading",
+                            L"O'Neil",
+                            L"Oneil",
+                            L"\u00e9t\u00e9",
+                            L"ete",
+                            L"ETE",
+                            L"Mc Donald",
+                            L"McDonald",
+                            L"mcdonald",
+                            L"\u00d8rsted",
+                            L"Orsted",
+                            L"zz",
+                            L"Z",
+                            L"a"};
   for (const wchar_t* word : words) REQUIRE(Write(w, 0, {Text(0x11, word), Text(0x13, word)}));
   struct Case {
     CEPROPID prop;
@@ -761,7 +793,8 @@ TEST_CASE("text sort orders agree with CompareStringW of the system default loca
     }
     CHECK(seen.size() == sizeof words / sizeof *words);
     for (size_t i = 1; i < seen.size(); ++i) {
-      int cmp = CompareStringW(LOCALE_SYSTEM_DEFAULT, c.cmpFlags, seen[i - 1].c_str(), -1, seen[i].c_str(), -1);
+      int cmp =
+          CompareStringW(LOCALE_SYSTEM_DEFAULT, c.cmpFlags, seen[i - 1].c_str(), -1, seen[i].c_str(), -1);
       INFO("between \"", Narrow(seen[i - 1]), "\" and \"", Narrow(seen[i]), "\"");
       CHECK(cmp != CSTR_GREATER_THAN);
     }
@@ -780,8 +813,11 @@ TEST_CASE("numeric sort orders of every type") {
       {CEVT_UI2, {UI2(0x20, 0), UI2(0x20, 1), UI2(0x20, 40000), UI2(0x20, 65535)}},
       {CEVT_I4, {I4(0x20, -2000000000), I4(0x20, -1), I4(0x20, 0), I4(0x20, 7), I4(0x20, 2000000000)}},
       {CEVT_UI4, {UI4(0x20, 0), UI4(0x20, 5), UI4(0x20, 0x80000000u), UI4(0x20, 0xFFFFFFFFu)}},
-      {CEVT_FILETIME, {Time(0x20, 1), Time(0x20, 0xFFFFFFFFull), Time(0x20, 0x100000000ull), Time(0x20, 0x01D9000000000000ull)}},
-      {CEVT_R8, {R8(0x20, -1e300), R8(0x20, -2.5), R8(0x20, -0.001), R8(0x20, 0.0), R8(0x20, 1.5), R8(0x20, 1e300)}},
+      {CEVT_FILETIME,
+       {Time(0x20, 1), Time(0x20, 0xFFFFFFFFull), Time(0x20, 0x100000000ull),
+        Time(0x20, 0x01D9000000000000ull)}},
+      {CEVT_R8,
+       {R8(0x20, -1e300), R8(0x20, -2.5), R8(0x20, -0.001), R8(0x20, 0.0), R8(0x20, 1.5), R8(0x20, 1e300)}},
       {CEVT_BOOL, {Bool(0x20, -1), Bool(0x20, FALSE), Bool(0x20, TRUE)}},
   };
   for (const Kind& k : kinds) {

@@ -167,8 +167,9 @@ TEST_CASE("a torn tail is left out and cut off by the next writer") {
   CHECK(p.exitCode == 0);
   CHECK(p.line == "ok " + std::to_string(base.dbs) + " " + std::to_string(base.recs));
   CHECK(ReadFileBytes(path) == base.bytes);  // cut off
-  CHECK(ReadFileBytes(LogOf(path)).find("torn tail of " + std::to_string(half) + " bytes at offset " + std::to_string(base.bytes.size())) !=
-        std::string::npos);
+  CHECK(ReadFileBytes(LogOf(path))
+            .find("torn tail of " + std::to_string(half) + " bytes at offset " +
+                  std::to_string(base.bytes.size())) != std::string::npos);
 
   // Torn again, then written: the new entry goes where the torn one began.
   REQUIRE(WriteFileBytes(path, torn));
@@ -205,7 +206,8 @@ TEST_CASE("damaged store files are refused with a line in the log, or read consi
   for (size_t i = 0; i < entries.size(); i += std::max<size_t>(1, entries.size() / 12)) {
     for (size_t extra : {size_t(0), size_t(1), size_t(15), size_t(17)}) {
       size_t cut = entries[i] + extra;
-      if (cut < good.size()) variants.push_back({"truncated to " + std::to_string(cut), good.substr(0, cut), false});
+      if (cut < good.size())
+        variants.push_back({"truncated to " + std::to_string(cut), good.substr(0, cut), false});
     }
   }
   std::string magic = good;
@@ -264,8 +266,9 @@ TEST_CASE("a store of mostly dead entries is compacted when it is opened alone, 
   CHECK(before > 2000000);
 
   // Open elsewhere (here, as any process of the store keeps it): left as it is.
-  HANDLE open = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE,
-                            FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING, 0, nullptr);
+  HANDLE open =
+      CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE,
+                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING, 0, nullptr);
   REQUIRE(open != INVALID_HANDLE_VALUE);
   ProbeResult p = Probe(path);
   CHECK(p.line == "ok 1 6");

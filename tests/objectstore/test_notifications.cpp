@@ -302,8 +302,8 @@ TEST_CASE("this process is told of a second process's writes and reads them at o
   REQUIRE(reader.Start(L"storehelper.exe", L"read \"" + name + L"\""));
   CHECK(reader.Wait(30000) == 0);
   std::vector<std::string> out = reader.RestOfOutput(2000);
-  std::vector<std::string> want = {"rec " + std::to_string(oid) + " 4711", "rec " + std::to_string(mine) + " 815",
-                                   "end 259"};
+  std::vector<std::string> want = {"rec " + std::to_string(oid) + " 4711",
+                                   "rec " + std::to_string(mine) + " 815", "end 259"};
   CHECK(out == want);
   CloseHandle(h);
 }

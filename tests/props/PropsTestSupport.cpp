@@ -58,24 +58,28 @@ void PutWord(uint8_t* bytes, size_t offset, uint32_t value) { std::memcpy(bytes 
 bool ModelRecord::operator==(const ModelRecord& o) const {
   for (int i = 0; i < 6; ++i)
     if (!(lists[i] == o.lists[i])) return false;
-  return messengers == o.messengers && addresses == o.addresses && dates == o.dates && homeFormat == o.homeFormat &&
-         workFormat == o.workFormat && otherFormat == o.otherFormat && image == o.image && checksum == o.checksum;
+  return messengers == o.messengers && addresses == o.addresses && dates == o.dates &&
+         homeFormat == o.homeFormat && workFormat == o.workFormat && otherFormat == o.otherFormat &&
+         image == o.image && checksum == o.checksum;
 }
 
 namespace {
 
 LabelValueList* ListOf(ContactExtended& block, int index) {
-  LabelValueList* lists[6] = {&block.Phone, &block.Email, &block.WebPage, &block.People, &block.Link, &block.OtherProp};
+  LabelValueList* lists[6] = {&block.Phone,  &block.Email, &block.WebPage,
+                              &block.People, &block.Link,  &block.OtherProp};
   return lists[index];
 }
 
 const LabelValueList* ListOf(const ContactExtended& block, int index) {
-  const LabelValueList* lists[6] = {&block.Phone, &block.Email, &block.WebPage,
-                                    &block.People, &block.Link, &block.OtherProp};
+  const LabelValueList* lists[6] = {&block.Phone,  &block.Email, &block.WebPage,
+                                    &block.People, &block.Link,  &block.OtherProp};
   return lists[index];
 }
 
-std::wstring W(const Str& text) { return std::wstring(static_cast<const wchar_t*>(text), size_t(text.GetLength())); }
+std::wstring W(const Str& text) {
+  return std::wstring(static_cast<const wchar_t*>(text), size_t(text.GetLength()));
+}
 
 std::string Narrow(const std::wstring& text) {
   std::string out;
@@ -137,7 +141,8 @@ ModelRecord FromBlock(const ContactExtended& block, uint32_t checksum) {
     for (int j = 0; j < list.GetSize(); ++j) model.lists[i].push_back({W(list[j].label), W(list[j].value)});
   }
   for (int j = 0; j < block.Messenger.GetSize(); ++j)
-    model.messengers.push_back({W(block.Messenger[j].kind), W(block.Messenger[j].id), W(block.Messenger[j].note)});
+    model.messengers.push_back(
+        {W(block.Messenger[j].kind), W(block.Messenger[j].id), W(block.Messenger[j].note)});
   for (int j = 0; j < block.Address.GetSize(); ++j) {
     ModelAddress a;
     for (int p = 0; p < 5; ++p) a.parts[p] = W(block.Address[j].parts[p]);
@@ -161,7 +166,8 @@ std::string Describe(const ModelRecord& model) {
   std::ostringstream out;
   const char* names[6] = {"Phone", "Email", "WebPage", "People", "Link", "OtherProp"};
   for (int i = 0; i < 6; ++i)
-    for (const ModelPair& p : model.lists[i]) out << names[i] << " [" << Narrow(p.label) << "] [" << Narrow(p.value) << "]\n";
+    for (const ModelPair& p : model.lists[i])
+      out << names[i] << " [" << Narrow(p.label) << "] [" << Narrow(p.value) << "]\n";
   for (const ModelMessenger& m : model.messengers)
     out << "Messenger [" << Narrow(m.kind) << "] [" << Narrow(m.id) << "] [" << Narrow(m.note) << "]\n";
   for (const ModelAddress& a : model.addresses) {
@@ -313,7 +319,8 @@ ModelRecord RandomRecord(std::mt19937& random, int scale) {
     for (int j = 0; j < n; ++j) r.lists[i].push_back({TextFor(random, scale), TextFor(random, scale)});
   }
   int n = CountFor(random, scale);
-  for (int j = 0; j < n; ++j) r.messengers.push_back({TextFor(random, scale), TextFor(random, scale), TextFor(random, scale)});
+  for (int j = 0; j < n; ++j)
+    r.messengers.push_back({TextFor(random, scale), TextFor(random, scale), TextFor(random, scale)});
   n = CountFor(random, scale);
   for (int j = 0; j < n; ++j) {
     ModelAddress a;
@@ -323,7 +330,8 @@ ModelRecord RandomRecord(std::mt19937& random, int scale) {
     r.addresses.push_back(a);
   }
   n = CountFor(random, scale);
-  for (int j = 0; j < n; ++j) r.dates.push_back({TextFor(random, scale), (uint64_t(random()) << 32) | random()});
+  for (int j = 0; j < n; ++j)
+    r.dates.push_back({TextFor(random, scale), (uint64_t(random()) << 32) | random()});
   r.homeFormat = random() % 2 ? random() % 60 : 0;
   r.workFormat = random() % 2 ? random() % 60 : 0;
   r.otherFormat = random() % 2 ? random() % 60 : 0;
@@ -383,7 +391,8 @@ StoreLayout ReadLayout(const uint8_t* data, uint32_t length) {
     std::vector<uint32_t> chain;
     uint32_t block = record;
     for (uint32_t b = 0; b < blocks; ++b) {
-      if (block < 28 || !usedBlock(block - 28) || !seen.insert(block - 28).second) return fail("chain broken");
+      if (block < 28 || !usedBlock(block - 28) || !seen.insert(block - 28).second)
+        return fail("chain broken");
       chain.push_back(block);
       block = Word(data, block);
     }
@@ -391,7 +400,8 @@ StoreLayout ReadLayout(const uint8_t* data, uint32_t length) {
     layout.records.push_back(record);
     layout.chains.push_back(chain);
     uint32_t next = Word(data, record + 12);
-    if (next < 28 || !usedBlock(next - 28) || Word(data, next + 8) != record) return fail("record ring broken");
+    if (next < 28 || !usedBlock(next - 28) || Word(data, next + 8) != record)
+      return fail("record ring broken");
     record = next;
   }
   if (count > 0 && record != first) return fail("record ring doesn't close");

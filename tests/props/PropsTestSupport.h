@@ -84,10 +84,10 @@ ModelRecord RecordOfSize(uint32_t bytes);
 // --- an independent reading of store data --------------------------------------------------------------------
 
 struct StoreLayout {
-  std::string error;                        // empty when the reading found nothing wrong
+  std::string error;  // empty when the reading found nothing wrong
   uint32_t firstUnused = 0, freeHead = 0, freeCount = 0;
-  std::vector<uint32_t> freeRing;           // pool offsets, from the head on
-  std::vector<uint32_t> records;            // data offsets, in ring order from the first record
+  std::vector<uint32_t> freeRing;             // pool offsets, from the head on
+  std::vector<uint32_t> records;              // data offsets, in ring order from the first record
   std::vector<std::vector<uint32_t>> chains;  // data offsets of each record's blocks
   bool ok() const { return error.empty(); }
 };

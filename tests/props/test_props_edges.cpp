@@ -13,9 +13,9 @@ TEST_CASE("a contact with an empty extended block takes one block with 60 bytes 
   uint32_t offset = f.Add(empty);
   REQUIRE(offset == BlockOffset(0));
   const uint8_t* data = f.store.Data();
-  CHECK(Word(data, offset + 0) == 0u);   // no further block
-  CHECK(Word(data, offset + 4) == 60u);  // data length
-  CHECK(f.FirstUnused() == 12u + 128u);  // exactly one block taken
+  CHECK(Word(data, offset + 0) == 0u);    // no further block
+  CHECK(Word(data, offset + 4) == 60u);   // data length
+  CHECK(f.FirstUnused() == 12u + 128u);   // exactly one block taken
   CHECK(Word(data, offset + 16) == 60u);  // total length, the data's first word
   CHECK(Word(data, offset + 20) == 0x12345678u);
   for (int section = 0; section < 10; ++section) CHECK(Word(data, offset + 16 + 20 + 4 * section) == 60u);
@@ -68,8 +68,9 @@ TEST_CASE("data of 112 bytes uses one block, 113 two, 236 two, 237 three") {
   CHECK(f.CheckReport() == "");
 }
 
-TEST_CASE("an update from three blocks to one gives two back: the last block shrinks the region, the other goes "
-          "into the ring") {
+TEST_CASE(
+    "an update from three blocks to one gives two back: the last block shrinks the region, the other goes "
+    "into the ring") {
   PropsFixture f(L"edge_shrink.dat");
   REQUIRE(f.store.Create(4000));
   ModelRecord big = RecordOfSize(300);  // three blocks
@@ -100,7 +101,7 @@ TEST_CASE("an update from three blocks to one gives two back: the last block shr
   uint32_t second = f.Add(RecordOfSize(100));  // takes block 1 from the ring
   CHECK(second == BlockOffset(1));
   CHECK(f.FreeCount() == 0u);
-  REQUIRE(f.Update(offset, big));  // blocks 0, 2, 3
+  REQUIRE(f.Update(offset, big));         // blocks 0, 2, 3
   REQUIRE(f.store.DeleteRecord(second));  // block 1 into the ring
   REQUIRE(f.Update(offset, small));       // gives 2 (ring) then 3 (the end: mark back to 3)
   CHECK(f.FirstUnused() == 12u + 3 * 128u);

@@ -201,12 +201,12 @@ std::vector<FlipRule> Rules(const SavedStore& saved, const StoreLayout& layout) 
   auto set = [&](uint32_t from, uint32_t count, FlipRule rule) {
     for (uint32_t i = from; i < from + count && i < length; ++i) rules[i] = rule;
   };
-  set(0, 8, MustRefuse);    // mark, version
-  set(16, 1, MustRefuse);   // in-change byte
-  set(20, 4, Either);       // first record: another record of the ring is as good a start
-  set(24, 4, MustRefuse);   // count
-  set(28, 4, Either);       // free ring head: another member is as good a head
-  set(32, 8, MustRefuse);   // first never-used byte, free count
+  set(0, 8, MustRefuse);   // mark, version
+  set(16, 1, MustRefuse);  // in-change byte
+  set(20, 4, Either);      // first record: another record of the ring is as good a start
+  set(24, 4, MustRefuse);  // count
+  set(28, 4, Either);      // free ring head: another member is as good a head
+  set(32, 8, MustRefuse);  // first never-used byte, free count
   for (uint32_t block : layout.freeRing) set(28 + block, 8, MustRefuse);  // ring links
   for (size_t r = 0; r < layout.records.size(); ++r) {
     const std::vector<uint32_t>& chain = layout.chains[r];
@@ -270,7 +270,8 @@ TEST_CASE("every single bit flipped: structure is refused, other bytes change no
         if (rules[at] == MustKeep) {
           // Apart from the plain values of a record, such a byte changes no record's bytes.
           bool inValues = false;
-          for (const auto& chain : layout.chains) inValues = inValues || (at >= chain[0] + 20 && at < chain[0] + 36);
+          for (const auto& chain : layout.chains)
+            inValues = inValues || (at >= chain[0] + 20 && at < chain[0] + 36);
           if (!inValues) CHECK(same);
         }
       }
@@ -278,8 +279,9 @@ TEST_CASE("every single bit flipped: structure is refused, other bytes change no
     }
   }
   CHECK(PropsStore::CheckData(data.data(), length, nullptr, nullptr));
-  MESSAGE(length * 8 << " flips: " << refused << " refused, " << kept << " accepted with every record unchanged, "
-                     << changed << " accepted with a text or value changed");
+  MESSAGE(length * 8 << " flips: " << refused << " refused, " << kept
+                     << " accepted with every record unchanged, " << changed
+                     << " accepted with a text or value changed");
   CHECK(refused > 0);
 }
 

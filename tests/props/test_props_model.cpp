@@ -53,8 +53,10 @@ struct ModelRun {
           record = edited;
         }
         size_t before = Serialize(it->second).size(), after = Serialize(record).size();
-        if (PropsStore::BlockCount(uint32_t(after), TRUE) > PropsStore::BlockCount(uint32_t(before), TRUE)) ++growing;
-        if (PropsStore::BlockCount(uint32_t(after), TRUE) < PropsStore::BlockCount(uint32_t(before), TRUE)) ++shrinking;
+        if (PropsStore::BlockCount(uint32_t(after), TRUE) > PropsStore::BlockCount(uint32_t(before), TRUE))
+          ++growing;
+        if (PropsStore::BlockCount(uint32_t(after), TRUE) < PropsStore::BlockCount(uint32_t(before), TRUE))
+          ++shrinking;
         REQUIRE(f.Update(it->first, record));
         it->second = record;
         ++updates;
@@ -71,7 +73,9 @@ struct ModelRun {
       ModelRecord back = f.Read(entry.first, ok);
       REQUIRE(ok);
       if (back != entry.second) {
-        FAIL("record " << entry.first << " reads back as\n" << Describe(back) << "instead of\n" << Describe(entry.second));
+        FAIL("record " << entry.first << " reads back as\n"
+                       << Describe(back) << "instead of\n"
+                       << Describe(entry.second));
       }
       REQUIRE(ChainBytes(f.store.Data(), f.store.Length(), entry.first) == Serialize(entry.second));
       uint32_t checksum = 0;
@@ -122,8 +126,8 @@ void RunSequence(const std::wstring& name, uint32_t seed, int steps, int low, in
   uint32_t blocks = (run.f.FirstUnused() - 12) / 128;
   CHECK(run.f.FreeCount() == blocks);
   MESSAGE("seed " << seed << ": " << run.adds << " adds, " << run.updates << " updates (" << run.growing
-                  << " growing, " << run.shrinking << " shrinking), " << run.deletes << " deletes, " << run.reopens
-                  << " reopens, data " << run.f.store.Length() << " bytes");
+                  << " growing, " << run.shrinking << " shrinking), " << run.deletes << " deletes, "
+                  << run.reopens << " reopens, data " << run.f.store.Length() << " bytes");
   CHECK(run.adds > steps / 5);
   CHECK(run.growing > 0);
   CHECK(run.shrinking > 0);

@@ -10,11 +10,12 @@
 #include "storage/contact/Contact.h"
 #include "storage/props/PropsRecord.h"
 
-TEST_CASE("creation length: 1024 up to 984 expected bytes, beyond that the bytes, 1% and 40, rounded up to 4") {
+TEST_CASE(
+    "creation length: 1024 up to 984 expected bytes, beyond that the bytes, 1% and 40, rounded up to 4") {
   CHECK(PropsStore::CreationLength(0) == 1024u);
   CHECK(PropsStore::CreationLength(984) == 1024u);
-  CHECK(PropsStore::CreationLength(985) == 1036u);     // 985 + 9 + 40 = 1034
-  CHECK(PropsStore::CreationLength(12800) == 12968u);  // 12800 + 128 + 40
+  CHECK(PropsStore::CreationLength(985) == 1036u);       // 985 + 9 + 40 = 1034
+  CHECK(PropsStore::CreationLength(12800) == 12968u);    // 12800 + 128 + 40
   CHECK(PropsStore::CreationLength(100001) == 101044u);  // 100001 + 1000 + 40 = 101041
 
   PropsFixture f(L"create.dat");
@@ -113,8 +114,8 @@ TEST_CASE("the header holds the database time and the in-change byte; a fresh st
 }
 
 TEST_CASE("entries: lengths by their rules, texts with NULs, addresses with the offsets of their parts") {
-  CHECK(PropsRecord::PairEntrySize(4, 3) == 24u);   // (14 + 13) & ~3
-  CHECK(PropsRecord::PairEntrySize(4, 4) == 28u);   // (16 + 13) & ~3
+  CHECK(PropsRecord::PairEntrySize(4, 3) == 24u);  // (14 + 13) & ~3
+  CHECK(PropsRecord::PairEntrySize(4, 4) == 28u);  // (16 + 13) & ~3
   CHECK(PropsRecord::PairEntrySize(0, 0) == 12u);
   CHECK(PropsRecord::MessengerEntrySize(3, 5, 0) == 28u);  // (16 + 15) & ~3
   CHECK(PropsRecord::MessengerEntrySize(0, 0, 0) == 12u);
@@ -201,8 +202,8 @@ TEST_CASE("texts are stored to their first NUL") {
 }
 
 TEST_CASE("kinds: the ten names in any case, and nothing else") {
-  const wchar_t* names[] = {L"phone", L"email", L"messenger", L"webpage", L"address",
-                            L"people", L"date", L"link", L"image", L"otherprop"};
+  const wchar_t* names[] = {L"phone",  L"email", L"messenger", L"webpage", L"address",
+                            L"people", L"date",  L"link",      L"image",   L"otherprop"};
   for (int i = 0; i < 10; ++i) {
     int kind = -1;
     CHECK(PropsStore::KindFromName(names[i], kind));
@@ -224,7 +225,8 @@ TEST_CASE("kinds: the ten names in any case, and nothing else") {
   CHECK(kind == 77);
 }
 
-TEST_CASE("growth: missing room grows the data by it and 1% of the sum, rounded up to 4, and the add succeeds") {
+TEST_CASE(
+    "growth: missing room grows the data by it and 1% of the sum, rounded up to 4, and the add succeeds") {
   PropsFixture f(L"grow.dat");
   REQUIRE(f.store.Create(0));
   REQUIRE(f.store.Length() == 1024u);
@@ -304,8 +306,17 @@ TEST_CASE("what is no record is neither read, updated nor deleted, and the store
   uint32_t b = f.Add(RecordOfSize(60));
   REQUIRE(f.store.DeleteRecord(f.Add(RecordOfSize(60))));  // a block at the end, given back
   std::vector<uint8_t> before = f.Image();
-  uint32_t bads[] = {0, 4, 27, 28, 40 + 1, BlockOffset(1), BlockOffset(2), BlockOffset(6), BlockOffset(40),
-                     0xFFFFFF80u, f.store.Length()};
+  uint32_t bads[] = {0,
+                     4,
+                     27,
+                     28,
+                     40 + 1,
+                     BlockOffset(1),
+                     BlockOffset(2),
+                     BlockOffset(6),
+                     BlockOffset(40),
+                     0xFFFFFF80u,
+                     f.store.Length()};
   for (uint32_t bad : bads) {
     CAPTURE(bad);
     ContactExtended block;

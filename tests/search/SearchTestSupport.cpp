@@ -83,9 +83,9 @@ void AddKeys(RefContact& r, const Contact& c, const std::wstring& note) {
   for (int f = 0; f < kContactTextCount; ++f) AddTextKeys(r, W(c.text[f]));
   if (!Zero(c.birthday)) AddTextKeys(r, ShortDate(c.birthday));
   if (!Zero(c.anniversary)) AddTextKeys(r, ShortDate(c.anniversary));
-  const int phones[] = {ContactField::WorkPhone,  ContactField::HomePhone,      ContactField::MobilePhone,
-                        ContactField::Pager,      ContactField::RadioPhone,     ContactField::AssistantPhone,
-                        ContactField::CarPhone,   ContactField::WorkFax,        ContactField::WorkPhone2,
+  const int phones[] = {ContactField::WorkPhone,  ContactField::HomePhone,  ContactField::MobilePhone,
+                        ContactField::Pager,      ContactField::RadioPhone, ContactField::AssistantPhone,
+                        ContactField::CarPhone,   ContactField::WorkFax,    ContactField::WorkPhone2,
                         ContactField::HomePhone2, ContactField::HomeFax};
   for (int f : phones) AddPhoneKeys(r, W(c.text[f]));
   for (int k = 0; k < c.Phone.GetSize(); ++k) AddPhoneKeys(r, W(c.Phone[k].value));
@@ -107,9 +107,9 @@ void AddKeys(RefContact& r, const Contact& c, const std::wstring& note) {
 // The phones in the order of their properties 0x3A08, 0x4007, 0x3A24, 0x3A09, 0x3A2F, 0x3A25, 0x4009,
 // 0x3A1E, 0x3A1D, 0x3A1C, 0x4004, then the further phones.
 void AddPhones(RefContact& r, const Contact& c) {
-  const int order[] = {ContactField::WorkPhone, ContactField::WorkPhone2, ContactField::WorkFax,
-                       ContactField::HomePhone, ContactField::HomePhone2, ContactField::HomeFax,
-                       ContactField::Pager,     ContactField::CarPhone,   ContactField::RadioPhone,
+  const int order[] = {ContactField::WorkPhone,   ContactField::WorkPhone2,    ContactField::WorkFax,
+                       ContactField::HomePhone,   ContactField::HomePhone2,    ContactField::HomeFax,
+                       ContactField::Pager,       ContactField::CarPhone,      ContactField::RadioPhone,
                        ContactField::MobilePhone, ContactField::AssistantPhone};
   std::vector<std::wstring> all;
   for (int f : order) all.push_back(W(c.text[f]));
@@ -191,7 +191,8 @@ CEOID WriteContact(Contact& contact) {
   return contact.oid;
 }
 
-Contact NamedContact(const wchar_t* last, const wchar_t* first, const wchar_t* company, const wchar_t* fileAs) {
+Contact NamedContact(const wchar_t* last, const wchar_t* first, const wchar_t* company,
+                     const wchar_t* fileAs) {
   Contact c;
   c.text[ContactField::LastName] = last;
   c.text[ContactField::FirstName] = first;
@@ -319,7 +320,8 @@ bool Reference::Load(ContactIndex& index) {
     r.first = W(contact.text[ContactField::FirstName]);
     r.company = W(contact.text[ContactField::Company]);
     r.title = W(contact.text[ContactField::Title]);
-    r.categories.assign(contact.categories.GetData(), contact.categories.GetData() + contact.categories.GetLength());
+    r.categories.assign(contact.categories.GetData(),
+                        contact.categories.GetData() + contact.categories.GetLength());
     AddPhones(r, contact);
     AddKeys(r, contact, W(text));
     byOid[r.oid] = contacts.size();
@@ -338,7 +340,8 @@ bool Reference::Load(ContactIndex& index) {
 std::set<CEOID> Reference::Prefix(int tree, const std::wstring& prefix) const {
   std::set<CEOID> ids;
   if (prefix.empty()) return ids;
-  for (auto at = holders[tree].lower_bound(prefix); at != holders[tree].end() && BeginsWith(at->first, prefix); ++at)
+  for (auto at = holders[tree].lower_bound(prefix);
+       at != holders[tree].end() && BeginsWith(at->first, prefix); ++at)
     ids.insert(at->second.begin(), at->second.end());
   return ids;
 }
@@ -446,14 +449,15 @@ std::vector<CEOID> Reference::Search(const std::wstring& query, int sortKind, co
   return out;
 }
 
-std::vector<CEOID> Reference::KeypadSearch(const std::wstring& query, int sortKind, const RefFilter& filter) const {
+std::vector<CEOID> Reference::KeypadSearch(const std::wstring& query, int sortKind,
+                                           const RefFilter& filter) const {
   std::vector<CEOID> out = PlainOrder(query.empty(), Prefix(KeypadTree, query), sortKind, filter);
   Reorder(query, true, out);
   return out;
 }
 
-void Reference::Grouped(const std::wstring& query, bool keypad, const RefFilter& filter, std::vector<uint32_t>& flat,
-                        std::vector<std::wstring>& titles) const {
+void Reference::Grouped(const std::wstring& query, bool keypad, const RefFilter& filter,
+                        std::vector<uint32_t>& flat, std::vector<std::wstring>& titles) const {
   flat.clear();
   titles.clear();
   std::set<CEOID> ids;
@@ -518,7 +522,8 @@ std::vector<CEOID> Reference::FindByPhone(const std::wstring& number, std::vecto
       bool hit;
       if (digits.size() >= 6) {
         if (compared.size() > 7) compared = compared.substr(compared.size() - 7);
-        hit = compared.size() <= digits.size() && digits.compare(digits.size() - compared.size(), compared.size(), compared) == 0;
+        hit = compared.size() <= digits.size() &&
+              digits.compare(digits.size() - compared.size(), compared.size(), compared) == 0;
       } else {
         hit = phone == digits;
       }

@@ -88,7 +88,8 @@ class Reference {
   std::vector<CEOID> KeypadSearch(const std::wstring& query, int sortKind, const RefFilter& filter) const;
   void Grouped(const std::wstring& query, bool keypad, const RefFilter& filter, std::vector<uint32_t>& flat,
                std::vector<std::wstring>& titles) const;
-  std::vector<CEOID> FindByPhone(const std::wstring& number, std::vector<std::wstring>* numbers, int minDigits) const;
+  std::vector<CEOID> FindByPhone(const std::wstring& number, std::vector<std::wstring>* numbers,
+                                 int minDigits) const;
 
   // The contacts under every key of a tree that begins with `prefix`, ascending.
   std::set<CEOID> Prefix(int tree, const std::wstring& prefix) const;

@@ -65,8 +65,8 @@ std::vector<CEOID> Among(const std::vector<CEOID>& list, const std::set<CEOID>& 
   return out;
 }
 
-CEOID WriteWithPhones(const wchar_t* last, const wchar_t* first, const wchar_t* mobile, const wchar_t* further = L"",
-                      const wchar_t* fileAs = L"") {
+CEOID WriteWithPhones(const wchar_t* last, const wchar_t* first, const wchar_t* mobile,
+                      const wchar_t* further = L"", const wchar_t* fileAs = L"") {
   Contact c = NamedContact(last, first, L"", fileAs);
   c.text[ContactField::MobilePhone] = mobile;
   if (further[0] != 0) {
@@ -161,8 +161,8 @@ TEST_CASE("a contact with no last name and the first name Ann ranks among the la
   Contact lastName = NamedContact(L"Anders", L"Bob", L"", L"2");
   Contact ann = NamedContact(L"", L"Ann", L"", L"3");
   Contact company = NamedContact(L"Zed", L"Zoe", L"Anvil", L"4");
-  const CEOID r = WriteContact(rest), y = WriteContact(firstName), z = WriteContact(lastName), x = WriteContact(ann),
-              w = WriteContact(company);
+  const CEOID r = WriteContact(rest), y = WriteContact(firstName), z = WriteContact(lastName),
+              x = WriteContact(ann), w = WriteContact(company);
   OpenedManager opened;
   REQUIRE(opened.opened);
   ContactManager& m = opened.manager;
@@ -200,9 +200,12 @@ TEST_CASE("a query with a space finds by both words but is never ranked") {
   CHECK(Found(m, L"ab", 1) == std::vector<CEOID>{alsoLast, byLast, byFirst});
 }
 
-TEST_CASE("a word whose first character stands in no group adds nothing to the keypad tree, but the text tree holds it") {
+TEST_CASE(
+    "a word whose first character stands in no group adds nothing to the keypad tree, but the text tree "
+    "holds it") {
   FreshEnglishDevice();
-  Contact strange = NamedContact(L"\u0418\u0432\u0430\u043D\u043E\u0432", L"\u00DCnal", L"1abc");  // Иванов, Ünal
+  Contact strange =
+      NamedContact(L"\u0418\u0432\u0430\u043D\u043E\u0432", L"\u00DCnal", L"1abc");  // Иванов, Ünal
   Contact cut = NamedContact(L"Ab1c", L"");
   const CEOID s = WriteContact(strange);
   const CEOID c = WriteContact(cut);
@@ -416,7 +419,9 @@ TEST_CASE("a cancel gives false before the index is asked and in the loops over 
   CHECK(patient.polls == 1 + 6);
 }
 
-TEST_CASE("the SIM stage removes nothing without a SIM source, and only SIM contacts with HideSim on and a source") {
+TEST_CASE(
+    "the SIM stage removes nothing without a SIM source, and only SIM contacts with HideSim on and a "
+    "source") {
   FreshEnglishDevice();
   const CEOID a = WriteWithPhones(L"Adams", L"Al", L"555-1234");
   const CEOID b = WriteWithPhones(L"Baker", L"Bo", L"555-1234");

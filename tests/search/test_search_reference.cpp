@@ -23,9 +23,26 @@ const int kContacts = kGenerated + kShaped;
 void WriteShapedContacts(int count, uint32_t seed) {
   std::mt19937 random(seed);
   auto below = [&random](int bound) { return static_cast<int>(random() % static_cast<uint32_t>(bound)); };
-  static const wchar_t* const kPieces[] = {
-      L"an",  L"ann", L"Anna", L"Ab", L"Abel", L"car", L"Carter", L"van", L"der", L"Berg", L"O'Neil",
-      L"Smith-Jones", L"\u0418\u0432\u0430\u043D", L"\u00FCber", L"Al", L"alma", L"1st", L"JO", L"jo", L"Jon"};
+  static const wchar_t* const kPieces[] = {L"an",
+                                           L"ann",
+                                           L"Anna",
+                                           L"Ab",
+                                           L"Abel",
+                                           L"car",
+                                           L"Carter",
+                                           L"van",
+                                           L"der",
+                                           L"Berg",
+                                           L"O'Neil",
+                                           L"Smith-Jones",
+                                           L"\u0418\u0432\u0430\u043D",
+                                           L"\u00FCber",
+                                           L"Al",
+                                           L"alma",
+                                           L"1st",
+                                           L"JO",
+                                           L"jo",
+                                           L"Jon"};
   const int pieces = static_cast<int>(sizeof kPieces / sizeof kPieces[0]);
   auto name = [&](int words) {
     std::wstring text;
@@ -39,9 +56,15 @@ void WriteShapedContacts(int count, uint32_t seed) {
     Contact c;
     const int words = 1 + (below(4) == 0 ? 1 + below(2) : 0);
     switch (below(6)) {
-      case 0: c.text[ContactField::FirstName] = name(words).c_str(); break;
-      case 1: c.text[ContactField::LastName] = name(words).c_str(); break;
-      case 2: c.text[ContactField::Company] = name(words).c_str(); break;
+      case 0:
+        c.text[ContactField::FirstName] = name(words).c_str();
+        break;
+      case 1:
+        c.text[ContactField::LastName] = name(words).c_str();
+        break;
+      case 2:
+        c.text[ContactField::Company] = name(words).c_str();
+        break;
       case 3:
         c.text[ContactField::LastName] = name(words).c_str();
         c.text[ContactField::FirstName] = name(1).c_str();
@@ -50,12 +73,15 @@ void WriteShapedContacts(int count, uint32_t seed) {
         c.text[ContactField::FirstName] = name(1).c_str();
         c.text[ContactField::Company] = name(words).c_str();
         break;
-      default: c.text[ContactField::Title] = name(1).c_str(); break;
+      default:
+        c.text[ContactField::Title] = name(1).c_str();
+        break;
     }
     if (below(2) == 0) c.text[ContactField::FileAs] = name(1).c_str();
     // Long numbers, and short ones of five to seven digits that the lookup by phone compares whole or
     // by tails of the same length.
-    if (below(3) == 0) c.text[ContactField::MobilePhone] = (L"+7 9" + std::to_wstring(10000000 + below(89999999))).c_str();
+    if (below(3) == 0)
+      c.text[ContactField::MobilePhone] = (L"+7 9" + std::to_wstring(10000000 + below(89999999))).c_str();
     if (below(3) == 0) {
       std::wstring digits;
       for (int n = 5 + below(3); n > 0; --n) digits += static_cast<wchar_t>(L'0' + below(10));
@@ -107,7 +133,9 @@ class Queries {
 
   int Below(int bound) { return bound <= 0 ? 0 : static_cast<int>(random() % static_cast<uint32_t>(bound)); }
 
-  const RefContact& AnyContact() { return ref.contacts[static_cast<size_t>(Below(static_cast<int>(ref.contacts.size())))]; }
+  const RefContact& AnyContact() {
+    return ref.contacts[static_cast<size_t>(Below(static_cast<int>(ref.contacts.size())))];
+  }
 
   template <class Set>
   std::wstring AnyOf(const Set& set) {
@@ -176,7 +204,8 @@ class Queries {
       std::wstring phone = c.phones[static_cast<size_t>(Below(static_cast<int>(c.phones.size())))];
       int length = 2 + Below(5);
       if (static_cast<int>(phone.size()) <= length) return phone;
-      return phone.substr(static_cast<size_t>(Below(static_cast<int>(phone.size()) - length + 1)), static_cast<size_t>(length));
+      return phone.substr(static_cast<size_t>(Below(static_cast<int>(phone.size()) - length + 1)),
+                          static_cast<size_t>(length));
     }
     std::wstring digits;
     for (int n = 2 + Below(4); n > 0; --n) digits += static_cast<wchar_t>(L'0' + Below(10));
@@ -192,8 +221,8 @@ class Queries {
 struct Tally {
   int queries = 0, found = 0, wrong = 0;
   template <class T>
-  void Compare(const std::string& what, const T& got, const T& want, bool wantFound, const std::string& shownGot,
-               const std::string& shownWant) {
+  void Compare(const std::string& what, const T& got, const T& want, bool wantFound,
+               const std::string& shownGot, const std::string& shownWant) {
     ++queries;
     if (wantFound) ++found;
     if (got == want) return;
@@ -213,16 +242,16 @@ std::string ShowGroups(const std::vector<uint32_t>& flat, const std::vector<std:
   return text;
 }
 
-void CheckPlain(World& world, Tally& tally, const std::wstring& query, bool keypad, int kind, const RefFilter& ref,
-                const CategoryFilter& filter) {
+void CheckPlain(World& world, Tally& tally, const std::wstring& query, bool keypad, int kind,
+                const RefFilter& ref, const CategoryFilter& filter) {
   Array<CEOID> out;
   const BOOL ok = keypad ? world.manager.KeypadSearch(Str(query.c_str()), kind, filter, out)
                          : world.manager.Search(Str(query.c_str()), kind, filter, out, nullptr);
   const std::vector<CEOID> got = ok ? Ids(out) : std::vector<CEOID>{0xFFFFFFFFu};
-  const std::vector<CEOID> want = keypad ? world.reference.KeypadSearch(query, kind, ref)
-                                         : world.reference.Search(query, kind, ref);
-  tally.Compare(std::string(keypad ? "keypad" : "text") + " '" + Show(query) + "' kind " + std::to_string(kind) +
-                    (ref.active ? " filtered" : ""),
+  const std::vector<CEOID> want =
+      keypad ? world.reference.KeypadSearch(query, kind, ref) : world.reference.Search(query, kind, ref);
+  tally.Compare(std::string(keypad ? "keypad" : "text") + " '" + Show(query) + "' kind " +
+                    std::to_string(kind) + (ref.active ? " filtered" : ""),
                 got, want, !want.empty(), Show(got), Show(want));
 }
 
@@ -348,17 +377,33 @@ TEST_CASE("FindByPhone agrees with the reference on the generated numbers") {
   }
   REQUIRE(shortNumbers.size() >= 20);
   for (int i = 0; i < 400; ++i) {
-    const RefContact& c = i % 2 == 0 ? queries.AnyContact()
-                                     : *shortNumbers[static_cast<size_t>(queries.Below(static_cast<int>(shortNumbers.size())))];
-    std::wstring number = c.phones.empty() ? queries.Digits() : c.phones[static_cast<size_t>(queries.Below(static_cast<int>(c.phones.size())))];
+    const RefContact& c =
+        i % 2 == 0 ? queries.AnyContact()
+                   : *shortNumbers[static_cast<size_t>(queries.Below(static_cast<int>(shortNumbers.size())))];
+    std::wstring number =
+        c.phones.empty() ? queries.Digits()
+                         : c.phones[static_cast<size_t>(queries.Below(static_cast<int>(c.phones.size())))];
     switch (queries.Below(7)) {
-      case 0: number = L"+" + std::to_wstring(queries.Below(99)) + L" " + number; break;  // a country code
-      case 1: number = number.substr(number.size() > 6 ? number.size() - 6 : 0); break;  // six digits or fewer
-      case 2: number = number.substr(number.size() > 5 ? number.size() - 5 : 0); break;
-      case 3: number = L"tel " + number.substr(0, number.size() / 2) + L"-x-" + number.substr(number.size() / 2); break;
-      case 4: number = queries.Digits() + queries.Digits(); break;
-      case 5: number = std::to_wstring(queries.Below(10)) + number; break;  // one digit more
-      default: break;
+      case 0:
+        number = L"+" + std::to_wstring(queries.Below(99)) + L" " + number;
+        break;  // a country code
+      case 1:
+        number = number.substr(number.size() > 6 ? number.size() - 6 : 0);
+        break;  // six digits or fewer
+      case 2:
+        number = number.substr(number.size() > 5 ? number.size() - 5 : 0);
+        break;
+      case 3:
+        number = L"tel " + number.substr(0, number.size() / 2) + L"-x-" + number.substr(number.size() / 2);
+        break;
+      case 4:
+        number = queries.Digits() + queries.Digits();
+        break;
+      case 5:
+        number = std::to_wstring(queries.Below(10)) + number;
+        break;  // one digit more
+      default:
+        break;
     }
     const int minDigits = 4 + queries.Below(5);
     Array<CEOID> ids;

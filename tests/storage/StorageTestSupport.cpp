@@ -9,195 +9,172 @@ namespace {
 // The storage tests keep to a store file of their own, made afresh for each run, so that the device's
 // own databases are never touched. The store reads the variable when it is first used, after this.
 struct OwnStoreFile {
-    OwnStoreFile()
-    {
-        wchar_t given[MAX_PATH];
-        if (GetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", given, MAX_PATH) == 0) {
-            SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", storetest::kTestStoreFile);
-            DeleteFileW(storetest::kTestStoreFile);
-        }
+  OwnStoreFile() {
+    wchar_t given[MAX_PATH];
+    if (GetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", given, MAX_PATH) == 0) {
+      SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", storetest::kTestStoreFile);
+      DeleteFileW(storetest::kTestStoreFile);
     }
+  }
 };
 OwnStoreFile g_ownStoreFile;
 
-} // namespace
+}  // namespace
 
 namespace storetest {
 
 const wchar_t kTestStoreFile[] = L"\\windows\\test_storage.cdb";
 
-std::string U8(const wchar_t* text)
-{
-    if (text == nullptr)
-        return "<null>";
-    int bytes = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
-    std::string out(bytes > 0 ? bytes - 1 : 0, '\0');
-    if (bytes > 1)
-        WideCharToMultiByte(CP_UTF8, 0, text, -1, &out[0], bytes, nullptr, nullptr);
-    return out;
+std::string U8(const wchar_t* text) {
+  if (text == nullptr) return "<null>";
+  int bytes = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
+  std::string out(bytes > 0 ? bytes - 1 : 0, '\0');
+  if (bytes > 1) WideCharToMultiByte(CP_UTF8, 0, text, -1, &out[0], bytes, nullptr, nullptr);
+  return out;
 }
 
-std::string Bytes(const ByteBuffer& buffer)
-{
-    if (buffer.GetLength() == 0)
-        return std::string();
-    return std::string(reinterpret_cast<const char*>(buffer.GetData()), buffer.GetLength());
+std::string Bytes(const ByteBuffer& buffer) {
+  if (buffer.GetLength() == 0) return std::string();
+  return std::string(reinterpret_cast<const char*>(buffer.GetData()), buffer.GetLength());
 }
 
-std::string Hex(const ByteBuffer& buffer)
-{
-    std::string text;
-    char piece[4];
-    for (uint32_t i = 0; i < buffer.GetLength(); ++i) {
-        snprintf(piece, sizeof(piece), "%02x", buffer.GetData()[i]);
-        text += piece;
+std::string Hex(const ByteBuffer& buffer) {
+  std::string text;
+  char piece[4];
+  for (uint32_t i = 0; i < buffer.GetLength(); ++i) {
+    snprintf(piece, sizeof(piece), "%02x", buffer.GetData()[i]);
+    text += piece;
+  }
+  return text.empty() ? "-" : text;
+}
+
+bool DeleteDatabaseNamed(const wchar_t* name) {
+  for (;;) {
+    CEOID oid = 0;
+    HANDLE handle = CeOpenDatabase(&oid, const_cast<LPWSTR>(name), 0, 0, nullptr);
+    if (handle == INVALID_HANDLE_VALUE) return GetLastError() == ERROR_FILE_NOT_FOUND;
+    CloseHandle(handle);
+    if (!CeDeleteDatabase(oid)) return false;
+  }
+}
+
+CEOID RecreateDatabase(const wchar_t* name, DWORD type, std::vector<SORTORDERSPEC> sorts) {
+  DeleteDatabaseNamed(name);
+  return CeCreateDatabase(const_cast<LPWSTR>(name), type, static_cast<WORD>(sorts.size()),
+                          sorts.empty() ? nullptr : sorts.data());
+}
+
+std::vector<SORTORDERSPEC> ContactSortOrders(bool withCompany) {
+  // The device's own: file-as, last name, company and first name.
+  const DWORD text = CEDB_SORT_CASEINSENSITIVE | CEDB_SORT_UNKNOWNFIRST;
+  std::vector<SORTORDERSPEC> sorts = {{MAKE_CEPROPID(0x4013, CEVT_LPWSTR), text},
+                                      {MAKE_CEPROPID(0x3A11, CEVT_LPWSTR), text}};
+  if (withCompany) sorts.push_back({MAKE_CEPROPID(0x3A16, CEVT_LPWSTR), text});
+  sorts.push_back({MAKE_CEPROPID(0x3A06, CEVT_LPWSTR), text});
+  return sorts;
+}
+
+std::vector<SORTORDERSPEC> CategorySortOrders() {
+  return {
+      {MAKE_CEPROPID(0x4002, CEVT_I2), 0},
+      {MAKE_CEPROPID(0x4001, CEVT_LPWSTR), CEDB_SORT_CASEINSENSITIVE},
+  };
+}
+
+void MakeCleanContactStore(bool withCompanySort) {
+  RecreateDatabase(kContactsDatabaseName, 0, ContactSortOrders(withCompanySort));
+  RecreateDatabase(kCategoriesDatabaseName, 0, CategorySortOrders());
+}
+
+std::map<CEPROPID, RawValue> RawRecord(HANDLE db, CEOID oid) {
+  std::map<CEPROPID, RawValue> result;
+  DWORD index = 0;
+  if (CeSeekDatabase(db, CEDB_SEEK_CEOID, oid, &index) == 0) return result;
+  WORD count = 0;
+  BYTE* buffer = nullptr;
+  DWORD size = 0;
+  CEOID read = CeReadRecordProps(db, CEDB_ALLOWREALLOC, &count, nullptr, &buffer, &size);
+  if (read != 0) {
+    const CEPROPVAL* values = reinterpret_cast<const CEPROPVAL*>(buffer);
+    for (WORD i = 0; i < count; ++i) {
+      RawValue value;
+      value.type = TypeFromPropID(values[i].propid);
+      switch (value.type) {
+        case CEVT_LPWSTR:
+          value.text = values[i].val.lpwstr != nullptr ? values[i].val.lpwstr : L"";
+          break;
+        case CEVT_BLOB:
+          value.blob.assign(reinterpret_cast<const char*>(values[i].val.blob.lpb),
+                            values[i].val.blob.dwCount);
+          break;
+        case CEVT_FILETIME:
+          value.time = values[i].val.filetime;
+          break;
+        case CEVT_I2:
+          value.number = static_cast<uint32_t>(static_cast<int32_t>(values[i].val.iVal));
+          break;
+        case CEVT_UI2:
+          value.number = values[i].val.uiVal;
+          break;
+        case CEVT_BOOL:
+          value.number = static_cast<uint32_t>(values[i].val.boolVal);
+          break;
+        default:
+          value.number = static_cast<uint32_t>(values[i].val.ulVal);
+          break;
+      }
+      result[values[i].propid] = value;
     }
-    return text.empty() ? "-" : text;
+  }
+  if (buffer != nullptr) LocalFree(buffer);
+  return result;
 }
 
-bool DeleteDatabaseNamed(const wchar_t* name)
-{
-    for (;;) {
-        CEOID oid = 0;
-        HANDLE handle = CeOpenDatabase(&oid, const_cast<LPWSTR>(name), 0, 0, nullptr);
-        if (handle == INVALID_HANDLE_VALUE)
-            return GetLastError() == ERROR_FILE_NOT_FOUND;
-        CloseHandle(handle);
-        if (!CeDeleteDatabase(oid))
-            return false;
-    }
+bool HasNumber(const std::map<CEPROPID, RawValue>& record, WORD number) {
+  for (const auto& entry : record) {
+    if (IdFromPropID(entry.first) == number) return true;
+  }
+  return false;
 }
 
-CEOID RecreateDatabase(const wchar_t* name, DWORD type, std::vector<SORTORDERSPEC> sorts)
-{
-    DeleteDatabaseNamed(name);
-    return CeCreateDatabase(const_cast<LPWSTR>(name), type, static_cast<WORD>(sorts.size()),
-                            sorts.empty() ? nullptr : sorts.data());
+bool RecordingCounter::CountContact(const ByteBuffer& mask) {
+  calls.push_back("count " + Hex(mask));
+  return true;
 }
 
-std::vector<SORTORDERSPEC> ContactSortOrders(bool withCompany)
-{
-    // The device's own: file-as, last name, company and first name.
-    const DWORD text = CEDB_SORT_CASEINSENSITIVE | CEDB_SORT_UNKNOWNFIRST;
-    std::vector<SORTORDERSPEC> sorts = {{MAKE_CEPROPID(0x4013, CEVT_LPWSTR), text}, {MAKE_CEPROPID(0x3A11, CEVT_LPWSTR), text}};
-    if (withCompany)
-        sorts.push_back({MAKE_CEPROPID(0x3A16, CEVT_LPWSTR), text});
-    sorts.push_back({MAKE_CEPROPID(0x3A06, CEVT_LPWSTR), text});
-    return sorts;
+bool RecordingCounter::UncountContact(const ByteBuffer& mask) {
+  calls.push_back("uncount " + Hex(mask));
+  return true;
 }
 
-std::vector<SORTORDERSPEC> CategorySortOrders()
-{
-    return {
-        {MAKE_CEPROPID(0x4002, CEVT_I2), 0},
-        {MAKE_CEPROPID(0x4001, CEVT_LPWSTR), CEDB_SORT_CASEINSENSITIVE},
-    };
+bool RecordingCounter::RecountContact(const ByteBuffer& oldMask, const ByteBuffer& newMask) {
+  calls.push_back("recount " + Hex(oldMask) + " " + Hex(newMask));
+  return true;
 }
 
-void MakeCleanContactStore(bool withCompanySort)
-{
-    RecreateDatabase(kContactsDatabaseName, 0, ContactSortOrders(withCompanySort));
-    RecreateDatabase(kCategoriesDatabaseName, 0, CategorySortOrders());
+FILETIME TimeOf(uint32_t high, uint32_t low) {
+  FILETIME time;
+  time.dwHighDateTime = high;
+  time.dwLowDateTime = low;
+  return time;
 }
 
-std::map<CEPROPID, RawValue> RawRecord(HANDLE db, CEOID oid)
-{
-    std::map<CEPROPID, RawValue> result;
-    DWORD index = 0;
-    if (CeSeekDatabase(db, CEDB_SEEK_CEOID, oid, &index) == 0)
-        return result;
-    WORD count = 0;
-    BYTE* buffer = nullptr;
-    DWORD size = 0;
-    CEOID read = CeReadRecordProps(db, CEDB_ALLOWREALLOC, &count, nullptr, &buffer, &size);
-    if (read != 0) {
-        const CEPROPVAL* values = reinterpret_cast<const CEPROPVAL*>(buffer);
-        for (WORD i = 0; i < count; ++i) {
-            RawValue value;
-            value.type = TypeFromPropID(values[i].propid);
-            switch (value.type) {
-            case CEVT_LPWSTR:
-                value.text = values[i].val.lpwstr != nullptr ? values[i].val.lpwstr : L"";
-                break;
-            case CEVT_BLOB:
-                value.blob.assign(reinterpret_cast<const char*>(values[i].val.blob.lpb), values[i].val.blob.dwCount);
-                break;
-            case CEVT_FILETIME:
-                value.time = values[i].val.filetime;
-                break;
-            case CEVT_I2:
-                value.number = static_cast<uint32_t>(static_cast<int32_t>(values[i].val.iVal));
-                break;
-            case CEVT_UI2:
-                value.number = values[i].val.uiVal;
-                break;
-            case CEVT_BOOL:
-                value.number = static_cast<uint32_t>(values[i].val.boolVal);
-                break;
-            default:
-                value.number = static_cast<uint32_t>(values[i].val.ulVal);
-                break;
-            }
-            result[values[i].propid] = value;
-        }
-    }
-    if (buffer != nullptr)
-        LocalFree(buffer);
-    return result;
+Contact FullContact(int seed) {
+  Contact contact;
+  for (int i = 0; i < kContactTextCount; ++i) {
+    wchar_t text[64];
+    _snwprintf(text, 63, L"Field %d of contact %d \u00e4\u00df\u0416", i, seed);
+    text[63] = 0;
+    contact.text[i] = text;
+  }
+  contact.birthday = TimeOf(0x01C80000u + static_cast<uint32_t>(seed), 0x12345678u);
+  contact.anniversary = TimeOf(0x01C90000u, 0x9ABCDEF0u + static_cast<uint32_t>(seed));
+  contact.defaultItem = ContactTextId(ContactField::MobilePhone);
+  std::string note = "Note of contact " + std::to_string(seed) + "\r\nsecond line";
+  contact.noteBlob = BufferOf(note);
+  std::string categories = std::string(1, static_cast<char>(1 << (seed % 8))) + std::string(3, '\0');
+  contact.categories = BufferOf(categories);
+  return contact;
 }
 
-bool HasNumber(const std::map<CEPROPID, RawValue>& record, WORD number)
-{
-    for (const auto& entry : record) {
-        if (IdFromPropID(entry.first) == number)
-            return true;
-    }
-    return false;
-}
-
-bool RecordingCounter::CountContact(const ByteBuffer& mask)
-{
-    calls.push_back("count " + Hex(mask));
-    return true;
-}
-
-bool RecordingCounter::UncountContact(const ByteBuffer& mask)
-{
-    calls.push_back("uncount " + Hex(mask));
-    return true;
-}
-
-bool RecordingCounter::RecountContact(const ByteBuffer& oldMask, const ByteBuffer& newMask)
-{
-    calls.push_back("recount " + Hex(oldMask) + " " + Hex(newMask));
-    return true;
-}
-
-FILETIME TimeOf(uint32_t high, uint32_t low)
-{
-    FILETIME time;
-    time.dwHighDateTime = high;
-    time.dwLowDateTime = low;
-    return time;
-}
-
-Contact FullContact(int seed)
-{
-    Contact contact;
-    for (int i = 0; i < kContactTextCount; ++i) {
-        wchar_t text[64];
-        _snwprintf(text, 63, L"Field %d of contact %d \u00e4\u00df\u0416", i, seed);
-        text[63] = 0;
-        contact.text[i] = text;
-    }
-    contact.birthday = TimeOf(0x01C80000u + static_cast<uint32_t>(seed), 0x12345678u);
-    contact.anniversary = TimeOf(0x01C90000u, 0x9ABCDEF0u + static_cast<uint32_t>(seed));
-    contact.defaultItem = ContactTextId(ContactField::MobilePhone);
-    std::string note = "Note of contact " + std::to_string(seed) + "\r\nsecond line";
-    contact.noteBlob = BufferOf(note);
-    std::string categories = std::string(1, static_cast<char>(1 << (seed % 8))) + std::string(3, '\0');
-    contact.categories = BufferOf(categories);
-    return contact;
-}
-
-} // namespace storetest
+}  // namespace storetest

@@ -25,9 +25,8 @@ inline std::string U8(const Str& text) { return U8(static_cast<const wchar_t*>(t
 inline std::string U8(const std::wstring& text) { return U8(text.c_str()); }
 
 std::string Bytes(const ByteBuffer& buffer);
-inline ByteBuffer BufferOf(const std::string& bytes)
-{
-    return ByteBuffer(bytes.data(), static_cast<uint32_t>(bytes.size()));
+inline ByteBuffer BufferOf(const std::string& bytes) {
+  return ByteBuffer(bytes.data(), static_cast<uint32_t>(bytes.size()));
 }
 
 // Deletes the database `name` if it exists; true when it is gone afterwards.
@@ -43,22 +42,22 @@ void MakeCleanContactStore(bool withCompanySort = true);
 
 // Every property of record `oid` of database `db`, read with the platform's own calls: id -> value.
 struct RawValue {
-    WORD type = 0;
-    std::wstring text;
-    std::string blob;
-    uint32_t number = 0;
-    FILETIME time = {};
+  WORD type = 0;
+  std::wstring text;
+  std::string blob;
+  uint32_t number = 0;
+  FILETIME time = {};
 };
 std::map<CEPROPID, RawValue> RawRecord(HANDLE db, CEOID oid);
 bool HasNumber(const std::map<CEPROPID, RawValue>& record, WORD number);
 
 // Records the calls that contact writes make to the category counters.
 class RecordingCounter : public CategoryCounter {
-public:
-    bool CountContact(const ByteBuffer& mask) override;
-    bool UncountContact(const ByteBuffer& mask) override;
-    bool RecountContact(const ByteBuffer& oldMask, const ByteBuffer& newMask) override;
-    std::vector<std::string> calls; // "count <hex>", "uncount <hex>", "recount <hex> <hex>"
+ public:
+  bool CountContact(const ByteBuffer& mask) override;
+  bool UncountContact(const ByteBuffer& mask) override;
+  bool RecountContact(const ByteBuffer& oldMask, const ByteBuffer& newMask) override;
+  std::vector<std::string> calls;  // "count <hex>", "uncount <hex>", "recount <hex> <hex>"
 };
 std::string Hex(const ByteBuffer& buffer);
 
@@ -68,4 +67,4 @@ FILETIME TimeOf(uint32_t high, uint32_t low);
 // and categories.
 Contact FullContact(int seed);
 
-} // namespace storetest
+}  // namespace storetest

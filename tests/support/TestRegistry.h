@@ -17,7 +17,7 @@ void WriteDword(HKEY root, const std::wstring& path, const std::wstring& name, D
 void WriteString(HKEY root, const std::wstring& path, const std::wstring& name, const std::wstring& text);
 
 // The item's settings tree and Today registration.
-extern const wchar_t kSettingsRoot[];   // Software\Zovrix\PIM
-extern const wchar_t kTodayItemKey[];   // Software\Microsoft\Today\Items\Pagemark
+extern const wchar_t kSettingsRoot[];  // Software\Zovrix\PIM
+extern const wchar_t kTodayItemKey[];  // Software\Microsoft\Today\Items\Pagemark
 
 }  // namespace testreg

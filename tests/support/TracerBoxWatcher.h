@@ -23,35 +23,35 @@
 #include <vector>
 
 class TracerBoxWatcher {
-public:
-    struct Box {
-        std::wstring text;
-        HWND owner;
-    };
+ public:
+  struct Box {
+    std::wstring text;
+    HWND owner;
+  };
 
-    explicit TracerBoxWatcher(const wchar_t* caption = L"Pagemark Tracer");
-    ~TracerBoxWatcher();
-    TracerBoxWatcher(const TracerBoxWatcher&) = delete;
-    TracerBoxWatcher& operator=(const TracerBoxWatcher&) = delete;
+  explicit TracerBoxWatcher(const wchar_t* caption = L"Pagemark Tracer");
+  ~TracerBoxWatcher();
+  TracerBoxWatcher(const TracerBoxWatcher&) = delete;
+  TracerBoxWatcher& operator=(const TracerBoxWatcher&) = delete;
 
-    // The texts of the boxes seen so far, oldest first.
-    std::vector<std::wstring> Texts() const;
-    std::vector<Box> Boxes() const;
-    size_t Count() const;
-    // Waits until at least `count` boxes were seen; false on timeout. For boxes of other threads.
-    bool WaitForBoxes(size_t count, DWORD timeoutMs = 5000) const;
-    // Forgets the boxes seen so far.
-    void Clear();
+  // The texts of the boxes seen so far, oldest first.
+  std::vector<std::wstring> Texts() const;
+  std::vector<Box> Boxes() const;
+  size_t Count() const;
+  // Waits until at least `count` boxes were seen; false on timeout. For boxes of other threads.
+  bool WaitForBoxes(size_t count, DWORD timeoutMs = 5000) const;
+  // Forgets the boxes seen so far.
+  void Clear();
 
-private:
-    void Run();
-    void Poll();
+ private:
+  void Run();
+  void Poll();
 
-    std::wstring m_caption;
-    mutable std::mutex m_mutex;
-    mutable std::condition_variable m_changed;
-    std::vector<Box> m_boxes;
-    std::set<HWND> m_handled; // boxes already recorded and told to close
-    bool m_stop = false;
-    std::thread m_thread;
+  std::wstring m_caption;
+  mutable std::mutex m_mutex;
+  mutable std::condition_variable m_changed;
+  std::vector<Box> m_boxes;
+  std::set<HWND> m_handled;  // boxes already recorded and told to close
+  bool m_stop = false;
+  std::thread m_thread;
 };

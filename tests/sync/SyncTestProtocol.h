@@ -19,16 +19,16 @@ extern const wchar_t kHelperClass[];
 extern const wchar_t kLogMutex[];
 
 enum Command : UINT {
-    CmdRegister = WM_APP + 1,   // Register(own window): 1 when it worked, + 2 when master
-    CmdUnregister,              // Unregister(own window)
-    CmdChangeToMaster,          // ChangeToMaster(own window)
-    CmdChangeToMasterOther,     // ChangeToMaster(a window that isn't the own one)
-    CmdUpdateLinkType,          // UpdateLinkType(wParam, lParam)
-    CmdSetFlag,                 // SetFlag(wParam, lParam)
-    CmdGetFlag,                 // GetFlag(wParam)
-    CmdIsMaster,                // IsMaster()
-    CmdDrain,                   // handles every message already queued for the helper, then 1
-    CmdQuit,                    // leaves without unregistering
+  CmdRegister = WM_APP + 1,  // Register(own window): 1 when it worked, + 2 when master
+  CmdUnregister,             // Unregister(own window)
+  CmdChangeToMaster,         // ChangeToMaster(own window)
+  CmdChangeToMasterOther,    // ChangeToMaster(a window that isn't the own one)
+  CmdUpdateLinkType,         // UpdateLinkType(wParam, lParam)
+  CmdSetFlag,                // SetFlag(wParam, lParam)
+  CmdGetFlag,                // GetFlag(wParam)
+  CmdIsMaster,               // IsMaster()
+  CmdDrain,                  // handles every message already queued for the helper, then 1
+  CmdQuit,                   // leaves without unregistering
 };
 
 // Appends one line to the log file under the log mutex; false when that took longer than 10 s or
@@ -37,4 +37,4 @@ bool AppendLogLine(const std::wstring& path, const std::string& line);
 // The lines of the log, without line ends; none when there is no log.
 std::vector<std::string> ReadLogLines(const std::wstring& path);
 
-} // namespace synctest
+}  // namespace synctest

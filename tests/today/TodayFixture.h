@@ -33,10 +33,12 @@ struct TodayFixture {
 
   DWORD TodayFailed() {
     DWORD value = 0xFFFF;
-    testreg::ReadDword(HKEY_CURRENT_USER, std::wstring(testreg::kSettingsRoot) + L"\\Settings", L"TodayFailed", &value);
+    testreg::ReadDword(HKEY_CURRENT_USER, std::wstring(testreg::kSettingsRoot) + L"\\Settings",
+                       L"TodayFailed", &value);
     return value;
   }
   void SetTodayFailed(DWORD value) {
-    testreg::WriteDword(HKEY_CURRENT_USER, std::wstring(testreg::kSettingsRoot) + L"\\Settings", L"TodayFailed", value);
+    testreg::WriteDword(HKEY_CURRENT_USER, std::wstring(testreg::kSettingsRoot) + L"\\Settings",
+                        L"TodayFailed", value);
   }
 };

@@ -20,7 +20,8 @@ TEST_CASE_FIXTURE(TodayFixture, "Enabled stored as a string: not registered") {
   CHECK(IsTodayRegistered() == TRUE);
 }
 
-TEST_CASE_FIXTURE(TodayFixture, "RegisterTodayItem writes the five values; twice gives the same values and 1") {
+TEST_CASE_FIXTURE(TodayFixture,
+                  "RegisterTodayItem writes the five values; twice gives the same values and 1") {
   for (int round = 0; round < 2; ++round) {
     CAPTURE(round);
     CHECK(RegisterTodayItem() == TRUE);
@@ -32,7 +33,10 @@ TEST_CASE_FIXTURE(TodayFixture, "RegisterTodayItem writes the five values; twice
     wchar_t module[MAX_PATH];
     GetModuleFileNameW(nullptr, module, MAX_PATH);
     CHECK(text == module);
-    struct Expected { const wchar_t* name; DWORD value; };
+    struct Expected {
+      const wchar_t* name;
+      DWORD value;
+    };
     for (Expected e : {Expected{L"Type", 4}, Expected{L"Enabled", 1}, Expected{L"Options", 0},
                        Expected{L"Selectability", 2}}) {
       CAPTURE(std::string(e.name, e.name + wcslen(e.name)));

@@ -14,7 +14,8 @@ TEST_CASE_FIXTURE(TodayFixture, "fEnabled 0 gives null and makes no object") {
   CHECK(TodayFailed() == 0xFFFF);  // nothing was even read or written
 }
 
-TEST_CASE_FIXTURE(TodayFixture, "TodayFailed 1: the item unregisters itself, clears the guard and touches no class") {
+TEST_CASE_FIXTURE(TodayFixture,
+                  "TodayFailed 1: the item unregisters itself, clears the guard and touches no class") {
   REQUIRE(RegisterTodayItem());
   REQUIRE(testreg::KeyExists(HKEY_LOCAL_MACHINE, testreg::kTodayItemKey));
   SetTodayFailed(1);
@@ -36,7 +37,8 @@ TEST_CASE_FIXTURE(TodayFixture, "TodayFailed 1: the item unregisters itself, cle
   UnregisterClassW(L"COOL.LIST", GetModuleHandleW(nullptr));
 }
 
-TEST_CASE_FIXTURE(TodayFixture, "TodayFailed of any other value than 1 lets the start proceed and ends at 0") {
+TEST_CASE_FIXTURE(TodayFixture,
+                  "TodayFailed of any other value than 1 lets the start proceed and ends at 0") {
   for (DWORD value : {0u, 2u, 7u, 0xFFFFFFFFu}) {
     CAPTURE(value);
     SetTodayFailed(value);
@@ -49,7 +51,8 @@ TEST_CASE_FIXTURE(TodayFixture, "TodayFailed of any other value than 1 lets the 
   }
 }
 
-TEST_CASE_FIXTURE(TodayFixture, "the item window: a child of the host, the work area's width, no height at first") {
+TEST_CASE_FIXTURE(TodayFixture,
+                  "the item window: a child of the host, the work area's width, no height at first") {
   HWND window = InitializeCustomItem(&item, host);
   REQUIRE(window != nullptr);
   RECT work, rect;
@@ -122,7 +125,8 @@ TEST_CASE_FIXTURE(TodayFixture, "HideSim is read at start into the process-wide 
   CHECK(g_hideSim == 0);
 }
 
-TEST_CASE_FIXTURE(TodayFixture, "WM_DESTROY takes the item down in order, and a second start runs on the same object") {
+TEST_CASE_FIXTURE(TodayFixture,
+                  "WM_DESTROY takes the item down in order, and a second start runs on the same object") {
   HWND first = InitializeCustomItem(&item, host);
   REQUIRE(first != nullptr);
   CPimToday* object = g_pimToday;
@@ -149,7 +153,8 @@ TEST_CASE_FIXTURE(TodayFixture, "WM_DESTROY takes the item down in order, and a 
   CHECK(TodayFailed() == 0);
 }
 
-TEST_CASE_FIXTURE(TodayFixture, "the contact template path is in the user's data folder, created when missing") {
+TEST_CASE_FIXTURE(TodayFixture,
+                  "the contact template path is in the user's data folder, created when missing") {
   SetSettingString(SECTION_SETTINGS, L"FolderPath", L"\\Pagemark Test Data\\", TRUE);
   RemoveDirectoryW(L"\\Pagemark Test Data");
   REQUIRE(InitializeCustomItem(&item, host) != nullptr);

@@ -35,8 +35,10 @@ std::string ReadFile(const std::wstring& path) {
 Run Tool(const std::wstring& program, const std::wstring& arguments) {
   std::wstring outPath = L"\\Temp\\pimtool-test.out", errPath = L"\\Temp\\pimtool-test.err";
   SECURITY_ATTRIBUTES inherit = {sizeof inherit, nullptr, TRUE};
-  HANDLE out = CreateFileW(outPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit, CREATE_ALWAYS, 0, nullptr);
-  HANDLE err = CreateFileW(errPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit, CREATE_ALWAYS, 0, nullptr);
+  HANDLE out =
+      CreateFileW(outPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit, CREATE_ALWAYS, 0, nullptr);
+  HANDLE err =
+      CreateFileW(errPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit, CREATE_ALWAYS, 0, nullptr);
   wchar_t previous[MAX_PATH] = L"";
   const bool hadStore = GetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", previous, MAX_PATH) != 0;
   SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", kStore);
@@ -50,7 +52,8 @@ Run Tool(const std::wstring& program, const std::wstring& arguments) {
   startup.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
   PROCESS_INFORMATION process = {};
   Run run;
-  if (CreateProcessW(path.c_str(), &commandLine[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process)) {
+  if (CreateProcessW(path.c_str(), &commandLine[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
+                     &process)) {
     if (WaitForSingleObject(process.hProcess, 120000) == WAIT_OBJECT_0) {
       DWORD code = 0;
       GetExitCodeProcess(process.hProcess, &code);
@@ -82,7 +85,8 @@ std::vector<std::string> Lines(const std::string& text) {
 
 std::string Utf8(const std::wstring& text) {
   if (text.empty()) return std::string();
-  int n = WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0, nullptr, nullptr);
+  int n = WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0, nullptr,
+                              nullptr);
   std::string out(n, '\0');
   WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), &out[0], n, nullptr, nullptr);
   return out;

@@ -11,8 +11,9 @@ bool SameContact(const ToolContact& a, const ToolContact& b) {
   return a.birthday == b.birthday && a.anniversary == b.anniversary && a.categories == b.categories &&
          a.note == b.note && a.phones.size() == b.phones.size() && a.emails.size() == b.emails.size() &&
          a.messengers.size() == b.messengers.size() && a.addresses.size() == b.addresses.size() &&
-         a.people.size() == b.people.size() && a.dates.size() == b.dates.size() && a.links.size() == b.links.size() &&
-         a.otherValues.size() == b.otherValues.size() && a.photo == b.photo && a.richNote == b.richNote;
+         a.people.size() == b.people.size() && a.dates.size() == b.dates.size() &&
+         a.links.size() == b.links.size() && a.otherValues.size() == b.otherValues.size() &&
+         a.photo == b.photo && a.richNote == b.richNote;
 }
 
 bool HasCyrillic(const std::wstring& text) {
@@ -24,7 +25,8 @@ bool HasCyrillic(const std::wstring& text) {
 }  // namespace
 
 TEST_CASE("the same seed gives the same contacts; another seed others") {
-  std::vector<ToolContact> a = GenerateContacts(300, 7), b = GenerateContacts(300, 7), c = GenerateContacts(300, 8);
+  std::vector<ToolContact> a = GenerateContacts(300, 7), b = GenerateContacts(300, 7),
+                           c = GenerateContacts(300, 8);
   int differing = 0;
   for (size_t i = 0; i < a.size(); ++i) {
     CHECK(SameContact(a[i], b[i]));
@@ -38,7 +40,8 @@ TEST_CASE("the same seed gives the same contacts; another seed others") {
 TEST_CASE("generated contacts have the variety the index must cope with") {
   std::vector<ToolContact> contacts = GenerateContacts(2000, 1);
   int companyOnly = 0, nameless = 0, cyrillic = 0, umlaut = 0, international = 0, compact = 0, extension = 0,
-      twoNumbers = 0, mails = 0, pages = 0, addresses = 0, birthdays = 0, categories = 0, notes = 0, extraPhones = 0;
+      twoNumbers = 0, mails = 0, pages = 0, addresses = 0, birthdays = 0, categories = 0, notes = 0,
+      extraPhones = 0;
   std::set<std::wstring> lastNames;
   for (const ToolContact& c : contacts) {
     if (!c.HasName() && !c.text[FieldCompany].empty()) ++companyOnly;
@@ -102,7 +105,8 @@ TEST_CASE("generated contacts carry every kind of extended data, and some keep t
     if (c.richNote) ++rich;
     if (c.richNote && c.note.empty()) ++richWithoutNote;
     for (const LabelledValue& value : c.otherValues)
-      if (value.label.find_first_of(L"[];:\\") != std::wstring::npos || value.value.find_first_of(L"[];:\\") != std::wstring::npos)
+      if (value.label.find_first_of(L"[];:\\") != std::wstring::npos ||
+          value.value.find_first_of(L"[];:\\") != std::wstring::npos)
         ++escaped;
     for (const ToolAddress& address : c.addresses)
       if (HasCyrillic(address.label)) ++cyrillic;

@@ -26,12 +26,14 @@ std::string DateOf(uint64_t fileTime) {
 std::vector<std::string> ExpectedExtendedLines(const ToolContact& c) {
   std::vector<std::string> lines;
   auto pairs = [&lines](const char* name, const std::vector<LabelledValue>& list) {
-    for (const LabelledValue& pair : list) lines.push_back(std::string(name) + " (" + Utf8(pair.label) + "): " + Utf8(pair.value));
+    for (const LabelledValue& pair : list)
+      lines.push_back(std::string(name) + " (" + Utf8(pair.label) + "): " + Utf8(pair.value));
   };
   pairs("Phone", c.phones);
   pairs("Email", c.emails);
   for (const ToolMessenger& m : c.messengers)
-    lines.push_back("Messenger (" + Utf8(m.kind) + "): " + Utf8(m.id) + (m.note.empty() ? "" : " (" + Utf8(m.note) + ")"));
+    lines.push_back("Messenger (" + Utf8(m.kind) + "): " + Utf8(m.id) +
+                    (m.note.empty() ? "" : " (" + Utf8(m.note) + ")"));
   pairs("WebPage", c.webPages);
   for (const ToolAddress& a : c.addresses) {
     std::string line = "Address (" + Utf8(a.label) + "): ";
@@ -45,7 +47,6 @@ std::vector<std::string> ExpectedExtendedLines(const ToolContact& c) {
   if (!c.photo.empty()) lines.push_back("Photo: " + Utf8(c.photo));
   return lines;
 }
-
 
 }  // namespace
 
@@ -68,7 +69,8 @@ TEST_CASE("generate writes the generator's contacts and list shows them in order
     CAPTURE(line);
     REQUIRE(line.size() >= 10);
     CHECK(line.find_first_not_of("0123456789abcdef") == 8);  // the record id in hexadecimal
-    CHECK(line.substr(10, Utf8(static_cast<const wchar_t*>(name)).size()) == Utf8(static_cast<const wchar_t*>(name)));
+    CHECK(line.substr(10, Utf8(static_cast<const wchar_t*>(name)).size()) ==
+          Utf8(static_cast<const wchar_t*>(name)));
   }
 }
 
@@ -88,10 +90,11 @@ TEST_CASE("dump prints the stored fields, dates, categories, Note and extended d
     if (!expected.text[FieldLastName].empty())
       CHECK(dump.out.find("LastName: " + Utf8(expected.text[FieldLastName]) + "\n") != std::string::npos);
     if (!expected.text[FieldMobilePhone].empty())
-      CHECK(dump.out.find("MobilePhone: " + Utf8(expected.text[FieldMobilePhone]) + "\n") != std::string::npos);
-    if (!expected.categories.empty())
-      CHECK(dump.out.find("Categories: ") != std::string::npos);
-    for (const std::wstring& category : expected.categories) CHECK(dump.out.find(Utf8(category)) != std::string::npos);
+      CHECK(dump.out.find("MobilePhone: " + Utf8(expected.text[FieldMobilePhone]) + "\n") !=
+            std::string::npos);
+    if (!expected.categories.empty()) CHECK(dump.out.find("Categories: ") != std::string::npos);
+    for (const std::wstring& category : expected.categories)
+      CHECK(dump.out.find(Utf8(category)) != std::string::npos);
     if (!expected.note.empty()) {
       // A Note kept rich, or made rich to carry extended data, shows its lines joined by spaces.
       std::string note;
@@ -126,9 +129,10 @@ TEST_CASE("dump prints the stored fields, dates, categories, Note and extended d
 TEST_CASE("import reads a vCard file, reports a malformed card by its line and imports the rest") {
   FreshStore();
   std::wstring path = L"\\Temp\\pimtool-test.vcf";
-  std::ofstream(path.c_str(), std::ios::binary) << "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Alpha;Ann\r\nTEL;TYPE=CELL:555-0101\r\nEND:VCARD\r\n"
-                                                   "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Broken;Bob\r\nno colon here\r\nEND:VCARD\r\n"
-                                                   "BEGIN:VCARD\r\nVERSION:2.1\r\nN:Gamma;Gil\r\nEND:VCARD\r\n";
+  std::ofstream(path.c_str(), std::ios::binary)
+      << "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Alpha;Ann\r\nTEL;TYPE=CELL:555-0101\r\nEND:VCARD\r\n"
+         "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Broken;Bob\r\nno colon here\r\nEND:VCARD\r\n"
+         "BEGIN:VCARD\r\nVERSION:2.1\r\nN:Gamma;Gil\r\nEND:VCARD\r\n";
   Run import = Tool(L"pimtool.exe", L"import " + path);
   CHECK(import.code == 0);
   CHECK(import.out == "added 2 contacts\n");
@@ -146,14 +150,17 @@ TEST_CASE("import writes the extended data of a card into its Note, and dump rea
   std::ofstream(path.c_str(), std::ios::binary)
       << "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Petrov;Ivan\r\n"
          "TEL;TYPE=CELL:+7 900 000-00-01\r\nTEL;TYPE=CELL:+7 900 000-00-02\r\n"
-         "item1.TEL;TYPE=CELL:+7 812 555-01-02\r\nitem1.X-ABLabel:" + Utf8(L"Дача") + "\r\n"
-         "X-ICQ:123456789\r\nIMPP;TYPE=WORK:xmpp:ivan@jabber.example\r\n"
-         "ADR;TYPE=HOME:;;1 Main St;Springfield;;12345;USA\r\nADR;TYPE=HOME:;;2 Lake Rd;Shelbyville;;54321;USA\r\n"
-         "item2.X-ABDATE:2001-02-03\r\nitem2.X-ABLabel:_$!<Anniversary>!$_\r\n"
-         "X-ABRELATEDNAMES;TYPE=brother:Piotr [the elder]\r\n"
-         "PHOTO;VALUE=URI:file:///photos/ivan.jpg\r\n"
-         "NOTE:Call after 6\\nKey: [42]\r\n"
-         "END:VCARD\r\n";
+         "item1.TEL;TYPE=CELL:+7 812 555-01-02\r\nitem1.X-ABLabel:" +
+             Utf8(L"Дача") +
+             "\r\n"
+             "X-ICQ:123456789\r\nIMPP;TYPE=WORK:xmpp:ivan@jabber.example\r\n"
+             "ADR;TYPE=HOME:;;1 Main St;Springfield;;12345;USA\r\nADR;TYPE=HOME:;;2 Lake "
+             "Rd;Shelbyville;;54321;USA\r\n"
+             "item2.X-ABDATE:2001-02-03\r\nitem2.X-ABLabel:_$!<Anniversary>!$_\r\n"
+             "X-ABRELATEDNAMES;TYPE=brother:Piotr [the elder]\r\n"
+             "PHOTO;VALUE=URI:file:///photos/ivan.jpg\r\n"
+             "NOTE:Call after 6\\nKey: [42]\r\n"
+             "END:VCARD\r\n";
   Run import = Tool(L"pimtool.exe", L"import " + path);
   CHECK(import.code == 0);
   CHECK(import.out == "added 1 contacts\n");
@@ -168,7 +175,9 @@ TEST_CASE("import writes the extended data of a card into its Note, and dump rea
   CHECK(dump.out.find("NoteForm: rich\n"
                       "Note: Call after 6 Key: [42]\n"
                       "Phone (Mobile): +7 900 000-00-02\n"
-                      "Phone (" + Utf8(L"Дача") + "): +7 812 555-01-02\n"
+                      "Phone (" +
+                      Utf8(L"Дача") +
+                      "): +7 812 555-01-02\n"
                       "Messenger (ICQ): 123456789\n"
                       "Messenger (Jabber): ivan@jabber.example (work)\n"
                       "Address (Home): 2 Lake Rd; Shelbyville; ; 54321; USA; 0\n"

@@ -40,13 +40,15 @@ std::vector<std::string> Rows(ContactManager& manager, const Array<CEOID>& ids) 
   return rows;
 }
 
-std::vector<std::string> GroupedRows(ContactManager& manager, const Array<uint32_t>& flat, const Array<Str>& titles) {
+std::vector<std::string> GroupedRows(ContactManager& manager, const Array<uint32_t>& flat,
+                                     const Array<Str>& titles) {
   std::vector<std::string> rows;
   int at = 0;
   for (int g = 0; at < flat.GetSize(); ++g) {
     const int size = static_cast<int>(flat[at++]);
     rows.push_back("[" + Utf8(static_cast<const wchar_t*>(titles[g])) + "]");
-    for (int k = 0; k < size; ++k, ++at) rows.push_back(HexOf(flat[at]) + "  " + ListNameOf(manager, flat[at]));
+    for (int k = 0; k < size; ++k, ++at)
+      rows.push_back(HexOf(flat[at]) + "  " + ListNameOf(manager, flat[at]));
   }
   return rows;
 }
@@ -93,7 +95,8 @@ TEST_CASE("pimtool check reports a damaged index file and fails") {
   REQUIRE(Tool(L"pimtool.exe", L"open").code == 0);
   CheckSound();
   // A link of the word tree's root pointing far outside the data.
-  HANDLE file = CreateFileW(IndexStore::DefaultPath(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+  HANDLE file = CreateFileW(IndexStore::DefaultPath(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                            OPEN_EXISTING, 0, nullptr);
   REQUIRE(file != INVALID_HANDLE_VALUE);
   DWORD done = 0;
   uint32_t root = 0;
@@ -113,7 +116,8 @@ TEST_CASE("pimtool check reports a damaged index file and fails") {
 TEST_CASE("pimtool add, update and delete go through the manager and the index follows") {
   FreshStore();
   REQUIRE(Tool(L"pimtool.exe", L"generate 50 --seed 9").code == 0);
-  Run add = Tool(L"pimtool.exe", L"add LastName=Quimbleton FirstName=Harold \"MobilePhone=+7 900 123-45-67\"");
+  Run add =
+      Tool(L"pimtool.exe", L"add LastName=Quimbleton FirstName=Harold \"MobilePhone=+7 900 123-45-67\"");
   REQUIRE(add.code == 0);
   const std::string id = Lines(add.out).at(0);
   REQUIRE(id.size() == 8);
@@ -122,7 +126,8 @@ TEST_CASE("pimtool add, update and delete go through the manager and the index f
   CHECK(found.out == id + "  Quimbleton, Harold\n");
   Run phone = Tool(L"pimtool.exe", L"find-phone 79001234567");
   CHECK(phone.out == id + "  Quimbleton, Harold  1234567\n");
-  Run update = Tool(L"pimtool.exe", L"update " + std::wstring(id.begin(), id.end()) + L" Company=Zanzibarworks");
+  Run update =
+      Tool(L"pimtool.exe", L"update " + std::wstring(id.begin(), id.end()) + L" Company=Zanzibarworks");
   CHECK(update.code == 0);
   CheckSound();
   CHECK(Tool(L"pimtool.exe", L"search --text zanzibarw").out == id + "  Quimbleton, Harold\n");
@@ -155,7 +160,8 @@ TEST_CASE("pimtool search on 10,000 contacts prints the manager's own results an
     CAPTURE(Utf8(digits));
     for (int sort : {0, 1, 2}) {
       CAPTURE(sort);
-      Run run = Tool(L"pimtool.exe", std::wstring(L"search --keypad ") + digits + L" --sort " + std::to_wstring(sort));
+      Run run = Tool(L"pimtool.exe",
+                     std::wstring(L"search --keypad ") + digits + L" --sort " + std::to_wstring(sort));
       REQUIRE(run.code == 0);
       std::vector<std::string> expected;
       if (sort == 2) {
@@ -180,7 +186,8 @@ TEST_CASE("pimtool search on 10,000 contacts prints the manager's own results an
     for (int sort : {0, 1, 2}) {
       CAPTURE(Utf8(digits));
       CAPTURE(sort);
-      Run run = Tool(L"pimtool.exe", std::wstring(L"search --keypad ") + digits + L" --sort " + std::to_wstring(sort));
+      Run run = Tool(L"pimtool.exe",
+                     std::wstring(L"search --keypad ") + digits + L" --sort " + std::to_wstring(sort));
       std::vector<std::string> expected;
       if (sort == 2) {
         std::vector<uint32_t> flat;

@@ -8,10 +8,13 @@ std::string Utf8(const std::wstring& text) {
   std::string out;
   for (wchar_t c : text) {
     unsigned u = c;
-    if (u < 0x80) out += static_cast<char>(u);
-    else if (u < 0x800) out += static_cast<char>(0xC0 | (u >> 6)), out += static_cast<char>(0x80 | (u & 0x3F));
-    else out += static_cast<char>(0xE0 | (u >> 12)), out += static_cast<char>(0x80 | ((u >> 6) & 0x3F)),
-             out += static_cast<char>(0x80 | (u & 0x3F));
+    if (u < 0x80)
+      out += static_cast<char>(u);
+    else if (u < 0x800)
+      out += static_cast<char>(0xC0 | (u >> 6)), out += static_cast<char>(0x80 | (u & 0x3F));
+    else
+      out += static_cast<char>(0xE0 | (u >> 12)), out += static_cast<char>(0x80 | ((u >> 6) & 0x3F)),
+          out += static_cast<char>(0x80 | (u & 0x3F));
   }
   return out;
 }
@@ -90,7 +93,8 @@ TEST_CASE("vCard 2.1: bare types, quoted-printable with soft breaks, character s
   std::string file =
       "BEGIN:VCARD\n"
       "VERSION:2.1\n"
-      "N;CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:=D0=98=D0=B2=D0=B0=D0=BD=D0=BE=D0=B2;=D0=98=D0=B2=D0=B0=D0=BD\n"
+      "N;CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:=D0=98=D0=B2=D0=B0=D0=BD=D0=BE=D0=B2;=D0=98=D0=B2=D0=B0=D0="
+      "BD\n"
       "TEL;HOME;VOICE:+7 (495) 123-45-67\n"
       "TEL;CELL:8001234567\n"
       "TEL;WORK;FAX:+7 495 765 4321\n"
@@ -120,7 +124,9 @@ TEST_CASE("UTF-8 and UTF-16 files with byte-order marks") {
   REQUIRE(utf8.contacts.size() == 1);
   CHECK(utf8.contacts[0].text[FieldLastName] == L"Müller");
 
-  std::wstring wide = L"\xFEFF" L"BEGIN:VCARD\r\nVERSION:3.0\r\nN:Шмидт;Анна\r\nEND:VCARD\r\n";
+  std::wstring wide =
+      L"\xFEFF"
+      L"BEGIN:VCARD\r\nVERSION:3.0\r\nN:Шмидт;Анна\r\nEND:VCARD\r\n";
   std::string utf16(reinterpret_cast<const char*>(wide.data()), wide.size() * 2);
   VCardResult result = ParseVCards(utf16);
   REQUIRE(result.contacts.size() == 1);
@@ -130,28 +136,28 @@ TEST_CASE("UTF-8 and UTF-16 files with byte-order marks") {
 
 TEST_CASE("a malformed card is reported with its line and skipped; the others are read") {
   std::string file =
-      "BEGIN:VCARD\n"           // 1
-      "VERSION:3.0\n"           // 2
-      "N:One;First\n"           // 3
-      "END:VCARD\n"             // 4
-      "BEGIN:VCARD\n"           // 5
-      "VERSION:3.0\n"           // 6
-      "N:Two;Broken\n"          // 7
-      "this line has no colon\n"  // 8
-      "TEL:555-0000\n"          // 9
-      "END:VCARD\n"             // 10
-      "BEGIN:VCARD\n"           // 11
-      "VERSION:2.1\n"           // 12
+      "BEGIN:VCARD\n"                         // 1
+      "VERSION:3.0\n"                         // 2
+      "N:One;First\n"                         // 3
+      "END:VCARD\n"                           // 4
+      "BEGIN:VCARD\n"                         // 5
+      "VERSION:3.0\n"                         // 6
+      "N:Two;Broken\n"                        // 7
+      "this line has no colon\n"              // 8
+      "TEL:555-0000\n"                        // 9
+      "END:VCARD\n"                           // 10
+      "BEGIN:VCARD\n"                         // 11
+      "VERSION:2.1\n"                         // 12
       "N;ENCODING=QUOTED-PRINTABLE:Bad=ZZ\n"  // 13
-      "END:VCARD\n"             // 14
-      "BEGIN:VCARD\n"           // 15
-      "VERSION:3.0\n"           // 16
-      "BDAY:1970-13-45\n"       // 17
-      "END:VCARD\n"             // 18
-      "BEGIN:VCARD\n"           // 19
-      "VERSION:3.0\n"           // 20
-      "N:Three;Last\n"          // 21
-      "END:VCARD\n";            // 22
+      "END:VCARD\n"                           // 14
+      "BEGIN:VCARD\n"                         // 15
+      "VERSION:3.0\n"                         // 16
+      "BDAY:1970-13-45\n"                     // 17
+      "END:VCARD\n"                           // 18
+      "BEGIN:VCARD\n"                         // 19
+      "VERSION:3.0\n"                         // 20
+      "N:Three;Last\n"                        // 21
+      "END:VCARD\n";                          // 22
   VCardResult result = ParseVCards(file);
   REQUIRE(result.contacts.size() == 2);
   CHECK(result.contacts[0].text[FieldLastName] == L"One");
@@ -164,19 +170,19 @@ TEST_CASE("a malformed card is reported with its line and skipped; the others ar
 
 TEST_CASE("a card without its end, an end without a card, and an unknown version") {
   std::string file =
-      "END:VCARD\n"             // 1
-      "BEGIN:VCARD\n"           // 2
-      "VERSION:3.0\n"           // 3
-      "N:Lost;Card\n"           // 4
-      "BEGIN:VCARD\n"           // 5
-      "VERSION:9.9\n"           // 6
-      "END:VCARD\n"             // 7
-      "BEGIN:VCARD\n"           // 8
-      "VERSION:3.0\n"           // 9
-      "N:Kept;Card\n"           // 10
-      "END:VCARD\n"             // 11
-      "BEGIN:VCARD\n"           // 12
-      "N:Unended;Card\n";       // 13
+      "END:VCARD\n"        // 1
+      "BEGIN:VCARD\n"      // 2
+      "VERSION:3.0\n"      // 3
+      "N:Lost;Card\n"      // 4
+      "BEGIN:VCARD\n"      // 5
+      "VERSION:9.9\n"      // 6
+      "END:VCARD\n"        // 7
+      "BEGIN:VCARD\n"      // 8
+      "VERSION:3.0\n"      // 9
+      "N:Kept;Card\n"      // 10
+      "END:VCARD\n"        // 11
+      "BEGIN:VCARD\n"      // 12
+      "N:Unended;Card\n";  // 13
   VCardResult result = ParseVCards(file);
   REQUIRE(result.contacts.size() == 1);
   CHECK(result.contacts[0].text[FieldLastName] == L"Kept");
@@ -266,7 +272,8 @@ TEST_CASE("messengers, labelled values, related names, further dates and address
 
 TEST_CASE("an embedded photo gives no name, and a bad further date spoils its card") {
   std::string file =
-      "BEGIN:VCARD\r\nVERSION:2.1\r\nN:A;B\r\nPHOTO;ENCODING=BASE64;TYPE=JPEG:/9j/4AAQSkZJRgABAQ\r\nEND:VCARD\r\n"
+      "BEGIN:VCARD\r\nVERSION:2.1\r\nN:A;B\r\nPHOTO;ENCODING=BASE64;TYPE=JPEG:/9j/"
+      "4AAQSkZJRgABAQ\r\nEND:VCARD\r\n"
       "BEGIN:VCARD\r\nVERSION:3.0\r\nN:C;D\r\nX-ABDATE:someday\r\nEND:VCARD\r\n";
   VCardResult result = ParseVCards(file);
   REQUIRE(result.contacts.size() == 1);

@@ -53,7 +53,9 @@ void FillExtended(const ToolContact& source, ContactExtended& block) {
   block.Image = ToStr(source.photo);
 }
 
-std::wstring Text(const Str& text) { return std::wstring(static_cast<const wchar_t*>(text), text.GetLength()); }
+std::wstring Text(const Str& text) {
+  return std::wstring(static_cast<const wchar_t*>(text), text.GetLength());
+}
 
 }  // namespace
 
@@ -82,7 +84,8 @@ bool RichNoteOf(const std::wstring& text, ByteBuffer& document) {
   return true;
 }
 
-bool ToContactRecord(const ToolContact& source, ToolCategories& categories, ContactNote& note, Contact& contact) {
+bool ToContactRecord(const ToolContact& source, ToolCategories& categories, ContactNote& note,
+                     Contact& contact) {
   contact.Clear();
   for (int f = 0; f < ToolFieldCount; ++f) contact.text[f] = source.text[f].c_str();
   contact.birthday = ToFileTime(source.birthday);

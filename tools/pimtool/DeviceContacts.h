@@ -13,7 +13,8 @@
 // when missing), the extended block, and the Note: the user's text as plain wide text or as a rich
 // document, with the extended block merged into it by the item's writer. False (with the last error)
 // when the Note can't be made.
-bool ToContactRecord(const ToolContact& source, ToolCategories& categories, ContactNote& note, Contact& contact);
+bool ToContactRecord(const ToolContact& source, ToolCategories& categories, ContactNote& note,
+                     Contact& contact);
 
 // The user's text as a rich document: the item's empty Note with one paragraph for each non-empty line.
 bool RichNoteOf(const std::wstring& text, ByteBuffer& document);

@@ -23,14 +23,16 @@ std::wstring Digits(Random& random, int count) {
 
 // Latin letters for mail addresses and web pages.
 std::wstring Latin(const std::wstring& word) {
-  static const struct { wchar_t from; const wchar_t* to; } kTable[] = {
-      {L'а', L"a"},  {L'б', L"b"},  {L'в', L"v"},  {L'г', L"g"},  {L'д', L"d"},   {L'е', L"e"},
-      {L'ё', L"e"},  {L'ж', L"zh"}, {L'з', L"z"},  {L'и', L"i"},  {L'й', L"y"},   {L'к', L"k"},
-      {L'л', L"l"},  {L'м', L"m"},  {L'н', L"n"},  {L'о', L"o"},  {L'п', L"p"},   {L'р', L"r"},
-      {L'с', L"s"},  {L'т', L"t"},  {L'у', L"u"},  {L'ф', L"f"},  {L'х', L"kh"},  {L'ц', L"ts"},
-      {L'ч', L"ch"}, {L'ш', L"sh"}, {L'щ', L"sch"}, {L'ъ', L""},  {L'ы', L"y"},   {L'ь', L""},
-      {L'э', L"e"},  {L'ю', L"yu"}, {L'я', L"ya"}, {L'ä', L"ae"}, {L'ö', L"oe"},  {L'ü', L"ue"},
-      {L'ß', L"ss"}};
+  static const struct {
+    wchar_t from;
+    const wchar_t* to;
+  } kTable[] = {{L'а', L"a"},  {L'б', L"b"},  {L'в', L"v"},   {L'г', L"g"},  {L'д', L"d"},  {L'е', L"e"},
+                {L'ё', L"e"},  {L'ж', L"zh"}, {L'з', L"z"},   {L'и', L"i"},  {L'й', L"y"},  {L'к', L"k"},
+                {L'л', L"l"},  {L'м', L"m"},  {L'н', L"n"},   {L'о', L"o"},  {L'п', L"p"},  {L'р', L"r"},
+                {L'с', L"s"},  {L'т', L"t"},  {L'у', L"u"},   {L'ф', L"f"},  {L'х', L"kh"}, {L'ц', L"ts"},
+                {L'ч', L"ch"}, {L'ш', L"sh"}, {L'щ', L"sch"}, {L'ъ', L""},   {L'ы', L"y"},  {L'ь', L""},
+                {L'э', L"e"},  {L'ю', L"yu"}, {L'я', L"ya"},  {L'ä', L"ae"}, {L'ö', L"oe"}, {L'ü', L"ue"},
+                {L'ß', L"ss"}};
   std::wstring out;
   for (wchar_t c : word) {
     wchar_t lower = c;
@@ -51,15 +53,27 @@ std::wstring Latin(const std::wstring& word) {
 std::wstring Phone(Random& random, const NameCulture& culture) {
   std::wstring code = culture.countryCode;
   switch (random.Below(9)) {
-    case 0: return L"+" + code + L" (" + Digits(random, 3) + L") " + Digits(random, 3) + L"-" + Digits(random, 2) + L"-" + Digits(random, 2);
-    case 1: return L"(" + Digits(random, 3) + L") " + Digits(random, 3) + L"-" + Digits(random, 4);
-    case 2: return L"800" + Digits(random, 7);
-    case 3: return L"555-" + Digits(random, 4) + L" ext " + std::to_wstring(1 + random.Below(99));
-    case 4: return L"+" + code + L" " + Digits(random, 2) + L" " + Digits(random, 7);
-    case 5: return L"8 (" + Digits(random, 3) + L") " + Digits(random, 3) + L"-" + Digits(random, 2) + L"-" + Digits(random, 2);
-    case 6: return L"0" + Digits(random, 2) + L"/" + Digits(random, 7);
-    case 7: return Digits(random, 3) + L"-" + Digits(random, 4) + L", " + Digits(random, 3) + L"-" + Digits(random, 4);
-    default: return L"+" + code + Digits(random, 10);
+    case 0:
+      return L"+" + code + L" (" + Digits(random, 3) + L") " + Digits(random, 3) + L"-" + Digits(random, 2) +
+             L"-" + Digits(random, 2);
+    case 1:
+      return L"(" + Digits(random, 3) + L") " + Digits(random, 3) + L"-" + Digits(random, 4);
+    case 2:
+      return L"800" + Digits(random, 7);
+    case 3:
+      return L"555-" + Digits(random, 4) + L" ext " + std::to_wstring(1 + random.Below(99));
+    case 4:
+      return L"+" + code + L" " + Digits(random, 2) + L" " + Digits(random, 7);
+    case 5:
+      return L"8 (" + Digits(random, 3) + L") " + Digits(random, 3) + L"-" + Digits(random, 2) + L"-" +
+             Digits(random, 2);
+    case 6:
+      return L"0" + Digits(random, 2) + L"/" + Digits(random, 7);
+    case 7:
+      return Digits(random, 3) + L"-" + Digits(random, 4) + L", " + Digits(random, 3) + L"-" +
+             Digits(random, 4);
+    default:
+      return L"+" + code + Digits(random, 10);
   }
 }
 
@@ -86,12 +100,21 @@ void ExtendedData(Random& random, const NameCulture& culture, const std::wstring
     for (int i = 0; i < count; ++i) {
       ToolMessenger messenger;
       switch (random.Below(4)) {
-        case 0: messenger = {L"ICQ", Digits(random, 9), L""}; break;
-        case 1: messenger = {L"Skype", user + L".skype", L""}; break;
-        case 2: messenger = {L"Jabber", user + L"@jabber.example", L""}; break;
-        default: messenger = {L"MSN", user + L"@hotmail.example", L""}; break;
+        case 0:
+          messenger = {L"ICQ", Digits(random, 9), L""};
+          break;
+        case 1:
+          messenger = {L"Skype", user + L".skype", L""};
+          break;
+        case 2:
+          messenger = {L"Jabber", user + L"@jabber.example", L""};
+          break;
+        default:
+          messenger = {L"MSN", user + L"@hotmail.example", L""};
+          break;
       }
-      if (random.Percent(30)) messenger.note = PickOf(random, {L"work", L"evenings", L"только вечером", L"nach 18 Uhr"});
+      if (random.Percent(30))
+        messenger.note = PickOf(random, {L"work", L"evenings", L"только вечером", L"nach 18 Uhr"});
       c.messengers.push_back(messenger);
     }
   }
@@ -111,22 +134,37 @@ void ExtendedData(Random& random, const NameCulture& culture, const std::wstring
     for (int i = 0; i < count; ++i) {
       const wchar_t* label = russian ? PickOf(random, {L"Брат", L"Сестра", L"Начальник"})
                                      : PickOf(random, {L"Brother", L"Sister", L"Manager", L"Secretary"});
-      c.people.push_back({label, std::wstring(Pick(random, culture.firstNames)) + L" " + Pick(random, culture.lastNames)});
+      c.people.push_back(
+          {label, std::wstring(Pick(random, culture.firstNames)) + L" " + Pick(random, culture.lastNames)});
     }
   }
   if (random.Percent(8)) {
-    const wchar_t* label = russian ? L"Именины" : german ? L"Namenstag" : PickOf(random, {L"First met", L"Name day"});
-    c.dates.push_back({label, DateToFileTime(1950 + random.Below(70), 1 + random.Below(12), 1 + random.Below(28))});
+    const wchar_t* label = russian  ? L"Именины"
+                           : german ? L"Namenstag"
+                                    : PickOf(random, {L"First met", L"Name day"});
+    c.dates.push_back(
+        {label, DateToFileTime(1950 + random.Below(70), 1 + random.Below(12), 1 + random.Below(28))});
   }
   if (random.Percent(5))
-    c.links.push_back({PickOf(random, {L"Contract", L"Price list"}), L"\\My Documents\\Work\\" + user + L".doc"});
+    c.links.push_back(
+        {PickOf(random, {L"Contract", L"Price list"}), L"\\My Documents\\Work\\" + user + L".doc"});
   if (random.Percent(7)) {
     switch (random.Below(5)) {
-      case 0: c.otherValues.push_back({L"Shoe size", std::to_wstring(36 + random.Below(12))}); break;
-      case 1: c.otherValues.push_back({L"Blood type", L"A(II) Rh+"}); break;
-      case 2: c.otherValues.push_back({L"Customer no.", L"C-" + Digits(random, 6)}); break;
-      case 3: c.otherValues.push_back({L"Ref [internal]", L"desk 4; shelf 2: box \\ " + Digits(random, 2)}); break;
-      default: c.otherValues.push_back({L"Размер", PickOf(random, {L"S", L"M", L"L", L"XL"})}); break;
+      case 0:
+        c.otherValues.push_back({L"Shoe size", std::to_wstring(36 + random.Below(12))});
+        break;
+      case 1:
+        c.otherValues.push_back({L"Blood type", L"A(II) Rh+"});
+        break;
+      case 2:
+        c.otherValues.push_back({L"Customer no.", L"C-" + Digits(random, 6)});
+        break;
+      case 3:
+        c.otherValues.push_back({L"Ref [internal]", L"desk 4; shelf 2: box \\ " + Digits(random, 2)});
+        break;
+      default:
+        c.otherValues.push_back({L"Размер", PickOf(random, {L"S", L"M", L"L", L"XL"})});
+        break;
     }
   }
   if (random.Percent(10)) c.photo = user + L".jpg";
@@ -142,14 +180,16 @@ ToolContact GenerateContact(uint64_t seed, int index) {
   const NameCulture& culture = cultureRoll < 2 ? kEnglish : cultureRoll == 2 ? kRussian : kGerman;
 
   int shape = random.Below(100);
-  bool companyOnly = shape < 6;  // a business with no person
+  bool companyOnly = shape < 6;             // a business with no person
   bool nameless = shape >= 6 && shape < 8;  // nothing to call it by but its numbers
   if (!companyOnly && !nameless) {
     c.text[FieldFirstName] = Pick(random, culture.firstNames);
     c.text[FieldLastName] = Pick(random, culture.lastNames);
-    if (&culture == &kRussian && c.text[FieldFirstName].back() == L'а' && c.text[FieldLastName].back() != L'а')
+    if (&culture == &kRussian && c.text[FieldFirstName].back() == L'а' &&
+        c.text[FieldLastName].back() != L'а')
       c.text[FieldLastName] += L'а';  // feminine family name
-    if (random.Percent(&culture == &kRussian ? 60 : 15)) c.text[FieldMiddleName] = Pick(random, culture.middleNames);
+    if (random.Percent(&culture == &kRussian ? 60 : 15))
+      c.text[FieldMiddleName] = Pick(random, culture.middleNames);
     if (random.Percent(10)) c.text[FieldTitle] = Pick(random, kTitles);
     if (random.Percent(4)) c.text[FieldSuffix] = Pick(random, kSuffixes);
     if (random.Percent(85)) c.text[FieldFileAs] = c.text[FieldLastName] + L", " + c.text[FieldFirstName];
@@ -163,11 +203,14 @@ ToolContact GenerateContact(uint64_t seed, int index) {
   }
 
   // Phones: most contacts have one or two, some many.
-  static const ToolField kPhoneFields[] = {FieldMobilePhone, FieldWorkPhone, FieldHomePhone, FieldWorkPhone2,
-                                              FieldHomePhone2, FieldWorkFax, FieldHomeFax, FieldPager,
-                                              FieldCarPhone, FieldRadioPhone, FieldAssistantPhone};
-  int phones = nameless ? 1 + random.Below(2) : random.Below(100) < 10 ? 0 : 1 + random.Below(random.Percent(10) ? 8 : 3);
-  for (int i = 0; i < phones; ++i) c.text[kPhoneFields[random.Below(i < 3 ? 3 : 11)]] = Phone(random, culture);
+  static const ToolField kPhoneFields[] = {
+      FieldMobilePhone, FieldWorkPhone, FieldHomePhone, FieldWorkPhone2, FieldHomePhone2,    FieldWorkFax,
+      FieldHomeFax,     FieldPager,     FieldCarPhone,  FieldRadioPhone, FieldAssistantPhone};
+  int phones = nameless                 ? 1 + random.Below(2)
+               : random.Below(100) < 10 ? 0
+                                        : 1 + random.Below(random.Percent(10) ? 8 : 3);
+  for (int i = 0; i < phones; ++i)
+    c.text[kPhoneFields[random.Below(i < 3 ? 3 : 11)]] = Phone(random, culture);
   if (random.Percent(8)) c.phones.push_back({L"Dacha", Phone(random, culture)});
   if (random.Percent(4)) c.phones.push_back({L"Office 2", Phone(random, culture)});
 
@@ -175,27 +218,37 @@ ToolContact GenerateContact(uint64_t seed, int index) {
   std::wstring user = Latin(c.text[FieldFirstName].empty() ? c.text[FieldCompany] : c.text[FieldFirstName]);
   if (!c.text[FieldLastName].empty()) user += L"." + Latin(c.text[FieldLastName]);
   if (!nameless && random.Percent(55)) c.text[FieldEmail1] = user + L"@" + Pick(random, kWebHosts);
-  if (!c.text[FieldEmail1].empty() && random.Percent(20)) c.text[FieldEmail2] = user + std::to_wstring(random.Below(100)) + L"@mail.example";
-  if (!c.text[FieldEmail2].empty() && random.Percent(20)) c.text[FieldEmail3] = Latin(c.text[FieldLastName]) + L"@home.example";
+  if (!c.text[FieldEmail1].empty() && random.Percent(20))
+    c.text[FieldEmail2] = user + std::to_wstring(random.Below(100)) + L"@mail.example";
+  if (!c.text[FieldEmail2].empty() && random.Percent(20))
+    c.text[FieldEmail3] = Latin(c.text[FieldLastName]) + L"@home.example";
   if (random.Percent(5)) c.emails.push_back({L"Private", user + L"@private.example"});
-  if (random.Percent(12)) c.text[FieldWebPage] = std::wstring(L"http://www.") + Pick(random, kWebHosts) + L"/" + user;
+  if (random.Percent(12))
+    c.text[FieldWebPage] = std::wstring(L"http://www.") + Pick(random, kWebHosts) + L"/" + user;
   if (random.Percent(3)) c.webPages.push_back({L"Blog", L"http://blog.example.org/" + user});
 
   // Addresses.
   if (random.Percent(30))
-    Address(random, culture, FieldHomeStreet, FieldHomeCity, FieldHomeState, FieldHomePostalCode, FieldHomeCountry, c);
+    Address(random, culture, FieldHomeStreet, FieldHomeCity, FieldHomeState, FieldHomePostalCode,
+            FieldHomeCountry, c);
   if (!c.text[FieldCompany].empty() && random.Percent(40))
-    Address(random, culture, FieldWorkStreet, FieldWorkCity, FieldWorkState, FieldWorkPostalCode, FieldWorkCountry, c);
+    Address(random, culture, FieldWorkStreet, FieldWorkCity, FieldWorkState, FieldWorkPostalCode,
+            FieldWorkCountry, c);
   if (random.Percent(5))
-    Address(random, culture, FieldOtherStreet, FieldOtherCity, FieldOtherState, FieldOtherPostalCode, FieldOtherCountry, c);
+    Address(random, culture, FieldOtherStreet, FieldOtherCity, FieldOtherState, FieldOtherPostalCode,
+            FieldOtherCountry, c);
 
   // People and dates.
   if (!companyOnly && !nameless) {
     if (random.Percent(10)) c.text[FieldSpouse] = Pick(random, culture.firstNames);
-    if (random.Percent(8)) c.text[FieldChildren] = std::wstring(Pick(random, culture.firstNames)) + L", " + Pick(random, culture.firstNames);
+    if (random.Percent(8))
+      c.text[FieldChildren] =
+          std::wstring(Pick(random, culture.firstNames)) + L", " + Pick(random, culture.firstNames);
     if (random.Percent(5)) c.text[FieldAssistant] = Pick(random, culture.firstNames);
-    if (random.Percent(40)) c.birthday = DateToFileTime(1940 + random.Below(65), 1 + random.Below(12), 1 + random.Below(28));
-    if (random.Percent(10)) c.anniversary = DateToFileTime(1970 + random.Below(50), 1 + random.Below(12), 1 + random.Below(28));
+    if (random.Percent(40))
+      c.birthday = DateToFileTime(1940 + random.Below(65), 1 + random.Below(12), 1 + random.Below(28));
+    if (random.Percent(10))
+      c.anniversary = DateToFileTime(1970 + random.Below(50), 1 + random.Below(12), 1 + random.Below(28));
   }
 
   // Categories and Note.

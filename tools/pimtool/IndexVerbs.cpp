@@ -44,7 +44,8 @@ int CheckVerb() {
   // The files as they are: opened without the manager, which would repair them.
   ContactDatabase database;
   if (!database.Open(nullptr)) {
-    PrintError(L"pimtool: the device's contacts database can't be opened (error " + std::to_wstring(GetLastError()) + L")");
+    PrintError(L"pimtool: the device's contacts database can't be opened (error " +
+               std::to_wstring(GetLastError()) + L")");
     return 1;
   }
   DatabaseKeySource keys(&database);
@@ -60,7 +61,8 @@ int CheckVerb() {
   index.CloseStores();
   if (!sound) {
     Print(static_cast<const wchar_t*>(report));
-    if (report.GetLength() > 0 && static_cast<const wchar_t*>(report)[report.GetLength() - 1] != L'\n') PrintLine(L"");
+    if (report.GetLength() > 0 && static_cast<const wchar_t*>(report)[report.GetLength() - 1] != L'\n')
+      PrintLine(L"");
     return 1;
   }
   PrintLine(L"index sound: " + std::to_wstring(contacts) + L" contacts");

@@ -32,18 +32,22 @@
 namespace {
 
 int Usage() {
-  PrintError(L"usage: pimtool generate N [--seed S] | import FILE.vcf | list | dump ID | search ... | find-phone NUMBER"
-             L" | rebuild | open | check | add FIELD=VALUE ... | update ID FIELD=VALUE ... | delete ID");
+  PrintError(
+      L"usage: pimtool generate N [--seed S] | import FILE.vcf | list | dump ID | search ... | find-phone "
+      L"NUMBER"
+      L" | rebuild | open | check | add FIELD=VALUE ... | update ID FIELD=VALUE ... | delete ID");
   return 2;
 }
 
 bool OpenDevice(ContactDatabase& database, ToolCategories& categories) {
   if (!database.Open(nullptr)) {
-    PrintError(L"pimtool: the device's contacts database can't be opened (error " + std::to_wstring(GetLastError()) + L")");
+    PrintError(L"pimtool: the device's contacts database can't be opened (error " +
+               std::to_wstring(GetLastError()) + L")");
     return false;
   }
   if (!categories.Open()) {
-    PrintError(L"pimtool: the device's categories database can't be opened (error " + std::to_wstring(GetLastError()) + L")");
+    PrintError(L"pimtool: the device's categories database can't be opened (error " +
+               std::to_wstring(GetLastError()) + L")");
     return false;
   }
   return true;
@@ -58,7 +62,8 @@ int WriteContacts(const std::vector<ToolContact>& contacts) {
   for (const ToolContact& source : contacts) {
     Contact contact;
     if (!ToContactRecord(source, categories, note, contact)) {
-      PrintError(L"pimtool: the Note of a contact can't be made (error " + std::to_wstring(GetLastError()) + L")");
+      PrintError(L"pimtool: the Note of a contact can't be made (error " + std::to_wstring(GetLastError()) +
+                 L")");
       categories.Flush();
       return 1;
     }
@@ -102,7 +107,8 @@ int Import(int argc, wchar_t** argv) {
   bytes << in.rdbuf();
   VCardResult result = ParseVCards(bytes.str());
   for (const VCardProblem& problem : result.problems)
-    PrintError(std::wstring(argv[2]) + L":" + std::to_wstring(problem.line) + L": " + problem.message + L"; card skipped");
+    PrintError(std::wstring(argv[2]) + L":" + std::to_wstring(problem.line) + L": " + problem.message +
+               L"; card skipped");
   int status = WriteContacts(result.contacts);
   return status;
 }

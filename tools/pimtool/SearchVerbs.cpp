@@ -46,7 +46,8 @@ void PrintGroups(ContactManager& manager, const Array<uint32_t>& flat, const Arr
   int at = 0;
   for (int g = 0; at < flat.GetSize(); ++g) {
     const int size = static_cast<int>(flat[at++]);
-    PrintLine(L"[" + std::wstring(g < titles.GetSize() ? static_cast<const wchar_t*>(titles[g]) : L"") + L"]");
+    PrintLine(L"[" + std::wstring(g < titles.GetSize() ? static_cast<const wchar_t*>(titles[g]) : L"") +
+              L"]");
     for (int k = 0; k < size && at < flat.GetSize(); ++k, ++at) {
       PrintLine(HexId(flat[at]) + L"  " + ListNameOf(manager, flat[at]));
     }
@@ -113,7 +114,8 @@ int SearchVerb(int argc, wchar_t** argv) {
     if (done) PrintGroups(manager, flat, titles);
   } else {
     Array<CEOID> ids;
-    done = byKeypad ? manager.KeypadSearch(query, sort, filter, ids) : manager.Search(query, sort, filter, ids, nullptr);
+    done = byKeypad ? manager.KeypadSearch(query, sort, filter, ids)
+                    : manager.Search(query, sort, filter, ids, nullptr);
     if (done) PrintRows(manager, ids);
   }
   if (!done) {

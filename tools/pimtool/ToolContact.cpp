@@ -7,13 +7,13 @@ const uint16_t kFieldProperty[ToolFieldCount] = {
     0x3A1E, 0x3A1D, 0x3A1C, 0x3A19, 0x3A18, 0x3A17, 0x3A16, 0x4004, 0x4002, 0x4013};
 
 const char* const kFieldName[ToolFieldCount] = {
-    "Email1",     "Email2",     "Email3",        "OtherCountry", "OtherPostalCode", "OtherState",
-    "OtherCity",  "OtherStreet", "WorkCountry",  "WorkPostalCode", "WorkState",     "WorkCity",
-    "WorkStreet", "WorkPhone",  "WorkPhone2",    "WorkFax",      "HomeCountry",     "HomePostalCode",
-    "HomeState",  "HomeCity",   "HomeStreet",    "HomePhone",    "HomePhone2",      "HomeFax",
-    "Title",      "Suffix",     "FirstName",     "MiddleName",   "LastName",        "Spouse",
-    "Children",   "Pager",      "WebPage",       "CarPhone",     "RadioPhone",      "MobilePhone",
-    "Office",     "Department", "JobTitle",      "Company",      "AssistantPhone",  "Assistant",
+    "Email1",     "Email2",      "Email3",      "OtherCountry",   "OtherPostalCode", "OtherState",
+    "OtherCity",  "OtherStreet", "WorkCountry", "WorkPostalCode", "WorkState",       "WorkCity",
+    "WorkStreet", "WorkPhone",   "WorkPhone2",  "WorkFax",        "HomeCountry",     "HomePostalCode",
+    "HomeState",  "HomeCity",    "HomeStreet",  "HomePhone",      "HomePhone2",      "HomeFax",
+    "Title",      "Suffix",      "FirstName",   "MiddleName",     "LastName",        "Spouse",
+    "Children",   "Pager",       "WebPage",     "CarPhone",       "RadioPhone",      "MobilePhone",
+    "Office",     "Department",  "JobTitle",    "Company",        "AssistantPhone",  "Assistant",
     "FileAs"};
 
 uint64_t DateToFileTime(int year, int month, int day) {

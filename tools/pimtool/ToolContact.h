@@ -9,15 +9,49 @@
 #include <vector>
 
 enum ToolField {
-  FieldEmail1, FieldEmail2, FieldEmail3,
-  FieldOtherCountry, FieldOtherPostalCode, FieldOtherState, FieldOtherCity, FieldOtherStreet,
-  FieldWorkCountry, FieldWorkPostalCode, FieldWorkState, FieldWorkCity, FieldWorkStreet,
-  FieldWorkPhone, FieldWorkPhone2, FieldWorkFax,
-  FieldHomeCountry, FieldHomePostalCode, FieldHomeState, FieldHomeCity, FieldHomeStreet,
-  FieldHomePhone, FieldHomePhone2, FieldHomeFax,
-  FieldTitle, FieldSuffix, FieldFirstName, FieldMiddleName, FieldLastName,
-  FieldSpouse, FieldChildren, FieldPager, FieldWebPage, FieldCarPhone, FieldRadioPhone, FieldMobilePhone,
-  FieldOffice, FieldDepartment, FieldJobTitle, FieldCompany, FieldAssistantPhone, FieldAssistant, FieldFileAs,
+  FieldEmail1,
+  FieldEmail2,
+  FieldEmail3,
+  FieldOtherCountry,
+  FieldOtherPostalCode,
+  FieldOtherState,
+  FieldOtherCity,
+  FieldOtherStreet,
+  FieldWorkCountry,
+  FieldWorkPostalCode,
+  FieldWorkState,
+  FieldWorkCity,
+  FieldWorkStreet,
+  FieldWorkPhone,
+  FieldWorkPhone2,
+  FieldWorkFax,
+  FieldHomeCountry,
+  FieldHomePostalCode,
+  FieldHomeState,
+  FieldHomeCity,
+  FieldHomeStreet,
+  FieldHomePhone,
+  FieldHomePhone2,
+  FieldHomeFax,
+  FieldTitle,
+  FieldSuffix,
+  FieldFirstName,
+  FieldMiddleName,
+  FieldLastName,
+  FieldSpouse,
+  FieldChildren,
+  FieldPager,
+  FieldWebPage,
+  FieldCarPhone,
+  FieldRadioPhone,
+  FieldMobilePhone,
+  FieldOffice,
+  FieldDepartment,
+  FieldJobTitle,
+  FieldCompany,
+  FieldAssistantPhone,
+  FieldAssistant,
+  FieldFileAs,
   ToolFieldCount
 };
 
@@ -63,13 +97,14 @@ struct ToolContact {
   std::vector<ToolDate> dates;         // beyond birthday and anniversary
   std::vector<LabelledValue> links;    // files the contact is linked to
   std::vector<LabelledValue> otherValues;
-  std::wstring photo;                  // the photo's file name
-  bool richNote = false;               // the Note is kept as a rich document rather than plain text
+  std::wstring photo;     // the photo's file name
+  bool richNote = false;  // the Note is kept as a rich document rather than plain text
 
   // Whether anything goes into the extended block.
   bool HasExtended() const {
-    return !phones.empty() || !emails.empty() || !webPages.empty() || !messengers.empty() || !addresses.empty() ||
-           !people.empty() || !dates.empty() || !links.empty() || !otherValues.empty() || !photo.empty();
+    return !phones.empty() || !emails.empty() || !webPages.empty() || !messengers.empty() ||
+           !addresses.empty() || !people.empty() || !dates.empty() || !links.empty() ||
+           !otherValues.empty() || !photo.empty();
   }
 
   bool HasName() const {

@@ -11,7 +11,8 @@ ToolManager::~ToolManager() { manager.Close(); }
 
 bool ToolManager::Open() {
   if (!manager.Open(GetModuleHandleW(nullptr), nullptr, nullptr, nullptr)) {
-    PrintError(L"pimtool: the contacts or their index can't be opened (error " + std::to_wstring(GetLastError()) + L")");
+    PrintError(L"pimtool: the contacts or their index can't be opened (error " +
+               std::to_wstring(GetLastError()) + L")");
     return false;
   }
   return true;

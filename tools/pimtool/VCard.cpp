@@ -12,8 +12,8 @@ struct Param {
 };
 
 struct Property {
-  std::string name;  // upper case, without group
-  std::string group; // upper case, "ITEM1" of "item1.TEL"; empty without one
+  std::string name;   // upper case, without group
+  std::string group;  // upper case, "ITEM1" of "item1.TEL"; empty without one
   std::vector<Param> params;
   std::string rawValue;
   int line;
@@ -72,8 +72,8 @@ bool DecodeQuotedPrintable(const std::string& in, std::string* out) {
 }
 
 bool IsValidUtf8(const std::string& text) {
-  return text.empty() ||
-         MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(), static_cast<int>(text.size()), nullptr, 0) > 0;
+  return text.empty() || MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(),
+                                             static_cast<int>(text.size()), nullptr, 0) > 0;
 }
 
 std::wstring Widen(const std::string& text, UINT codePage) {
@@ -126,8 +126,10 @@ std::vector<std::wstring> SplitValue(const std::wstring& value, wchar_t separato
     wchar_t c = value[i];
     if (c == L'\\' && i + 1 < value.size()) {
       wchar_t next = value[++i];
-      if (next == L'n' || next == L'N') parts.back() += L"\r\n";
-      else parts.back() += next;
+      if (next == L'n' || next == L'N')
+        parts.back() += L"\r\n";
+      else
+        parts.back() += next;
     } else if (c == separator) {
       parts.emplace_back();
     } else {
@@ -147,11 +149,14 @@ bool ParseDate(const std::wstring& text, uint64_t* fileTime) {
   std::wstring digits;
   for (wchar_t c : text) {
     if (c == L'T') break;
-    if (c >= L'0' && c <= L'9') digits += c;
-    else if (c != L'-') return false;
+    if (c >= L'0' && c <= L'9')
+      digits += c;
+    else if (c != L'-')
+      return false;
   }
   if (digits.size() != 8) return false;
-  int year = std::stoi(digits.substr(0, 4)), month = std::stoi(digits.substr(4, 2)), day = std::stoi(digits.substr(6, 2));
+  int year = std::stoi(digits.substr(0, 4)), month = std::stoi(digits.substr(4, 2)),
+      day = std::stoi(digits.substr(6, 2));
   static const int kDays[] = {31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
   if (year < 1601 || month < 1 || month > 12 || day < 1 || day > kDays[month - 1]) return false;
   *fileTime = DateToFileTime(year, month, day);
@@ -166,15 +171,39 @@ struct LabelRef {
   std::vector<ToolDate>* dates = nullptr;
   size_t index = 0;
 
-  static LabelRef Last(std::vector<LabelledValue>& list) { LabelRef r; r.pairs = &list; r.index = list.size() - 1; return r; }
-  static LabelRef Last(std::vector<ToolMessenger>& list) { LabelRef r; r.messengers = &list; r.index = list.size() - 1; return r; }
-  static LabelRef Last(std::vector<ToolAddress>& list) { LabelRef r; r.addresses = &list; r.index = list.size() - 1; return r; }
-  static LabelRef Last(std::vector<ToolDate>& list) { LabelRef r; r.dates = &list; r.index = list.size() - 1; return r; }
+  static LabelRef Last(std::vector<LabelledValue>& list) {
+    LabelRef r;
+    r.pairs = &list;
+    r.index = list.size() - 1;
+    return r;
+  }
+  static LabelRef Last(std::vector<ToolMessenger>& list) {
+    LabelRef r;
+    r.messengers = &list;
+    r.index = list.size() - 1;
+    return r;
+  }
+  static LabelRef Last(std::vector<ToolAddress>& list) {
+    LabelRef r;
+    r.addresses = &list;
+    r.index = list.size() - 1;
+    return r;
+  }
+  static LabelRef Last(std::vector<ToolDate>& list) {
+    LabelRef r;
+    r.dates = &list;
+    r.index = list.size() - 1;
+    return r;
+  }
   void Set(const std::wstring& label) const {
-    if (pairs) (*pairs)[index].label = label;
-    else if (messengers) (*messengers)[index].kind = label;
-    else if (addresses) (*addresses)[index].label = label;
-    else if (dates) (*dates)[index].label = label;
+    if (pairs)
+      (*pairs)[index].label = label;
+    else if (messengers)
+      (*messengers)[index].kind = label;
+    else if (addresses)
+      (*addresses)[index].label = label;
+    else if (dates)
+      (*dates)[index].label = label;
   }
 };
 
@@ -205,7 +234,8 @@ struct CardLabels {
 
 // "_$!<HomePage>!$_", the form some programs give the labels they know, becomes "HomePage".
 std::wstring CleanLabel(const std::wstring& label) {
-  if (label.size() > 8 && label.compare(0, 4, L"_$!<") == 0 && label.compare(label.size() - 4, 4, L">!$_") == 0)
+  if (label.size() > 8 && label.compare(0, 4, L"_$!<") == 0 &&
+      label.compare(label.size() - 4, 4, L">!$_") == 0)
     return label.substr(4, label.size() - 8);
   return label;
 }
@@ -226,11 +256,17 @@ bool Place(ToolContact& c, std::initializer_list<ToolField> fields, const std::w
 
 // The messenger kind of an instant messaging property or an IMPP scheme.
 std::wstring MessengerKind(const std::string& upperName) {
-  static const struct { const char* name; const wchar_t* kind; } kKinds[] = {
-      {"X-AIM", L"AIM"},       {"AIM", L"AIM"},         {"X-ICQ", L"ICQ"},       {"ICQ", L"ICQ"},
-      {"X-JABBER", L"Jabber"}, {"XMPP", L"Jabber"},     {"X-MSN", L"MSN"},       {"MSNIM", L"MSN"},
-      {"X-YAHOO", L"Yahoo"},   {"YMSGR", L"Yahoo"},     {"X-SKYPE", L"Skype"},   {"X-SKYPE-USERNAME", L"Skype"},
-      {"SKYPE", L"Skype"},     {"X-GADUGADU", L"Gadu-Gadu"}, {"GG", L"Gadu-Gadu"}, {"X-QQ", L"QQ"}};
+  static const struct {
+    const char* name;
+    const wchar_t* kind;
+  } kKinds[] = {{"X-AIM", L"AIM"},       {"AIM", L"AIM"},
+                {"X-ICQ", L"ICQ"},       {"ICQ", L"ICQ"},
+                {"X-JABBER", L"Jabber"}, {"XMPP", L"Jabber"},
+                {"X-MSN", L"MSN"},       {"MSNIM", L"MSN"},
+                {"X-YAHOO", L"Yahoo"},   {"YMSGR", L"Yahoo"},
+                {"X-SKYPE", L"Skype"},   {"X-SKYPE-USERNAME", L"Skype"},
+                {"SKYPE", L"Skype"},     {"X-GADUGADU", L"Gadu-Gadu"},
+                {"GG", L"Gadu-Gadu"},    {"X-QQ", L"QQ"}};
   for (const auto& entry : kKinds)
     if (upperName == entry.name) return entry.kind;
   return std::wstring();
@@ -253,14 +289,14 @@ bool ApplyProperty(const Property& p, ToolContact& c, CardLabels& labels, std::w
     }
     return true;
   }
-  static const char* const kIgnored[] = {"VERSION", "LOGO", "SOUND", "KEY", "UID", "REV", "PRODID",
-                                         "LABEL", "MAILER", "TZ", "GEO", "SORT-STRING", "CLASS", "SOURCE",
-                                         "NICKNAME", "ROLE", "AGENT", "NAME", "PROFILE"};
+  static const char* const kIgnored[] = {
+      "VERSION", "LOGO",        "SOUND", "KEY",    "UID",      "REV",  "PRODID", "LABEL", "MAILER", "TZ",
+      "GEO",     "SORT-STRING", "CLASS", "SOURCE", "NICKNAME", "ROLE", "AGENT",  "NAME",  "PROFILE"};
   for (const char* name : kIgnored)
     if (p.name == name) return true;
-  static const char* const kExtensions[] = {"X-ANNIVERSARY", "X-MS-ANNIVERSARY", "X-SPOUSE", "X-MS-SPOUSE",
-                                            "X-CHILDREN", "X-MS-CHILD", "X-ASSISTANT", "X-MS-ASSISTANT",
-                                            "X-ABLABEL", "X-ABRELATEDNAMES", "X-ABDATE"};
+  static const char* const kExtensions[] = {
+      "X-ANNIVERSARY", "X-MS-ANNIVERSARY", "X-SPOUSE",  "X-MS-SPOUSE",      "X-CHILDREN", "X-MS-CHILD",
+      "X-ASSISTANT",   "X-MS-ASSISTANT",   "X-ABLABEL", "X-ABRELATEDNAMES", "X-ABDATE"};
   bool known = !MessengerKind(p.name).empty();
   for (const char* name : kExtensions) known = known || p.name == name;
   if (p.name.rfind("X-", 0) == 0 && !known)
@@ -290,8 +326,10 @@ bool ApplyProperty(const Property& p, ToolContact& c, CardLabels& labels, std::w
     bool work = HasType(p, "WORK"), home = HasType(p, "HOME");
     bool extra = false;
     if (HasType(p, "FAX")) {
-      if (work) extra = Place(c, {FieldWorkFax}, number, c.phones, L"Work fax");
-      else extra = Place(c, {FieldHomeFax, FieldWorkFax}, number, c.phones, L"Fax");
+      if (work)
+        extra = Place(c, {FieldWorkFax}, number, c.phones, L"Work fax");
+      else
+        extra = Place(c, {FieldHomeFax, FieldWorkFax}, number, c.phones, L"Fax");
     } else if (HasType(p, "CELL")) {
       extra = Place(c, {FieldMobilePhone}, number, c.phones, L"Mobile");
     } else if (HasType(p, "PAGER")) {
@@ -307,8 +345,8 @@ bool ApplyProperty(const Property& p, ToolContact& c, CardLabels& labels, std::w
     } else if (home) {
       extra = Place(c, {FieldHomePhone, FieldHomePhone2}, number, c.phones, L"Home");
     } else {
-      extra = Place(c, {FieldHomePhone, FieldWorkPhone, FieldMobilePhone, FieldHomePhone2, FieldWorkPhone2}, number,
-                    c.phones, L"Phone");
+      extra = Place(c, {FieldHomePhone, FieldWorkPhone, FieldMobilePhone, FieldHomePhone2, FieldWorkPhone2},
+                    number, c.phones, L"Phone");
     }
     if (extra) labels.Target(p.group, LabelRef::Last(c.phones));
   } else if (p.name == "EMAIL") {
@@ -325,7 +363,8 @@ bool ApplyProperty(const Property& p, ToolContact& c, CardLabels& labels, std::w
       size_t colon = id.find(L':');
       std::wstring scheme = colon == std::wstring::npos ? std::wstring() : id.substr(0, colon);
       std::string upperScheme;
-      for (wchar_t ch : scheme) upperScheme += static_cast<char>(ch >= L'a' && ch <= L'z' ? ch - L'a' + L'A' : ch);
+      for (wchar_t ch : scheme)
+        upperScheme += static_cast<char>(ch >= L'a' && ch <= L'z' ? ch - L'a' + L'A' : ch);
       kind = MessengerKind(upperScheme);
       if (kind.empty()) kind = scheme.empty() ? L"IM" : scheme;
       if (colon != std::wstring::npos) id = id.substr(colon + 1);
@@ -362,13 +401,16 @@ bool ApplyProperty(const Property& p, ToolContact& c, CardLabels& labels, std::w
       if (!Part(parts, i).empty()) street = street.empty() ? Part(parts, i) : street + L", " + Part(parts, i);
     ToolField fields[5];
     if (HasType(p, "WORK")) {
-      ToolField f[5] = {FieldWorkStreet, FieldWorkCity, FieldWorkState, FieldWorkPostalCode, FieldWorkCountry};
+      ToolField f[5] = {FieldWorkStreet, FieldWorkCity, FieldWorkState, FieldWorkPostalCode,
+                        FieldWorkCountry};
       std::copy(f, f + 5, fields);
     } else if (HasType(p, "HOME")) {
-      ToolField f[5] = {FieldHomeStreet, FieldHomeCity, FieldHomeState, FieldHomePostalCode, FieldHomeCountry};
+      ToolField f[5] = {FieldHomeStreet, FieldHomeCity, FieldHomeState, FieldHomePostalCode,
+                        FieldHomeCountry};
       std::copy(f, f + 5, fields);
     } else {
-      ToolField f[5] = {FieldOtherStreet, FieldOtherCity, FieldOtherState, FieldOtherPostalCode, FieldOtherCountry};
+      ToolField f[5] = {FieldOtherStreet, FieldOtherCity, FieldOtherState, FieldOtherPostalCode,
+                        FieldOtherCountry};
       std::copy(f, f + 5, fields);
     }
     // The fixed address of that kind is taken already: this one goes beside it.
@@ -406,7 +448,8 @@ bool ApplyProperty(const Property& p, ToolContact& c, CardLabels& labels, std::w
   } else if (p.name == "X-SPOUSE" || p.name == "X-MS-SPOUSE") {
     c.text[FieldSpouse] = Unescape(value);
   } else if (p.name == "X-CHILDREN" || p.name == "X-MS-CHILD") {
-    c.text[FieldChildren] = c.text[FieldChildren].empty() ? Unescape(value) : c.text[FieldChildren] + L", " + Unescape(value);
+    c.text[FieldChildren] =
+        c.text[FieldChildren].empty() ? Unescape(value) : c.text[FieldChildren] + L", " + Unescape(value);
   } else if (p.name == "X-ASSISTANT" || p.name == "X-MS-ASSISTANT") {
     c.text[FieldAssistant] = Unescape(value);
   }
@@ -419,7 +462,8 @@ bool ParseLine(const std::string& line, int lineNumber, Property* p) {
   bool quoted = false;
   size_t colon = std::string::npos;
   for (size_t i = 0; i < line.size(); ++i) {
-    if (line[i] == '"') quoted = !quoted;
+    if (line[i] == '"')
+      quoted = !quoted;
     else if (line[i] == ':' && !quoted) {
       colon = i;
       break;
@@ -475,9 +519,11 @@ bool ParseLine(const std::string& line, int lineNumber, Property* p) {
 
 std::string ToUtf8(const std::string& bytes) {
   // UTF-16 files become UTF-8 first; a UTF-8 byte-order mark is dropped.
-  if (bytes.size() >= 2 && static_cast<unsigned char>(bytes[0]) == 0xFF && static_cast<unsigned char>(bytes[1]) == 0xFE) {
+  if (bytes.size() >= 2 && static_cast<unsigned char>(bytes[0]) == 0xFF &&
+      static_cast<unsigned char>(bytes[1]) == 0xFE) {
     std::wstring wide(reinterpret_cast<const wchar_t*>(bytes.data() + 2), (bytes.size() - 2) / 2);
-    int n = WideCharToMultiByte(CP_UTF8, 0, wide.data(), static_cast<int>(wide.size()), nullptr, 0, nullptr, nullptr);
+    int n = WideCharToMultiByte(CP_UTF8, 0, wide.data(), static_cast<int>(wide.size()), nullptr, 0, nullptr,
+                                nullptr);
     std::string out(n, '\0');
     WideCharToMultiByte(CP_UTF8, 0, wide.data(), static_cast<int>(wide.size()), &out[0], n, nullptr, nullptr);
     return out;
@@ -516,7 +562,8 @@ VCardResult ParseVCards(const std::string& fileBytes) {
     std::string logical = lines[i];
     if (Trim(logical).empty()) continue;
     // Folded lines continue with a blank or a tab.
-    while (i + 1 < lines.size() && !lines[i + 1].empty() && (lines[i + 1][0] == ' ' || lines[i + 1][0] == '\t'))
+    while (i + 1 < lines.size() && !lines[i + 1].empty() &&
+           (lines[i + 1][0] == ' ' || lines[i + 1][0] == '\t'))
       logical += lines[++i].substr(1);
     Property p;
     bool parsed = ParseLine(logical, lineNumber, &p);
@@ -529,7 +576,9 @@ VCardResult ParseVCards(const std::string& fileBytes) {
     }
     std::string upperLine = Upper(Trim(logical));
     if (upperLine == "BEGIN:VCARD") {
-      if (inCard && !broken) report(cardLine, L"card not ended before the next BEGIN:VCARD at line " + std::to_wstring(lineNumber));
+      if (inCard && !broken)
+        report(cardLine,
+               L"card not ended before the next BEGIN:VCARD at line " + std::to_wstring(lineNumber));
       inCard = true;
       broken = false;
       cardLine = lineNumber;
@@ -538,8 +587,10 @@ VCardResult ParseVCards(const std::string& fileBytes) {
       continue;
     }
     if (upperLine == "END:VCARD") {
-      if (!inCard) report(lineNumber, L"END:VCARD without BEGIN:VCARD");
-      else if (!broken) result.contacts.push_back(contact);
+      if (!inCard)
+        report(lineNumber, L"END:VCARD without BEGIN:VCARD");
+      else if (!broken)
+        result.contacts.push_back(contact);
       inCard = false;
       continue;
     }

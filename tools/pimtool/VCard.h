@@ -7,7 +7,7 @@
 #include "ToolContact.h"
 
 struct VCardProblem {
-  int line;              // 1-based line of the file
+  int line;  // 1-based line of the file
   std::wstring message;
 };
 

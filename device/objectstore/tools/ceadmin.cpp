@@ -45,7 +45,8 @@ int Create(const wchar_t* name, DWORD type, WORD count, SORTORDERSPEC* sorts) {
 int Init() {
   const DWORD text = CEDB_SORT_CASEINSENSITIVE | CEDB_SORT_UNKNOWNFIRST;
   // File-as, last name, company and first name: the orders the contact screens offer.
-  SORTORDERSPEC contacts[4] = {{0x4013001F, text}, {0x3A11001F, text}, {0x3A16001F, text}, {0x3A06001F, text}};
+  SORTORDERSPEC contacts[4] = {
+      {0x4013001F, text}, {0x3A11001F, text}, {0x3A16001F, text}, {0x3A06001F, text}};
   // Category records by their bit position in a contact's mask, and by name.
   SORTORDERSPEC categories[2] = {{0x40020002, 0}, {0x4001001F, CEDB_SORT_CASEINSENSITIVE}};
   int rc = Create(L"Contacts Database", 0, 4, contacts);

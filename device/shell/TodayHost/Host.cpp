@@ -8,7 +8,7 @@ namespace todayhost {
 namespace {
 
 constexpr UINT_PTR kPollTimer = 1;
-constexpr UINT kPollMs = 2000;       // the platform polls every item every two seconds
+constexpr UINT kPollMs = 2000;  // the platform polls every item every two seconds
 
 constexpr COLORREF kBackground = RGB(255, 255, 255);
 constexpr COLORREF kText = RGB(0, 0, 0);
@@ -181,7 +181,7 @@ LRESULT Host::Handle(UINT msg, WPARAM wParam, LPARAM lParam) {
       // A tap on the screen outside every item takes the selection away from the items.
       ClearSelection();
       return 0;
-    case WM_SETTINGCHANGE:   // WM_WININICHANGE
+    case WM_SETTINGCHANGE:  // WM_WININICHANGE
       if (wParam == kReloadItems) PostMessageW(hwnd_, kMsgReload, 0, 0);
       return 0;
     case kMsgReload:
@@ -296,7 +296,8 @@ void Host::Paint(HDC dc) {
   DWORD type = 0;
   HKEY key;
   if (RegOpenKeyExW(HKEY_CURRENT_USER, kOwnerKey, 0, KEY_READ, &key) == ERROR_SUCCESS) {
-    if (RegQueryValueExW(key, L"Name", nullptr, &type, reinterpret_cast<BYTE*>(owner), &size) != ERROR_SUCCESS ||
+    if (RegQueryValueExW(key, L"Name", nullptr, &type, reinterpret_cast<BYTE*>(owner), &size) !=
+            ERROR_SUCCESS ||
         type != REG_SZ)
       owner[0] = 0;
     RegCloseKey(key);

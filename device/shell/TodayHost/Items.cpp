@@ -147,7 +147,8 @@ void Host::LoadItems() {
     auto initialize = reinterpret_cast<PFNCUSTOMINITIALIZEITEM>(
         reinterpret_cast<void*>(GetProcAddress(module, MAKEINTRESOURCEA(ORDINAL_INITIALIZEITEM))));
     if (!initialize) {
-      DeviceJournalWrite(kJournalSource, L"item %ls load failed ordinal %d missing", name, ORDINAL_INITIALIZEITEM);
+      DeviceJournalWrite(kJournalSource, L"item %ls load failed ordinal %d missing", name,
+                         ORDINAL_INITIALIZEITEM);
       FreeLibrary(module);
       continue;
     }
@@ -244,8 +245,8 @@ void Host::Layout() {
                    SWP_NOZORDER | SWP_NOACTIVATE);
     if (!EqualRect(&item.placed, &want)) {
       item.placed = want;
-      DeviceJournalWrite(kJournalSource, L"item %ls placed %ld %ld %ld %ld", item.tli.szName, want.left, want.top,
-                         want.right - want.left, want.bottom - want.top);
+      DeviceJournalWrite(kJournalSource, L"item %ls placed %ld %ld %ld %ld", item.tli.szName, want.left,
+                         want.top, want.right - want.left, want.bottom - want.top);
     }
   }
 }

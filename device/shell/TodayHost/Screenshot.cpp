@@ -27,8 +27,8 @@ class ComPtr {
 
 HRESULT Encode(HBITMAP bitmap, const std::wstring& path) {
   ComPtr<IWICImagingFactory> factory;
-  HRESULT hr = CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, IID_IWICImagingFactory,
-                                reinterpret_cast<void**>(factory.Out()));
+  HRESULT hr = CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER,
+                                IID_IWICImagingFactory, reinterpret_cast<void**>(factory.Out()));
   if (FAILED(hr)) return hr;
 
   ComPtr<IWICBitmap> source;

@@ -51,8 +51,8 @@ bool ParseNumber(const std::wstring& text, long* value) {
 }  // namespace
 
 bool ReadScript(const std::wstring& path, std::vector<ScriptCommand>* commands) {
-  HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
-                            FILE_ATTRIBUTE_NORMAL, nullptr);
+  HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE) return false;
   std::string bytes;
   char buffer[4096];
@@ -66,10 +66,12 @@ bool ReadScript(const std::wstring& path, std::vector<ScriptCommand>* commands) 
     text.assign(reinterpret_cast<const wchar_t*>(bytes.data() + 2), (bytes.size() - 2) / sizeof(wchar_t));
   } else {
     size_t skip = bytes.compare(0, 3, "\xEF\xBB\xBF") == 0 ? 3 : 0;
-    int n = MultiByteToWideChar(CP_UTF8, 0, bytes.data() + skip, static_cast<int>(bytes.size() - skip), nullptr, 0);
+    int n = MultiByteToWideChar(CP_UTF8, 0, bytes.data() + skip, static_cast<int>(bytes.size() - skip),
+                                nullptr, 0);
     text.assign(n, L'\0');
     if (n > 0)
-      MultiByteToWideChar(CP_UTF8, 0, bytes.data() + skip, static_cast<int>(bytes.size() - skip), &text[0], n);
+      MultiByteToWideChar(CP_UTF8, 0, bytes.data() + skip, static_cast<int>(bytes.size() - skip), &text[0],
+                          n);
   }
 
   commands->clear();
@@ -157,7 +159,8 @@ UINT Host::RunCommand(const ScriptCommand& c) {
       // Through the queue like a key from the keypad, so it comes in order with the rest of the input.
       UINT scan = MapVirtualKeyW(vk, MAPVK_VK_TO_VSC);
       PostMessageW(hwnd_, WM_KEYDOWN, vk, 1 | (static_cast<LPARAM>(scan) << 16));
-      PostMessageW(hwnd_, WM_KEYUP, vk, 1 | (static_cast<LPARAM>(scan) << 16) | (static_cast<LPARAM>(3) << 30));
+      PostMessageW(hwnd_, WM_KEYUP, vk,
+                   1 | (static_cast<LPARAM>(scan) << 16) | (static_cast<LPARAM>(3) << 30));
       return kStepMs;
     }
   }
@@ -166,7 +169,8 @@ UINT Host::RunCommand(const ScriptCommand& c) {
   }
   if (c.verb == L"shot" && !c.rest.empty()) {
     std::wstring path = c.rest;
-    if (path.size() >= 2 && path.front() == L'"' && path.back() == L'"') path = path.substr(1, path.size() - 2);
+    if (path.size() >= 2 && path.front() == L'"' && path.back() == L'"')
+      path = path.substr(1, path.size() - 2);
     Shot(path);
     return kStepMs;
   }
@@ -239,7 +243,8 @@ void Host::Shot(const std::wstring& path) {
   if (SUCCEEDED(hr))
     DeviceJournalWrite(kJournalSource, L"shot %ls", path.c_str());
   else
-    DeviceJournalWrite(kJournalSource, L"shot %ls failed 0x%08lx", path.c_str(), static_cast<unsigned long>(hr));
+    DeviceJournalWrite(kJournalSource, L"shot %ls failed 0x%08lx", path.c_str(),
+                       static_cast<unsigned long>(hr));
 }
 
 }  // namespace todayhost

@@ -14,7 +14,7 @@ namespace todayhost {
 constexpr wchar_t kHostClass[] = L"DesktopExplorerWindow";
 constexpr wchar_t kItemsKey[] = L"Software\\Microsoft\\Today\\Items";
 constexpr wchar_t kOwnerKey[] = L"ControlPanel\\Owner";
-constexpr WPARAM kReloadItems = 0xF2;   // wParam of WM_WININICHANGE that makes the screen reload its items
+constexpr WPARAM kReloadItems = 0xF2;    // wParam of WM_WININICHANGE that makes the screen reload its items
 constexpr UINT kMsgReload = WM_APP + 1;  // posted to itself: reload once the current message is done
 
 // Source name of every journal line this program writes.
@@ -25,8 +25,8 @@ constexpr wchar_t kJournalSource[] = L"TodayHost";
 struct HostItem {
   TODAYLISTITEM tli{};
   HMODULE module = nullptr;
-  DWORD height = 0;       // height the layout uses, taken from cyp when the item answers TRUE to a poll
-  RECT placed{};          // where the item window was put last, client coordinates of the host
+  DWORD height = 0;  // height the layout uses, taken from cyp when the item answers TRUE to a poll
+  RECT placed{};     // where the item window was put last, client coordinates of the host
 };
 
 // One line of a script.
@@ -34,7 +34,7 @@ struct ScriptCommand {
   int line = 0;
   std::wstring verb;
   std::vector<std::wstring> args;
-  std::wstring rest;   // everything after the verb, trimmed
+  std::wstring rest;  // everything after the verb, trimmed
 };
 
 // Reads a script file (UTF-8 with or without BOM, or UTF-16LE with BOM). Blank lines and lines starting
@@ -89,7 +89,7 @@ class Host {
   // Script.
   void ScheduleScript(UINT delayMs);
   void RunScript();
-  UINT RunCommand(const ScriptCommand& command);   // returns the delay before the next command
+  UINT RunCommand(const ScriptCommand& command);  // returns the delay before the next command
   void Tap(int x, int y, bool down, bool up);
   void Shot(const std::wstring& path);
   void EndScript();

@@ -14,11 +14,12 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID) { return TRUE; }
 
 // Opens the message service for a protocol. There is no radio: the handle and event come back empty
 // and the answer is HRESULT_FROM_WIN32(ERROR_NOT_SUPPORTED).
-extern "C" __declspec(dllexport) HRESULT SmsOpen(const wchar_t* protocol, DWORD modes, DWORD* handle,
-                                                 HANDLE* messageEvent) {
+extern "C" __declspec(dllexport) HRESULT
+    SmsOpen(const wchar_t* protocol, DWORD modes, DWORD* handle, HANDLE* messageEvent) {
   if (handle) *handle = 0;
   if (messageEvent) *messageEvent = nullptr;
-  DeviceJournalWrite(kSource, L"sms open %ls modes %lu not supported", protocol ? protocol : L"(none)", modes);
+  DeviceJournalWrite(kSource, L"sms open %ls modes %lu not supported", protocol ? protocol : L"(none)",
+                     modes);
   return HRESULT_FROM_WIN32(ERROR_NOT_SUPPORTED);
 }
 

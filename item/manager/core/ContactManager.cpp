@@ -12,19 +12,9 @@
 ContactManager* g_contactManager = nullptr;
 
 ContactManager::ContactManager()
-    : keySource(this),
-      progress(nullptr),
-      instance(nullptr),
-      rebuilding(FALSE),
-      listener(nullptr),
-      sync(nullptr),
-      opened(FALSE),
-      simSourceAttached(FALSE),
-      progressPer(0),
-      progressDone(0),
-      keypadPer(0),
-      keypadReported(0),
-      keypadStep(1) {
+    : keySource(this), progress(nullptr), instance(nullptr), rebuilding(FALSE), listener(nullptr),
+      sync(nullptr), opened(FALSE), simSourceAttached(FALSE), progressPer(0), progressDone(0), keypadPer(0),
+      keypadReported(0), keypadStep(1) {
   index.SetKeySource(&keySource);
 }
 

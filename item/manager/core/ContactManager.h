@@ -31,7 +31,7 @@ class PimSync;
 enum IndexOpenState {
   IndexUnusable = 0,  // missing, damaged, cut off in a write, or marked for reset
   IndexInStep = 1,
-  IndexStale = 2,     // the database's time or count differs from the stamp
+  IndexStale = 2,  // the database's time or count differs from the stamp
 };
 
 // What Open did about the index, for tools and tests.
@@ -42,9 +42,9 @@ struct IndexOpenReport {
     inspected = rebuilt = FALSE;
     removed = added = changed = 0;
   }
-  int state;        // IndexOpenState
-  BOOL inspected;   // the stale index was compared contact by contact
-  BOOL rebuilt;     // the index was made anew
+  int state;                    // IndexOpenState
+  BOOL inspected;               // the stale index was compared contact by contact
+  BOOL rebuilt;                 // the index was made anew
   int removed, added, changed;  // what the inspection found (and applied unless it rebuilt)
 };
 

@@ -1,6 +1,8 @@
 #include "manager/datasource/ContactCacheMap.h"
 
-ContactCacheMap::ContactCacheMap(int bucketCount) : count(0) { buckets.SetSize(bucketCount > 0 ? bucketCount : 1); }
+ContactCacheMap::ContactCacheMap(int bucketCount) : count(0) {
+  buckets.SetSize(bucketCount > 0 ? bucketCount : 1);
+}
 
 ContactCacheMap::~ContactCacheMap() {}
 

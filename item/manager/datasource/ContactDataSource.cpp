@@ -11,15 +11,8 @@
 ContactDataSource g_dataSource;
 
 ContactDataSource::ContactDataSource()
-    : listener(nullptr),
-      manager(nullptr),
-      searchKind(SearchKindText),
-      sortKind(SortKindName),
-      cache(nullptr),
-      cursor(0),
-      totalRows(0),
-      opened(FALSE),
-      sync(nullptr) {
+    : listener(nullptr), manager(nullptr), searchKind(SearchKindText), sortKind(SortKindName), cache(nullptr),
+      cursor(0), totalRows(0), opened(FALSE), sync(nullptr) {
   memset(ring, 0, sizeof(ring));
 }
 

@@ -68,11 +68,11 @@ class ContactDataSource : public ContactManagerListener, public SyncMessageHandl
   // is searched; under sort kind 2 the grouped search runs and each group is cut down to the keep
   // list, groups that empty are dropped. The arguments are remembered when it succeeds; a failure
   // empties result and cache and leaves the remembered arguments.
-  virtual BOOL SearchText(const Str& query, int sortKind, const CategoryFilter& filter, const Array<CEOID>& keep,
-                          BOOL useKeep, SearchCancel* cancel);
+  virtual BOOL SearchText(const Str& query, int sortKind, const CategoryFilter& filter,
+                          const Array<CEOID>& keep, BOOL useKeep, SearchCancel* cancel);
   // A keypad search: as SearchText, except that under sort kind 2 the keep list is not applied.
-  virtual BOOL SearchKeypad(const Str& query, int sortKind, const CategoryFilter& filter, const Array<CEOID>& keep,
-                            BOOL useKeep);
+  virtual BOOL SearchKeypad(const Str& query, int sortKind, const CategoryFilter& filter,
+                            const Array<CEOID>& keep, BOOL useKeep);
 
   // --- the result ----------------------------------------------------------------------------------------
   int GroupCount() const { return groups.GetSize(); }
@@ -156,8 +156,8 @@ class ContactDataSource : public ContactManagerListener, public SyncMessageHandl
   BOOL RunSearch(int kind, const Str& query, int searchSort, const CategoryFilter& searchFilter,
                  SearchCancel* cancel);
   // The common path of both searches.
-  BOOL Search(int kind, const Str& query, int searchSort, const CategoryFilter& searchFilter, const Array<CEOID>& keep,
-              BOOL useKeep, SearchCancel* cancel);
+  BOOL Search(int kind, const Str& query, int searchSort, const CategoryFilter& searchFilter,
+              const Array<CEOID>& keep, BOOL useKeep, SearchCancel* cancel);
   // The result becomes the single group `ids`.
   void SetSingleGroup(const Array<CEOID>& ids);
   // The result becomes the groups of a grouped search: for each group its size, then its ids.

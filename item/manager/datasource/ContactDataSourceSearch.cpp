@@ -50,16 +50,17 @@ BOOL ContactDataSource::Search(int kind, const Str& query, int searchSort, const
   return TRUE;
 }
 
-BOOL ContactDataSource::RunSearch(int kind, const Str& query, int searchSort, const CategoryFilter& searchFilter,
-                                  SearchCancel* cancel) {
+BOOL ContactDataSource::RunSearch(int kind, const Str& query, int searchSort,
+                                  const CategoryFilter& searchFilter, SearchCancel* cancel) {
   if (!manager) {
     SetLastError(ERROR_NOT_READY);
     return FALSE;
   }
   if (searchSort != SortKindGrouped) {
     Array<CEOID> ids;
-    const BOOL found = kind == SearchKindKeypad ? manager->KeypadSearch(query, searchSort, searchFilter, ids)
-                                                : manager->Search(query, searchSort, searchFilter, ids, cancel);
+    const BOOL found = kind == SearchKindKeypad
+                           ? manager->KeypadSearch(query, searchSort, searchFilter, ids)
+                           : manager->Search(query, searchSort, searchFilter, ids, cancel);
     if (!found) return FALSE;
     SetSingleGroup(ids);
     return TRUE;

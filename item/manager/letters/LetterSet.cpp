@@ -107,11 +107,16 @@ BOOL LoadCustomLetterSet(LetterSet* set) {
 
 UINT LetterSetResourceOf(int type) {
   switch (type) {
-    case LetterSetEnglish: return IDR_ABC_ENGLISH;
-    case LetterSetRussian: return IDR_ABC_RUSSIAN;
-    case LetterSetEnglishRussian: return IDR_ABC_ENGLISH_RUSSIAN;
-    case LetterSetGerman: return IDR_ABC_GERMAN;
-    default: return 0;
+    case LetterSetEnglish:
+      return IDR_ABC_ENGLISH;
+    case LetterSetRussian:
+      return IDR_ABC_RUSSIAN;
+    case LetterSetEnglishRussian:
+      return IDR_ABC_ENGLISH_RUSSIAN;
+    case LetterSetGerman:
+      return IDR_ABC_GERMAN;
+    default:
+      return 0;
   }
 }
 
@@ -139,7 +144,8 @@ int ChooseLetterSetType() {
 
 BOOL LoadLetterSet(LetterSet* set) {
   int type = ChooseLetterSetType();
-  BOOL loaded = type == LetterSetCustom ? LoadCustomLetterSet(set) : LoadLetterSetResource(LetterSetResourceOf(type), set);
+  BOOL loaded = type == LetterSetCustom ? LoadCustomLetterSet(set)
+                                        : LoadLetterSetResource(LetterSetResourceOf(type), set);
   if (loaded) return TRUE;
   return LoadLetterSetResource(IDR_ABC_ENGLISH, set);
 }

@@ -17,11 +17,11 @@
 #include "foundation/Str.h"
 
 struct LetterSet {
-  Str text;                    // the raw text
-  Array<Str> captions;         // one a group
-  Array<Str> secondCaptions;   // the part after "^", empty for a group without one
-  Array<Str> letters;          // one a group
-  int32_t twoRows;             // some second caption isn't empty
+  Str text;                   // the raw text
+  Array<Str> captions;        // one a group
+  Array<Str> secondCaptions;  // the part after "^", empty for a group without one
+  Array<Str> letters;         // one a group
+  int32_t twoRows;            // some second caption isn't empty
 
   LetterSet() : twoRows(0) {}
   void Clear();

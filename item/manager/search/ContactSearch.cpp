@@ -19,7 +19,8 @@ BOOL ContactManager::Search(const Str& query, int sortKind, const CategoryFilter
   return TRUE;
 }
 
-BOOL ContactManager::KeypadSearch(const Str& query, int sortKind, const CategoryFilter& filter, Array<CEOID>& out) {
+BOOL ContactManager::KeypadSearch(const Str& query, int sortKind, const CategoryFilter& filter,
+                                  Array<CEOID>& out) {
   out.RemoveAll();
   Array<CEOID> match;
   if (!KeypadMatch(query, match)) return FALSE;
@@ -34,8 +35,8 @@ BOOL ContactManager::GroupedSearch(const Str& query, const CategoryFilter& filte
   return RunGroupedSearch(query, FALSE, filter, flat, titles, cancel);
 }
 
-BOOL ContactManager::GroupedKeypadSearch(const Str& query, const CategoryFilter& filter, Array<uint32_t>& flat,
-                                         Array<Str>& titles) {
+BOOL ContactManager::GroupedKeypadSearch(const Str& query, const CategoryFilter& filter,
+                                         Array<uint32_t>& flat, Array<Str>& titles) {
   return RunGroupedSearch(query, TRUE, filter, flat, titles, nullptr);
 }
 

@@ -25,8 +25,8 @@ BOOL ContactManager::ReadPhoneDigits(CEOID oid, Array<Str>& digits) {
   return TRUE;
 }
 
-BOOL ContactManager::WidenByPhone(const Str& query, int sortKind, const CategoryFilter& filter, Array<CEOID>& out,
-                                  SearchCancel* cancel) {
+BOOL ContactManager::WidenByPhone(const Str& query, int sortKind, const CategoryFilter& filter,
+                                  Array<CEOID>& out, SearchCancel* cancel) {
   Array<CEOID> all;
   if (sortKind == SortKindName || sortKind == SortKindFileAs) {
     if (!index.ListAll(sortKind, all)) return FALSE;

@@ -7,63 +7,63 @@
 
 // Indexes of the 43 text fields of a Contact.
 struct ContactField {
-    enum Index {
-        Email1 = 0,
-        Email2,
-        Email3,
-        OtherCountry,
-        OtherPostalCode,
-        OtherState,
-        OtherCity,
-        OtherStreet,
-        WorkCountry,
-        WorkPostalCode,
-        WorkState,
-        WorkCity,
-        WorkStreet,
-        WorkPhone,
-        WorkPhone2,
-        WorkFax,
-        HomeCountry,
-        HomePostalCode,
-        HomeState,
-        HomeCity,
-        HomeStreet,
-        HomePhone,
-        HomePhone2,
-        HomeFax,
-        Title,
-        Suffix,
-        FirstName,
-        MiddleName,
-        LastName,
-        Spouse,
-        Children,
-        Pager,
-        WebPage,
-        CarPhone,
-        RadioPhone,
-        MobilePhone,
-        Office,
-        Department,
-        JobTitle,
-        Company,
-        AssistantPhone,
-        Assistant,
-        FileAs,
-        Count
-    };
+  enum Index {
+    Email1 = 0,
+    Email2,
+    Email3,
+    OtherCountry,
+    OtherPostalCode,
+    OtherState,
+    OtherCity,
+    OtherStreet,
+    WorkCountry,
+    WorkPostalCode,
+    WorkState,
+    WorkCity,
+    WorkStreet,
+    WorkPhone,
+    WorkPhone2,
+    WorkFax,
+    HomeCountry,
+    HomePostalCode,
+    HomeState,
+    HomeCity,
+    HomeStreet,
+    HomePhone,
+    HomePhone2,
+    HomeFax,
+    Title,
+    Suffix,
+    FirstName,
+    MiddleName,
+    LastName,
+    Spouse,
+    Children,
+    Pager,
+    WebPage,
+    CarPhone,
+    RadioPhone,
+    MobilePhone,
+    Office,
+    Department,
+    JobTitle,
+    Company,
+    AssistantPhone,
+    Assistant,
+    FileAs,
+    Count
+  };
 };
 
 const int kContactTextCount = ContactField::Count;
 
 // Property numbers of the other properties of a contact record.
-const WORD kPropCategories = 0x0016;  // CEVT_BLOB, category bit mask
-const WORD kPropNote = 0x0017;        // CEVT_BLOB, the Note
-const WORD kPropDefaultItem = 0x0050; // CEVT_I4, preferred phone or mail
-const WORD kPropFlag102 = 0x0102;     // CEVT_BOOL, carried only
-const WORD kPropBirthday = 0x4001;    // CEVT_FILETIME
-const WORD kPropAnniversary = 0x4003; // CEVT_FILETIME
+const WORD kPropCategories = 0x0016;   // CEVT_BLOB, category bit mask
+const WORD kPropNote = 0x0017;         // CEVT_BLOB, the Note
+const WORD kPropDefaultItem = 0x0050;  // CEVT_I4, preferred phone or mail
+const WORD kPropFlag102 = 0x0102;      // CEVT_BOOL, carried only
+const WORD kPropBirthday = 0x4001;     // CEVT_FILETIME
+const WORD kPropAnniversary = 0x4003;  // CEVT_FILETIME
 
 const CEPROPID kIdCategories = MAKE_CEPROPID(kPropCategories, CEVT_BLOB);
 const CEPROPID kIdNote = MAKE_CEPROPID(kPropNote, CEVT_BLOB);

@@ -2,51 +2,45 @@
 // Contact: the same terms as Contact::ComputeChecksum.
 #include "storage/contact/ContactDatabase.h"
 
-bool ContactDatabase::QuickChecksum(uint32_t& checksum, CEOID& oid)
-{
-    checksum = 0;
-    WORD count = 0;
-    BYTE* buffer = nullptr;
-    DWORD size = 0;
-    oid = CeReadRecordProps(m_contacts.GetHandle(), CEDB_ALLOWREALLOC, &count, nullptr, &buffer, &size);
-    if (oid == 0) {
-        DWORD error = GetLastError();
-        if (buffer != nullptr)
-            LocalFree(buffer);
-        SetLastError(error);
-        return false;
-    }
+bool ContactDatabase::QuickChecksum(uint32_t& checksum, CEOID& oid) {
+  checksum = 0;
+  WORD count = 0;
+  BYTE* buffer = nullptr;
+  DWORD size = 0;
+  oid = CeReadRecordProps(m_contacts.GetHandle(), CEDB_ALLOWREALLOC, &count, nullptr, &buffer, &size);
+  if (oid == 0) {
+    DWORD error = GetLastError();
+    if (buffer != nullptr) LocalFree(buffer);
+    SetLastError(error);
+    return false;
+  }
 
-    uint32_t sum = oid;
-    const CEPROPVAL* values = reinterpret_cast<const CEPROPVAL*>(buffer);
-    for (WORD i = 0; i < count && values != nullptr; ++i) {
-        const CEPROPVAL& value = values[i];
-        if ((value.wFlags & CEDB_PROPNOTFOUND) != 0)
-            continue;
-        WORD number = IdFromPropID(value.propid);
-        switch (TypeFromPropID(value.propid)) {
-        case CEVT_I4:
-        case CEVT_UI4:
-            if (number == kPropDefaultItem)
-                sum += static_cast<uint32_t>(value.val.ulVal);
-            break;
-        case CEVT_LPWSTR:
-            sum += Contact::TextHash(value.val.lpwstr);
-            break;
-        case CEVT_FILETIME:
-            if (number == kPropBirthday || number == kPropAnniversary)
-                sum += value.val.filetime.dwLowDateTime + value.val.filetime.dwHighDateTime;
-            break;
-        case CEVT_BLOB:
-            if (number == kPropNote)
-                sum += Contact::BlobHash(value.val.blob.lpb, value.val.blob.dwCount);
-            break;
-        default:
-            break;
-        }
+  uint32_t sum = oid;
+  const CEPROPVAL* values = reinterpret_cast<const CEPROPVAL*>(buffer);
+  for (WORD i = 0; i < count && values != nullptr; ++i) {
+    const CEPROPVAL& value = values[i];
+    if ((value.wFlags & CEDB_PROPNOTFOUND) != 0) continue;
+    WORD number = IdFromPropID(value.propid);
+    switch (TypeFromPropID(value.propid)) {
+      case CEVT_I4:
+      case CEVT_UI4:
+        if (number == kPropDefaultItem) sum += static_cast<uint32_t>(value.val.ulVal);
+        break;
+      case CEVT_LPWSTR:
+        sum += Contact::TextHash(value.val.lpwstr);
+        break;
+      case CEVT_FILETIME:
+        if (number == kPropBirthday || number == kPropAnniversary)
+          sum += value.val.filetime.dwLowDateTime + value.val.filetime.dwHighDateTime;
+        break;
+      case CEVT_BLOB:
+        if (number == kPropNote) sum += Contact::BlobHash(value.val.blob.lpb, value.val.blob.dwCount);
+        break;
+      default:
+        break;
     }
-    if (buffer != nullptr)
-        LocalFree(buffer);
-    checksum = sum;
-    return true;
+  }
+  if (buffer != nullptr) LocalFree(buffer);
+  checksum = sum;
+  return true;
 }

@@ -4,21 +4,13 @@ namespace {
 
 LabelTranslator* g_labelTranslator = nullptr;
 
-} // namespace
+}  // namespace
 
-void SetLabelTranslator(LabelTranslator* translator)
-{
-    g_labelTranslator = translator;
-}
+void SetLabelTranslator(LabelTranslator* translator) { g_labelTranslator = translator; }
 
-LabelTranslator* GetLabelTranslator()
-{
-    return g_labelTranslator;
-}
+LabelTranslator* GetLabelTranslator() { return g_labelTranslator; }
 
-Str TranslateLabel(const Str& label)
-{
-    if (g_labelTranslator == nullptr)
-        return label;
-    return g_labelTranslator->Translate(label);
+Str TranslateLabel(const Str& label) {
+  if (g_labelTranslator == nullptr) return label;
+  return g_labelTranslator->Translate(label);
 }

@@ -5,9 +5,9 @@
 #include "foundation/Str.h"
 
 class LabelTranslator {
-public:
-    virtual ~LabelTranslator() {}
-    virtual Str Translate(const Str& label) const = 0;
+ public:
+  virtual ~LabelTranslator() {}
+  virtual Str Translate(const Str& label) const = 0;
 };
 
 // The process-wide translator; null puts back the identity.

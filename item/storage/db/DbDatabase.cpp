@@ -8,335 +8,277 @@
 
 namespace {
 
-void FillSortSpecs(CEDBASEINFO& info, int count, const DbProperty* sortProps)
-{
-    if (count > CEDB_MAXSORTORDER)
-        count = CEDB_MAXSORTORDER;
-    if (count < 0 || sortProps == nullptr)
-        count = 0;
-    info.wNumSortOrder = static_cast<WORD>(count);
+void FillSortSpecs(CEDBASEINFO& info, int count, const DbProperty* sortProps) {
+  if (count > CEDB_MAXSORTORDER) count = CEDB_MAXSORTORDER;
+  if (count < 0 || sortProps == nullptr) count = 0;
+  info.wNumSortOrder = static_cast<WORD>(count);
+  for (int i = 0; i < count; ++i) {
+    info.rgSortSpecs[i].propid = sortProps[i].GetId();
+    info.rgSortSpecs[i].dwFlags = sortProps[i].GetSortFlags();
+  }
+}
+
+}  // namespace
+
+DbDatabase::DbDatabase() : m_oid(0), m_handle(INVALID_HANDLE_VALUE), m_step(false), m_atEnd(false) {}
+
+DbDatabase::~DbDatabase() { Close(); }
+
+bool DbDatabase::Open(const wchar_t* name, CEPROPID sortProperty, CENOTIFYREQUEST* notifyRequest,
+                      DWORD flags) {
+  (void)flags;  // the layer steps by itself; see the class comment
+  Close();
+  CEGUID volumes;
+  CREATE_INVALIDGUID(&volumes);
+  m_oid = 0;
+  m_atEnd = false;
+  m_handle = CeOpenDatabaseEx(&volumes, &m_oid, const_cast<LPWSTR>(name), sortProperty, 0, notifyRequest);
+  return m_handle != INVALID_HANDLE_VALUE;
+}
+
+bool DbDatabase::OpenByOid(CEOID oid, CEPROPID sortProperty, HWND notifyWindow, DWORD flags) {
+  (void)flags;
+  Close();
+  m_oid = oid;
+  m_atEnd = false;
+  m_handle = CeOpenDatabase(&m_oid, nullptr, sortProperty, 0, notifyWindow);
+  return m_handle != INVALID_HANDLE_VALUE;
+}
+
+bool DbDatabase::OpenByName(const wchar_t* name, CEPROPID sortProperty, HWND notifyWindow, DWORD flags) {
+  (void)flags;
+  Close();
+  m_oid = 0;
+  m_atEnd = false;
+  m_handle = CeOpenDatabase(&m_oid, const_cast<LPWSTR>(name), sortProperty, 0, notifyWindow);
+  return m_handle != INVALID_HANDLE_VALUE;
+}
+
+bool DbDatabase::Close() {
+  if (m_handle == INVALID_HANDLE_VALUE) return false;
+  CloseHandle(m_handle);
+  m_handle = INVALID_HANDLE_VALUE;
+  return true;
+}
+
+bool DbDatabase::Delete() {
+  Close();
+  BOOL deleted = CeDeleteDatabase(m_oid);
+  m_oid = 0;
+  return deleted != FALSE;
+}
+
+bool DbDatabase::Exists(const wchar_t* name) {
+  CEOID oid = 0;
+  HANDLE handle = CeOpenDatabase(&oid, const_cast<LPWSTR>(name), 0, 0, nullptr);
+  if (handle != INVALID_HANDLE_VALUE) {
+    CloseHandle(handle);
+    return true;
+  }
+  return GetLastError() != ERROR_FILE_NOT_FOUND;
+}
+
+bool DbDatabase::Create(const wchar_t* name, DWORD type, int sortCount, const DbProperty* sortProps) {
+  CEDBASEINFO info;
+  memset(&info, 0, sizeof(info));
+  FillSortSpecs(info, sortCount, sortProps);
+  CEOID oid = CeCreateDatabase(const_cast<LPWSTR>(name), type, info.wNumSortOrder,
+                               info.wNumSortOrder > 0 ? info.rgSortSpecs : nullptr);
+  if (oid == 0) return false;
+  m_oid = oid;
+  return true;
+}
+
+CEOID DbDatabase::ReadRecord(DbRecord& record, int count, const CEPROPID* wanted) {
+  if (m_step && m_atEnd) {
+    SetLastError(ERROR_HANDLE_EOF);
+    return 0;
+  }
+
+  CEPROPID* ids = nullptr;
+  WORD idCount = 0;
+  if (count > 0 && wanted != nullptr) {
+    ids = CheckAllocation(static_cast<CEPROPID*>(malloc(static_cast<size_t>(count) * sizeof(CEPROPID))));
+    memcpy(ids, wanted, static_cast<size_t>(count) * sizeof(CEPROPID));
+    idCount = static_cast<WORD>(count);
+  }
+
+  record.Clear();
+  BYTE* buffer = nullptr;
+  DWORD size = 0;
+  CEOID oid = CeReadRecordProps(m_handle, CEDB_ALLOWREALLOC, &idCount, ids, &buffer, &size);
+  // The platform may hand over a buffer even when the read fails; the record gives it back.
+  DWORD error = GetLastError();
+  record.AdoptBuffer(buffer);
+
+  if (oid != 0) {
+    const CEPROPVAL* values = reinterpret_cast<const CEPROPVAL*>(buffer);
+    for (WORD i = 0; i < idCount && values != nullptr; ++i) {
+      DbProperty* property = CheckAllocation(new (std::nothrow) DbProperty());
+      property->SetValue(values[i]);
+      property->SetListOwned(true);
+      record.Add(property);
+    }
+    record.SetOid(oid);
+    if (m_step) SeekNext();
+  }
+
+  free(ids);
+  if (oid == 0) SetLastError(error);
+  return oid;
+}
+
+CEOID DbDatabase::WriteRecord(DbRecord& record, int mode, int count, const CEPROPID* only) {
+  bool explicitList = count > 0 && only != nullptr;
+  if (!explicitList && record.Count() == 0) {
+    SetLastError(ERROR_NO_DATA);
+    return 0;
+  }
+
+  int capacity = explicitList ? count : record.Count();
+  CEPROPVAL* values =
+      CheckAllocation(static_cast<CEPROPVAL*>(malloc(static_cast<size_t>(capacity) * sizeof(CEPROPVAL))));
+  int used = 0;
+  if (explicitList) {
     for (int i = 0; i < count; ++i) {
-        info.rgSortSpecs[i].propid = sortProps[i].GetId();
-        info.rgSortSpecs[i].dwFlags = sortProps[i].GetSortFlags();
+      const DbProperty* property = record.Find(IdFromPropID(only[i]));
+      if (property != nullptr) values[used++] = property->Value();
     }
-}
+  } else {
+    for (int i = 0; i < record.Count(); ++i) values[used++] = record.GetAt(i)->Value();
+  }
 
-} // namespace
-
-DbDatabase::DbDatabase() : m_oid(0), m_handle(INVALID_HANDLE_VALUE), m_step(false), m_atEnd(false)
-{
-}
-
-DbDatabase::~DbDatabase()
-{
-    Close();
-}
-
-bool DbDatabase::Open(const wchar_t* name, CEPROPID sortProperty, CENOTIFYREQUEST* notifyRequest, DWORD flags)
-{
-    (void)flags; // the layer steps by itself; see the class comment
-    Close();
-    CEGUID volumes;
-    CREATE_INVALIDGUID(&volumes);
-    m_oid = 0;
-    m_atEnd = false;
-    m_handle = CeOpenDatabaseEx(&volumes, &m_oid, const_cast<LPWSTR>(name), sortProperty, 0, notifyRequest);
-    return m_handle != INVALID_HANDLE_VALUE;
-}
-
-bool DbDatabase::OpenByOid(CEOID oid, CEPROPID sortProperty, HWND notifyWindow, DWORD flags)
-{
-    (void)flags;
-    Close();
-    m_oid = oid;
-    m_atEnd = false;
-    m_handle = CeOpenDatabase(&m_oid, nullptr, sortProperty, 0, notifyWindow);
-    return m_handle != INVALID_HANDLE_VALUE;
-}
-
-bool DbDatabase::OpenByName(const wchar_t* name, CEPROPID sortProperty, HWND notifyWindow, DWORD flags)
-{
-    (void)flags;
-    Close();
-    m_oid = 0;
-    m_atEnd = false;
-    m_handle = CeOpenDatabase(&m_oid, const_cast<LPWSTR>(name), sortProperty, 0, notifyWindow);
-    return m_handle != INVALID_HANDLE_VALUE;
-}
-
-bool DbDatabase::Close()
-{
-    if (m_handle == INVALID_HANDLE_VALUE)
-        return false;
-    CloseHandle(m_handle);
-    m_handle = INVALID_HANDLE_VALUE;
-    return true;
-}
-
-bool DbDatabase::Delete()
-{
-    Close();
-    BOOL deleted = CeDeleteDatabase(m_oid);
-    m_oid = 0;
-    return deleted != FALSE;
-}
-
-bool DbDatabase::Exists(const wchar_t* name)
-{
-    CEOID oid = 0;
-    HANDLE handle = CeOpenDatabase(&oid, const_cast<LPWSTR>(name), 0, 0, nullptr);
-    if (handle != INVALID_HANDLE_VALUE) {
-        CloseHandle(handle);
-        return true;
-    }
-    return GetLastError() != ERROR_FILE_NOT_FOUND;
-}
-
-bool DbDatabase::Create(const wchar_t* name, DWORD type, int sortCount, const DbProperty* sortProps)
-{
-    CEDBASEINFO info;
-    memset(&info, 0, sizeof(info));
-    FillSortSpecs(info, sortCount, sortProps);
-    CEOID oid = CeCreateDatabase(const_cast<LPWSTR>(name), type, info.wNumSortOrder,
-                                 info.wNumSortOrder > 0 ? info.rgSortSpecs : nullptr);
-    if (oid == 0)
-        return false;
-    m_oid = oid;
-    return true;
-}
-
-CEOID DbDatabase::ReadRecord(DbRecord& record, int count, const CEPROPID* wanted)
-{
-    if (m_step && m_atEnd) {
-        SetLastError(ERROR_HANDLE_EOF);
-        return 0;
-    }
-
-    CEPROPID* ids = nullptr;
-    WORD idCount = 0;
-    if (count > 0 && wanted != nullptr) {
-        ids = CheckAllocation(static_cast<CEPROPID*>(malloc(static_cast<size_t>(count) * sizeof(CEPROPID))));
-        memcpy(ids, wanted, static_cast<size_t>(count) * sizeof(CEPROPID));
-        idCount = static_cast<WORD>(count);
-    }
-
-    record.Clear();
-    BYTE* buffer = nullptr;
-    DWORD size = 0;
-    CEOID oid = CeReadRecordProps(m_handle, CEDB_ALLOWREALLOC, &idCount, ids, &buffer, &size);
-    // The platform may hand over a buffer even when the read fails; the record gives it back.
-    DWORD error = GetLastError();
-    record.AdoptBuffer(buffer);
-
-    if (oid != 0) {
-        const CEPROPVAL* values = reinterpret_cast<const CEPROPVAL*>(buffer);
-        for (WORD i = 0; i < idCount && values != nullptr; ++i) {
-            DbProperty* property = CheckAllocation(new (std::nothrow) DbProperty());
-            property->SetValue(values[i]);
-            property->SetListOwned(true);
-            record.Add(property);
-        }
-        record.SetOid(oid);
-        if (m_step)
-            SeekNext();
-    }
-
-    free(ids);
-    if (oid == 0)
-        SetLastError(error);
-    return oid;
-}
-
-CEOID DbDatabase::WriteRecord(DbRecord& record, int mode, int count, const CEPROPID* only)
-{
-    bool explicitList = count > 0 && only != nullptr;
-    if (!explicitList && record.Count() == 0) {
-        SetLastError(ERROR_NO_DATA);
-        return 0;
-    }
-
-    int capacity = explicitList ? count : record.Count();
-    CEPROPVAL* values = CheckAllocation(static_cast<CEPROPVAL*>(malloc(static_cast<size_t>(capacity) * sizeof(CEPROPVAL))));
-    int used = 0;
-    if (explicitList) {
-        for (int i = 0; i < count; ++i) {
-            const DbProperty* property = record.Find(IdFromPropID(only[i]));
-            if (property != nullptr)
-                values[used++] = property->Value();
-        }
-    } else {
-        for (int i = 0; i < record.Count(); ++i)
-            values[used++] = record.GetAt(i)->Value();
-    }
-
-    if (used == 0) {
-        free(values);
-        SetLastError(ERROR_NO_DATA);
-        return 0;
-    }
-
-    if (mode == DbWriteDelete) {
-        for (int i = 0; i < used; ++i)
-            values[i].wFlags = CEDB_PROPDELETE;
-    }
-
-    CEOID target = record.GetOid();
-    if (target == 0 && (mode == DbWriteUpdate || mode == DbWriteDelete))
-        target = CurrentOid();
-
-    CEOID written = CeWriteRecordProps(m_handle, target, static_cast<WORD>(used), values);
-    DWORD error = GetLastError();
+  if (used == 0) {
     free(values);
-    if (written != 0 && m_step)
-        SeekNext();
-    if (written == 0)
-        SetLastError(error);
-    return written;
+    SetLastError(ERROR_NO_DATA);
+    return 0;
+  }
+
+  if (mode == DbWriteDelete) {
+    for (int i = 0; i < used; ++i) values[i].wFlags = CEDB_PROPDELETE;
+  }
+
+  CEOID target = record.GetOid();
+  if (target == 0 && (mode == DbWriteUpdate || mode == DbWriteDelete)) target = CurrentOid();
+
+  CEOID written = CeWriteRecordProps(m_handle, target, static_cast<WORD>(used), values);
+  DWORD error = GetLastError();
+  free(values);
+  if (written != 0 && m_step) SeekNext();
+  if (written == 0) SetLastError(error);
+  return written;
 }
 
-CEOID DbDatabase::DeleteProperties(int count, const CEPROPID* list)
-{
-    DbRecord record;
-    bool step = m_step;
-    m_step = false;
-    CEOID oid = ReadRecord(record);
-    m_step = step;
-    if (oid == 0)
-        return 0;
-    return WriteRecord(record, DbWriteDelete, count, list);
+CEOID DbDatabase::DeleteProperties(int count, const CEPROPID* list) {
+  DbRecord record;
+  bool step = m_step;
+  m_step = false;
+  CEOID oid = ReadRecord(record);
+  m_step = step;
+  if (oid == 0) return 0;
+  return WriteRecord(record, DbWriteDelete, count, list);
 }
 
-bool DbDatabase::DeleteRecord(CEOID oid)
-{
-    if (oid == 0) {
-        oid = CurrentOid();
-        if (oid == static_cast<CEOID>(-1))
-            return false;
-    }
-    return CeDeleteRecord(m_handle, oid) == TRUE;
+bool DbDatabase::DeleteRecord(CEOID oid) {
+  if (oid == 0) {
+    oid = CurrentOid();
+    if (oid == static_cast<CEOID>(-1)) return false;
+  }
+  return CeDeleteRecord(m_handle, oid) == TRUE;
 }
 
-CEOID DbDatabase::Seek(DWORD type, DWORD_PTR value, DWORD* index)
-{
-    DWORD where = 0;
-    CEOID oid = CeSeekDatabase(m_handle, type, value, index != nullptr ? index : &where);
-    if (oid != 0)
-        m_atEnd = false;
-    return oid;
+CEOID DbDatabase::Seek(DWORD type, DWORD_PTR value, DWORD* index) {
+  DWORD where = 0;
+  CEOID oid = CeSeekDatabase(m_handle, type, value, index != nullptr ? index : &where);
+  if (oid != 0) m_atEnd = false;
+  return oid;
 }
 
-CEOID DbDatabase::SeekValue(DWORD type, const DbProperty& value)
-{
-    CEPROPVAL copy = value.Value();
-    return Seek(type, reinterpret_cast<DWORD_PTR>(&copy), nullptr);
+CEOID DbDatabase::SeekValue(DWORD type, const DbProperty& value) {
+  CEPROPVAL copy = value.Value();
+  return Seek(type, reinterpret_cast<DWORD_PTR>(&copy), nullptr);
 }
 
-CEOID DbDatabase::SeekIndex(int index, bool fromEnd)
-{
-    if (fromEnd)
-        return Seek(CEDB_SEEK_END, static_cast<DWORD>(-index), nullptr);
-    return Seek(CEDB_SEEK_BEGINNING, static_cast<DWORD>(index), nullptr);
+CEOID DbDatabase::SeekIndex(int index, bool fromEnd) {
+  if (fromEnd) return Seek(CEDB_SEEK_END, static_cast<DWORD>(-index), nullptr);
+  return Seek(CEDB_SEEK_BEGINNING, static_cast<DWORD>(index), nullptr);
 }
 
-CEOID DbDatabase::SeekOid(CEOID oid)
-{
-    return Seek(CEDB_SEEK_CEOID, oid, nullptr);
+CEOID DbDatabase::SeekOid(CEOID oid) { return Seek(CEDB_SEEK_CEOID, oid, nullptr); }
+
+CEOID DbDatabase::SeekNext() {
+  CEOID oid = Seek(CEDB_SEEK_CURRENT, 1, nullptr);
+  if (oid == 0) m_atEnd = true;
+  return oid;
 }
 
-CEOID DbDatabase::SeekNext()
-{
-    CEOID oid = Seek(CEDB_SEEK_CURRENT, 1, nullptr);
-    if (oid == 0)
-        m_atEnd = true;
-    return oid;
+CEOID DbDatabase::SeekPrevious() {
+  DWORD before = 0;
+  DWORD after = 0;
+  Seek(CEDB_SEEK_CURRENT, 0, &before);
+  CEOID oid = Seek(CEDB_SEEK_CURRENT, static_cast<DWORD>(-1), &after);
+  if (after == before) return 0;
+  return oid;
 }
 
-CEOID DbDatabase::SeekPrevious()
-{
-    DWORD before = 0;
-    DWORD after = 0;
-    Seek(CEDB_SEEK_CURRENT, 0, &before);
-    CEOID oid = Seek(CEDB_SEEK_CURRENT, static_cast<DWORD>(-1), &after);
-    if (after == before)
-        return 0;
-    return oid;
+CEOID DbDatabase::SeekFirstEqual(const DbProperty& value) {
+  return SeekValue(CEDB_SEEK_VALUEFIRSTEQUAL, value);
 }
 
-CEOID DbDatabase::SeekFirstEqual(const DbProperty& value)
-{
-    return SeekValue(CEDB_SEEK_VALUEFIRSTEQUAL, value);
+CEOID DbDatabase::SeekNextEqual(const DbProperty& value) {
+  return SeekValue(CEDB_SEEK_VALUENEXTEQUAL, value);
 }
 
-CEOID DbDatabase::SeekNextEqual(const DbProperty& value)
-{
-    return SeekValue(CEDB_SEEK_VALUENEXTEQUAL, value);
+CEOID DbDatabase::SeekSmaller(const DbProperty& value) { return SeekValue(CEDB_SEEK_VALUESMALLER, value); }
+
+CEOID DbDatabase::SeekGreater(const DbProperty& value) { return SeekValue(CEDB_SEEK_VALUEGREATER, value); }
+
+CEOID DbDatabase::CurrentOid() {
+  CEOID oid = Seek(CEDB_SEEK_CURRENT, 0, nullptr);
+  return oid != 0 ? oid : static_cast<CEOID>(-1);
 }
 
-CEOID DbDatabase::SeekSmaller(const DbProperty& value)
-{
-    return SeekValue(CEDB_SEEK_VALUESMALLER, value);
-}
-
-CEOID DbDatabase::SeekGreater(const DbProperty& value)
-{
-    return SeekValue(CEDB_SEEK_VALUEGREATER, value);
-}
-
-CEOID DbDatabase::CurrentOid()
-{
-    CEOID oid = Seek(CEDB_SEEK_CURRENT, 0, nullptr);
-    return oid != 0 ? oid : static_cast<CEOID>(-1);
-}
-
-bool DbDatabase::GetInfo(CEDBASEINFO& info) const
-{
-    CEOIDINFO object;
-    memset(&object, 0, sizeof(object));
-    if (m_oid == 0 || !CeOidGetInfo(m_oid, &object) || object.wObjType != OBJTYPE_DATABASE) {
-        memset(&info, 0, sizeof(info));
-        return false;
-    }
-    info = object.infDatabase;
-    return true;
-}
-
-bool DbDatabase::SetInfo(CEDBASEINFO& info)
-{
-    return CeSetDatabaseInfo(m_oid, &info) != FALSE;
-}
-
-bool DbDatabase::SetName(const wchar_t* name)
-{
-    CEDBASEINFO info;
+bool DbDatabase::GetInfo(CEDBASEINFO& info) const {
+  CEOIDINFO object;
+  memset(&object, 0, sizeof(object));
+  if (m_oid == 0 || !CeOidGetInfo(m_oid, &object) || object.wObjType != OBJTYPE_DATABASE) {
     memset(&info, 0, sizeof(info));
-    info.dwFlags = CEDB_VALIDNAME;
-    wcsncpy(info.szDbaseName, name != nullptr ? name : L"", CEDB_MAXDBASENAMELEN - 1);
-    return SetInfo(info);
+    return false;
+  }
+  info = object.infDatabase;
+  return true;
 }
 
-bool DbDatabase::SetType(DWORD type)
-{
-    CEDBASEINFO info;
-    memset(&info, 0, sizeof(info));
-    info.dwFlags = CEDB_VALIDTYPE;
-    info.dwDbaseType = type;
-    return SetInfo(info);
+bool DbDatabase::SetInfo(CEDBASEINFO& info) { return CeSetDatabaseInfo(m_oid, &info) != FALSE; }
+
+bool DbDatabase::SetName(const wchar_t* name) {
+  CEDBASEINFO info;
+  memset(&info, 0, sizeof(info));
+  info.dwFlags = CEDB_VALIDNAME;
+  wcsncpy(info.szDbaseName, name != nullptr ? name : L"", CEDB_MAXDBASENAMELEN - 1);
+  return SetInfo(info);
 }
 
-bool DbDatabase::SetSortOrder(int count, const DbProperty* sortProps)
-{
-    CEDBASEINFO info;
-    memset(&info, 0, sizeof(info));
-    info.dwFlags = CEDB_VALIDSORTSPEC;
-    FillSortSpecs(info, count, sortProps);
-    return SetInfo(info);
+bool DbDatabase::SetType(DWORD type) {
+  CEDBASEINFO info;
+  memset(&info, 0, sizeof(info));
+  info.dwFlags = CEDB_VALIDTYPE;
+  info.dwDbaseType = type;
+  return SetInfo(info);
 }
 
-bool DbDatabase::SetModifiedTime(const FILETIME& time)
-{
-    CEDBASEINFO info;
-    memset(&info, 0, sizeof(info));
-    info.dwFlags = CEDB_VALIDMODTIME;
-    info.ftLastModified = time;
-    return SetInfo(info);
+bool DbDatabase::SetSortOrder(int count, const DbProperty* sortProps) {
+  CEDBASEINFO info;
+  memset(&info, 0, sizeof(info));
+  info.dwFlags = CEDB_VALIDSORTSPEC;
+  FillSortSpecs(info, count, sortProps);
+  return SetInfo(info);
+}
+
+bool DbDatabase::SetModifiedTime(const FILETIME& time) {
+  CEDBASEINFO info;
+  memset(&info, 0, sizeof(info));
+  info.dwFlags = CEDB_VALIDMODTIME;
+  info.ftLastModified = time;
+  return SetInfo(info);
 }

@@ -11,34 +11,34 @@
 #include <windbase.h>
 
 class DbRecord {
-public:
-    DbRecord();
-    // A copy owns copies of every value and shares nothing of the source's buffer.
-    DbRecord(const DbRecord& other);
-    DbRecord& operator=(const DbRecord& other);
-    virtual ~DbRecord();
+ public:
+  DbRecord();
+  // A copy owns copies of every value and shares nothing of the source's buffer.
+  DbRecord(const DbRecord& other);
+  DbRecord& operator=(const DbRecord& other);
+  virtual ~DbRecord();
 
-    int Count() const { return m_properties.GetSize(); }
-    DbProperty* GetAt(int index) const { return m_properties.GetAt(index); }
-    // Appends a property and returns its index. The record deletes it later only if it is list-owned.
-    int Add(DbProperty* property);
-    // The first property whose id has this number in its high half, whatever its type; null if none.
-    DbProperty* Find(WORD propertyNumber) const;
-    // Takes out the first property with this number; false if there is none.
-    bool Remove(WORD propertyNumber);
-    // Drops every property and gives the read buffer back to the platform; the oid becomes 0.
-    void Clear();
+  int Count() const { return m_properties.GetSize(); }
+  DbProperty* GetAt(int index) const { return m_properties.GetAt(index); }
+  // Appends a property and returns its index. The record deletes it later only if it is list-owned.
+  int Add(DbProperty* property);
+  // The first property whose id has this number in its high half, whatever its type; null if none.
+  DbProperty* Find(WORD propertyNumber) const;
+  // Takes out the first property with this number; false if there is none.
+  bool Remove(WORD propertyNumber);
+  // Drops every property and gives the read buffer back to the platform; the oid becomes 0.
+  void Clear();
 
-    CEOID GetOid() const { return m_oid; }
-    void SetOid(CEOID oid) { m_oid = oid; }
+  CEOID GetOid() const { return m_oid; }
+  void SetOid(CEOID oid) { m_oid = oid; }
 
-    // For the database layer: the read buffer handed over by the platform, kept until Clear.
-    void AdoptBuffer(BYTE* buffer);
+  // For the database layer: the read buffer handed over by the platform, kept until Clear.
+  void AdoptBuffer(BYTE* buffer);
 
-private:
-    void CopyFrom(const DbRecord& other);
+ private:
+  void CopyFrom(const DbRecord& other);
 
-    Array<DbProperty*> m_properties;
-    CEOID m_oid;
-    BYTE* m_buffer;
+  Array<DbProperty*> m_properties;
+  CEOID m_oid;
+  BYTE* m_buffer;
 };

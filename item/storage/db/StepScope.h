@@ -4,16 +4,15 @@
 #include "storage/db/DbDatabase.h"
 
 class StepScope {
-public:
-    StepScope(DbDatabase& database, bool step) : m_database(database), m_old(database.GetStep())
-    {
-        m_database.SetStep(step);
-    }
-    ~StepScope() { m_database.SetStep(m_old); }
-    StepScope(const StepScope&) = delete;
-    StepScope& operator=(const StepScope&) = delete;
+ public:
+  StepScope(DbDatabase& database, bool step) : m_database(database), m_old(database.GetStep()) {
+    m_database.SetStep(step);
+  }
+  ~StepScope() { m_database.SetStep(m_old); }
+  StepScope(const StepScope&) = delete;
+  StepScope& operator=(const StepScope&) = delete;
 
-private:
-    DbDatabase& m_database;
-    bool m_old;
+ private:
+  DbDatabase& m_database;
+  bool m_old;
 };

@@ -13,9 +13,9 @@ enum PendingChangeKind {
 
 // One queued notification: 12 bytes.
 struct PendingChange {
-  DWORD kind;   // PendingChangeKind
-  CEOID parent; // the database the record belongs to
-  CEOID oid;    // the record
+  DWORD kind;    // PendingChangeKind
+  CEOID parent;  // the database the record belongs to
+  CEOID oid;     // the record
 };
 
 class DbEventTarget {

@@ -26,10 +26,17 @@ LRESULT DbEventsListener::WindowProc(UINT message, WPARAM wParam, LPARAM lParam)
       if (!note) return 0;
       DWORD kind = 0;
       switch (note->uType) {
-        case DB_CEOID_CREATED: kind = ChangeCreated; break;
-        case DB_CEOID_RECORD_DELETED: kind = ChangeDeleted; break;
-        case DB_CEOID_CHANGED: kind = ChangeChanged; break;
-        default: break;
+        case DB_CEOID_CREATED:
+          kind = ChangeCreated;
+          break;
+        case DB_CEOID_RECORD_DELETED:
+          kind = ChangeDeleted;
+          break;
+        case DB_CEOID_CHANGED:
+          kind = ChangeChanged;
+          break;
+        default:
+          break;
       }
       const CEOID parent = note->oidParent;
       const CEOID oid = note->oid;

@@ -152,7 +152,8 @@ void BulkTree::FindKey(const wchar_t* key, int length, Array<uint32_t>& ids) con
     if (key[i] == n.ch) {
       ++i;
       if (n.hasTail) {
-        if (length - i == n.tail.GetLength() && wmemcmp(key + i, n.tail, static_cast<size_t>(length - i)) == 0)
+        if (length - i == n.tail.GetLength() &&
+            wmemcmp(key + i, n.tail, static_cast<size_t>(length - i)) == 0)
           ids = n.ids;
         return;
       }

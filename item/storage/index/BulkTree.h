@@ -48,7 +48,9 @@ class BulkTree {
   BulkTree(const BulkTree&);
   BulkTree& operator=(const BulkTree&);
 
-  Node& At(uint32_t index) const { return (*chunks[static_cast<int>(index / kChunkNodes)])[static_cast<int>(index % kChunkNodes)]; }
+  Node& At(uint32_t index) const {
+    return (*chunks[static_cast<int>(index / kChunkNodes)])[static_cast<int>(index % kChunkNodes)];
+  }
   uint32_t Make(wchar_t ch, uint32_t parent);
   uint32_t NewNode(const wchar_t* key, int i, int length, uint32_t parent);
   uint32_t Split(uint32_t node, const wchar_t* key, int i, int length);

@@ -10,9 +10,9 @@ namespace {
 
 // The fixed phones in the order of the feed, which isn't the order in which they are shown.
 const int kFeedPhones[] = {
-    ContactField::WorkPhone,      ContactField::HomePhone, ContactField::MobilePhone, ContactField::Pager,
-    ContactField::RadioPhone,     ContactField::AssistantPhone, ContactField::CarPhone, ContactField::WorkFax,
-    ContactField::WorkPhone2,     ContactField::HomePhone2, ContactField::HomeFax,
+    ContactField::WorkPhone,  ContactField::HomePhone,      ContactField::MobilePhone, ContactField::Pager,
+    ContactField::RadioPhone, ContactField::AssistantPhone, ContactField::CarPhone,    ContactField::WorkFax,
+    ContactField::WorkPhone2, ContactField::HomePhone2,     ContactField::HomeFax,
 };
 
 // The shortest number that a cut may give.
@@ -126,7 +126,8 @@ BOOL ContactFeed::FeedContact(const Contact& contact, const wchar_t* noteText) {
     if (!AddPhone(oid, contact.Phone[k].value)) return FALSE;
   }
 
-  const LabelValueList* lists[] = {&contact.Email, &contact.WebPage, &contact.People, &contact.Link, &contact.OtherProp};
+  const LabelValueList* lists[] = {&contact.Email, &contact.WebPage, &contact.People, &contact.Link,
+                                   &contact.OtherProp};
   for (const LabelValueList* list : lists) {
     for (int k = 0; k < list->GetSize(); ++k) {
       if (!AddText(oid, (*list)[k].value)) return FALSE;

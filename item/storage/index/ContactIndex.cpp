@@ -7,9 +7,7 @@
 
 ContactIndex::ContactIndex()
     : wordTree(&store, kWordRootSlot, kWordReverseSlot),
-      keypadTree(&store, kKeypadRootSlot, kKeypadReverseSlot),
-      feed(this),
-      keys(nullptr) {}
+      keypadTree(&store, kKeypadRootSlot, kKeypadReverseSlot), feed(this), keys(nullptr) {}
 
 ContactIndex::~ContactIndex() { CloseStores(); }
 

@@ -48,8 +48,8 @@ BOOL ContactIndex::Check(Str& report) const {
   } else {
     for (int k = 0; k < oids.GetSize(); ++k) {
       if (stored[k].oid != oids[k] || stored[k].record != values[k]) {
-        Finding(report, L"contact tree: contact %u with record %u, the contact map has %u with %u", oids[k], values[k],
-                stored[k].oid, stored[k].record);
+        Finding(report, L"contact tree: contact %u with record %u, the contact map has %u with %u", oids[k],
+                values[k], stored[k].oid, stored[k].record);
         break;
       }
     }
@@ -65,7 +65,8 @@ BOOL ContactIndex::Check(Str& report) const {
       for (int k = 0; k < ids.GetSize(); ++k) {
         Str key;
         if (!keys->ReadSortKey(kind, ids[k], key)) {
-          Finding(report, L"%s: the key of contact %u can't be read", kNames[kind], static_cast<uint32_t>(ids[k]));
+          Finding(report, L"%s: the key of contact %u can't be read", kNames[kind],
+                  static_cast<uint32_t>(ids[k]));
           break;
         }
         if (k > 0 && CompareSortKeys(previous, ids[k - 1], key, ids[k]) >= 0)

@@ -16,7 +16,8 @@ namespace {
 // An allocation that follows the release of a block at least as large: it can't fail.
 uint32_t AllocateFreed(IndexStore& store, uint32_t size) {
   uint32_t offset;
-  if (!store.AllocateBlock(size, &offset)) FailureStop(L"Unable open memory as mapped file!!!", L"IndexStore", __LINE__);
+  if (!store.AllocateBlock(size, &offset))
+    FailureStop(L"Unable open memory as mapped file!!!", L"IndexStore", __LINE__);
   return offset;
 }
 
@@ -34,7 +35,8 @@ void DropEntry(IndexStore& store, uint32_t slot, uint32_t at, uint32_t width, Ar
   scratch.SetSize(static_cast<int>(remaining * width));
   const uint32_t* source = store.Words(list) + 1;
   memcpy(scratch.GetData(), source, static_cast<size_t>(at * width) * 4);
-  memcpy(scratch.GetData() + at * width, source + (at + 1) * width, static_cast<size_t>((remaining - at) * width) * 4);
+  memcpy(scratch.GetData() + at * width, source + (at + 1) * width,
+         static_cast<size_t>((remaining - at) * width) * 4);
   store.FreeOffset(list);
   const uint32_t fresh = AllocateFreed(store, 4 + 4 * width * remaining);
   uint32_t* target = store.Words(fresh);

@@ -27,7 +27,8 @@ struct ListPair {
 class IndexChecker {
  public:
   IndexChecker(const IndexStore& owner, Str& out)
-      : store(owner), data(owner.Data()), length(owner.Length()), report(out), findings(0), arenaSound(false) {}
+      : store(owner), data(owner.Data()), length(owner.Length()), report(out), findings(0),
+        arenaSound(false) {}
 
   bool Run();
 
@@ -127,7 +128,8 @@ void IndexChecker::CheckArena() {
       Problem(L"arena: block at arena offset %u has the tags %d and %d", block, lead, trailTag);
       return;
     }
-    if (payload % 4 != 0 || payload < 8) Problem(L"arena: block at arena offset %u has %u payload bytes", block, payload);
+    if (payload % 4 != 0 || payload < 8)
+      Problem(L"arena: block at arena offset %u has %u payload bytes", block, payload);
     if (lead < 0) {
       freeBlocks.Add(block);
     } else {
@@ -257,11 +259,13 @@ void IndexChecker::CheckTree(int kind) {
     if (!Claim(node, kNodeSize, kind == 0 ? L"word tree: node" : L"keypad tree: node")) continue;
     liveNodes[kind].Add(node);
     const TreeNode* n = reinterpret_cast<const TreeNode*>(data + node);
-    if (n->parent != item.parent) Problem(L"%s: node %u names the parent %u, but hangs under %u", name, node, n->parent, item.parent);
+    if (n->parent != item.parent)
+      Problem(L"%s: node %u names the parent %u, but hangs under %u", name, node, n->parent, item.parent);
     if ((item.hasLow && n->ch <= item.low) || (item.hasHigh && n->ch >= item.high))
       Problem(L"%s: node %u with character %u stands out of order", name, node, n->ch);
     const bool hasChildren = n->less != 0 || n->equal != 0 || n->greater != 0;
-    if (n->tailFlag != 0 && n->tailFlag != kTailFlag) Problem(L"%s: node %u has the tail flag %u", name, node, n->tailFlag);
+    if (n->tailFlag != 0 && n->tailFlag != kTailFlag)
+      Problem(L"%s: node %u has the tail flag %u", name, node, n->tailFlag);
     if (n->tailFlag == kTailFlag && !RoomFor(node, kTailNodeSize)) {
       Problem(L"%s: tail node %u lies in a block too small for its tail's offset", name, node);
     } else if (n->tailFlag == kTailFlag) {
@@ -326,10 +330,12 @@ void IndexChecker::CheckReverseMap(int kind) {
   for (uint32_t k = 0; k < count; ++k) {
     const uint32_t oid = Word(map + 4 + 8 * k);
     const uint32_t head = Word(map + 8 + 8 * k);
-    if (k > 0 && oid <= Word(map + 4 + 8 * (k - 1))) Problem(L"%s: the reverse map isn't ascending at entry %u", name, k);
+    if (k > 0 && oid <= Word(map + 4 + 8 * (k - 1)))
+      Problem(L"%s: the reverse map isn't ascending at entry %u", name, k);
     // Contacts in the lists that have no entry.
     while (pairAt < held.GetSize() && held[pairAt].oid < oid) {
-      Problem(L"%s: contact %u is in the list of node %u but not in the reverse map", name, held[pairAt].oid, held[pairAt].node);
+      Problem(L"%s: contact %u is in the list of node %u but not in the reverse map", name, held[pairAt].oid,
+              held[pairAt].node);
       const uint32_t skipped = held[pairAt].oid;
       while (pairAt < held.GetSize() && held[pairAt].oid == skipped) ++pairAt;
     }
@@ -358,13 +364,15 @@ void IndexChecker::CheckReverseMap(int kind) {
       }
       for (uint32_t s = 0; s < used; ++s) named.Add(Word(block + 12 + 4 * s));
       if (next == 0 || !RoomFor(next, kChainBlockSize) || Word(next + 4) != block) {
-        Problem(L"%s: chain block %u of contact %u and its next %u don't link both ways", name, block, oid, next);
+        Problem(L"%s: chain block %u of contact %u and its next %u don't link both ways", name, block, oid,
+                next);
         chainSound = false;
         break;
       }
       if (next != head && used != static_cast<uint32_t>(kChainSlots))
         Problem(L"%s: chain block %u of contact %u isn't full but has a successor", name, block, oid);
-      if (next == head && used == 0) Problem(L"%s: the chain of contact %u ends in an empty block", name, oid);
+      if (next == head && used == 0)
+        Problem(L"%s: the chain of contact %u ends in an empty block", name, oid);
       block = next;
     } while (block != head);
     if (chainSound && Word(head + 4) != blocks[blocks.GetSize() - 1])
@@ -388,13 +396,15 @@ void IndexChecker::CheckReverseMap(int kind) {
     int held0 = pairAt;
     while (pairAt < held.GetSize() && held[pairAt].oid == oid) {
       if (!ContainsId(reach, held[pairAt].node))
-        Problem(L"%s: contact %u is in the list of node %u, which its chain doesn't lead to", name, oid, held[pairAt].node);
+        Problem(L"%s: contact %u is in the list of node %u, which its chain doesn't lead to", name, oid,
+                held[pairAt].node);
       ++pairAt;
     }
     if (pairAt == held0) Problem(L"%s: contact %u has a reverse map entry but is in no list", name, oid);
   }
   while (pairAt < held.GetSize()) {
-    Problem(L"%s: contact %u is in the list of node %u but not in the reverse map", name, held[pairAt].oid, held[pairAt].node);
+    Problem(L"%s: contact %u is in the list of node %u but not in the reverse map", name, held[pairAt].oid,
+            held[pairAt].node);
     const uint32_t skipped = held[pairAt].oid;
     while (pairAt < held.GetSize() && held[pairAt].oid == skipped) ++pairAt;
   }
@@ -426,7 +436,8 @@ void IndexChecker::CheckContactMap() {
     for (int k = 0; k < pairs[kind].GetSize(); ++k) {
       if (k > 0 && pairs[kind][k].oid == pairs[kind][k - 1].oid) continue;
       if (!ContainsId(mapped, pairs[kind][k].oid))
-        Problem(L"%s: contact %u is in its lists but not in the contact map", kTreeNames[kind], pairs[kind][k].oid);
+        Problem(L"%s: contact %u is in its lists but not in the contact map", kTreeNames[kind],
+                pairs[kind][k].oid);
     }
   }
 }
@@ -465,7 +476,8 @@ void IndexChecker::CheckSortedLists() {
 void IndexChecker::CheckLeaks() {
   if (!arenaSound) return;
   for (int k = 0; k < used.GetSize(); ++k) {
-    if (claimed[k] == 0) Problem(L"arena: block at %u of %u bytes is in use but belongs to nothing", used[k], usedSizes[k]);
+    if (claimed[k] == 0)
+      Problem(L"arena: block at %u of %u bytes is in use but belongs to nothing", used[k], usedSizes[k]);
   }
 }
 
@@ -480,7 +492,8 @@ bool IndexChecker::Run() {
   }
   const uint32_t mark = store.HeaderWord(kIndexMarkSlot);
   const uint32_t version = store.HeaderWord(kIndexVersionSlot);
-  if (mark != kIndexMark && version != kIndexVersion) Problem(L"header: mark %u and version %u", mark, version);
+  if (mark != kIndexMark && version != kIndexVersion)
+    Problem(L"header: mark %u and version %u", mark, version);
   CheckArena();
   CheckTree(0);
   CheckTree(1);

@@ -46,7 +46,7 @@ struct TreeNode {
   uint16_t ch;       // this node's UTF-16 character
   uint8_t tailFlag;  // 0, or kTailFlag
   uint8_t pad;
-  uint32_t tail;     // block of the key's rest, NUL-terminated UTF-16; present only with the flag
+  uint32_t tail;  // block of the key's rest, NUL-terminated UTF-16; present only with the flag
 };
 
 const uint32_t kNodeSize = 24;

@@ -317,7 +317,8 @@ int OidTree::CheckSubtree(const Node* node, const Node* parent, bool hasLow, uin
     AddReportLine(report, line);
     broken = 1;
   }
-  if (node->red && ((node->left != nullptr && node->left->red) || (node->right != nullptr && node->right->red))) {
+  if (node->red &&
+      ((node->left != nullptr && node->left->red) || (node->right != nullptr && node->right->red))) {
     line.Format(L"contact tree: red node %u has a red child", node->oid);
     AddReportLine(report, line);
     broken = 1;

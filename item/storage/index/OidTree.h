@@ -53,8 +53,8 @@ class OidTree {
   static Node* Minimum(Node* node);
   static void FreeSubtree(Node* node);
   // Black height of the subtree, or -1 when something in it is broken (reported).
-  int CheckSubtree(const Node* node, const Node* parent, bool hasLow, uint32_t low, bool hasHigh, uint32_t high,
-                   int depth, int& seen, Str& report) const;
+  int CheckSubtree(const Node* node, const Node* parent, bool hasLow, uint32_t low, bool hasHigh,
+                   uint32_t high, int depth, int& seen, Str& report) const;
 
   Node* root;
   int count;

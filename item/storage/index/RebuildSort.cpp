@@ -5,7 +5,9 @@
 #include "storage/index/ContactKeySource.h"
 
 void SortPairs(Array<SortPair>& pairs) {
-  ShellSort(pairs, [](const SortPair& a, const SortPair& b) { return CompareSortKeys(a.key, a.oid, b.key, b.oid) < 0; });
+  ShellSort(pairs, [](const SortPair& a, const SortPair& b) {
+    return CompareSortKeys(a.key, a.oid, b.key, b.oid) < 0;
+  });
 }
 
 void SortContactsByKey(int kind, const Array<Contact*>& contacts, Array<CEOID>& ids) {

@@ -10,7 +10,8 @@ namespace {
 // An allocation that follows the release of a block at least as large: it can't fail.
 uint32_t AllocateFreed(IndexStore* store, uint32_t size) {
   uint32_t offset;
-  if (!store->AllocateBlock(size, &offset)) FailureStop(L"Unable open memory as mapped file!!!", L"IndexStore", __LINE__);
+  if (!store->AllocateBlock(size, &offset))
+    FailureStop(L"Unable open memory as mapped file!!!", L"IndexStore", __LINE__);
   return offset;
 }
 
@@ -31,7 +32,8 @@ void SearchTree::RemoveFromList(uint32_t node, CEOID oid) {
   scratch.SetSize(static_cast<int>(count - 1));
   const uint32_t* source = store->Words(list) + 1;
   memcpy(scratch.GetData(), source, static_cast<size_t>(at) * 4);
-  memcpy(scratch.GetData() + at, source + at + 1, static_cast<size_t>(count - 1 - static_cast<uint32_t>(at)) * 4);
+  memcpy(scratch.GetData() + at, source + at + 1,
+         static_cast<size_t>(count - 1 - static_cast<uint32_t>(at)) * 4);
   store->FreeOffset(list);
   uint32_t fresh = AllocateFreed(store, 4 + 4 * (count - 1));
   uint32_t* target = store->Words(fresh);

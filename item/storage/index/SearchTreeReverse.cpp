@@ -62,7 +62,8 @@ BOOL SearchTree::RecordNodes(CEOID oid, const Array<uint32_t>& nodes) {
   if (entry >= 0) {
     head = reinterpret_cast<const ReverseEntry*>(store->Words(ReverseMap()) + 1)[entry].chain;
     const ChainBlock* last = BlockAt(store, BlockAt(store, head)->prev);
-    if (!AllocateChainBlocks(nodes.GetSize(), kChainSlots - static_cast<int>(last->used), blocks)) return FALSE;
+    if (!AllocateChainBlocks(nodes.GetSize(), kChainSlots - static_cast<int>(last->used), blocks))
+      return FALSE;
   } else {
     // A new chain, and a map one entry longer with the oid in its place.
     if (!AllocateChainBlocks(nodes.GetSize(), 0, blocks)) return FALSE;

@@ -37,7 +37,9 @@ uint32_t ArenaAllocator::Word(uint32_t offset) const {
   return value;
 }
 
-void ArenaAllocator::SetWord(uint32_t offset, uint32_t value) { memcpy(arena + offset, &value, sizeof value); }
+void ArenaAllocator::SetWord(uint32_t offset, uint32_t value) {
+  memcpy(arena + offset, &value, sizeof value);
+}
 
 void ArenaAllocator::SetBlock(uint32_t block, int32_t size) {
   SetTag(block, size);

@@ -37,7 +37,9 @@ struct ArenaRef {
   // The address the reference stands for now; null for the null reference.
   BYTE* Get() const { return base != nullptr ? *base + offset : nullptr; }
   template <class T>
-  T* As() const { return reinterpret_cast<T*>(Get()); }
+  T* As() const {
+    return reinterpret_cast<T*>(Get());
+  }
 };
 
 inline ArenaRef NullArenaRef() { return ArenaRef{nullptr, 0}; }

@@ -54,10 +54,12 @@ BOOL ArenaStore::Allocate(uint32_t size, ArenaRef* ref) {
     uint64_t target = length + step;
     if (target > MappedFile::kMaxLength) {
       // The last stretch of the mapping: take what is left, as long as the request fits in it.
-      uint64_t needed = length + static_cast<uint64_t>(ArenaAllocator::RoundRequest(size)) + ArenaAllocator::kTagBytes;
+      uint64_t needed =
+          length + static_cast<uint64_t>(ArenaAllocator::RoundRequest(size)) + ArenaAllocator::kTagBytes;
       if (needed > MappedFile::kMaxLength) {
         Str message;
-        message.Format(L"%s: no room for %u bytes, the mapping is full at %u bytes", sourceName, size, length);
+        message.Format(L"%s: no room for %u bytes, the mapping is full at %u bytes", sourceName, size,
+                       length);
         LogError(message, sourceName, L"Allocate", __LINE__);
         SetLastError(kMappingFullError);
         return FALSE;
@@ -103,7 +105,8 @@ BOOL ArenaStore::Open(const wchar_t* path) {
   Close();
   if (!file.Open(path, 0)) return FALSE;
   Attach();
-  const uint32_t smallestArena = ArenaAllocator::kHeaderBytes + ArenaAllocator::kTagBytes + ArenaAllocator::kMinimumPayload;
+  const uint32_t smallestArena =
+      ArenaAllocator::kHeaderBytes + ArenaAllocator::kTagBytes + ArenaAllocator::kMinimumPayload;
   if (length < headerSize + smallestArena || !arena.Verify(length - headerSize, headerSize)) {
     Str message;
     message.Format(L"%s: the arena of %s doesn't hold together", sourceName, path);

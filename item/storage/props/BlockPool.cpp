@@ -112,7 +112,8 @@ BOOL BlockPool::Verify(Array<BYTE>& marks, Str* report) const {
   }
   uint32_t firstUnused = FirstUnused();
   if (firstUnused < kHeaderSize || firstUnused > size || (firstUnused - kHeaderSize) % kBlockSize != 0) {
-    Problem(report, L"pool: first never-used byte %u is no block boundary inside %u bytes", firstUnused, size);
+    Problem(report, L"pool: first never-used byte %u is no block boundary inside %u bytes", firstUnused,
+            size);
     return FALSE;
   }
   uint32_t used = (firstUnused - kHeaderSize) / kBlockSize;

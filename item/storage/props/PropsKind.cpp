@@ -5,7 +5,7 @@
 namespace {
 
 // Indexed by PropsKind.
-const wchar_t* const kKindNames[] = {L"phone", L"email",  L"messenger", L"webpage", L"address",
+const wchar_t* const kKindNames[] = {L"phone",  L"email", L"messenger", L"webpage", L"address",
                                      L"people", L"date",  L"link",      L"image",   L"otherprop"};
 
 }  // namespace

@@ -194,8 +194,8 @@ void PropsRecord::Write(const ContactExtended& block, uint32_t checksum, BYTE* o
   writer.Word(block.OtherFormat);
   writer.MoveTo(kHeaderSize);
 
-  const LabelValueList* pairs[6] = {&block.Phone, &block.Email, &block.WebPage,
-                                    &block.People, &block.Link, &block.OtherProp};
+  const LabelValueList* pairs[6] = {&block.Phone,  &block.Email, &block.WebPage,
+                                    &block.People, &block.Link,  &block.OtherProp};
   for (int section = 0; section < 6; ++section) {
     writer.WordAt(kSectionsField + 4 * section, writer.Position());
     WritePairs(writer, *pairs[section]);
@@ -205,7 +205,8 @@ void PropsRecord::Write(const ContactExtended& block, uint32_t checksum, BYTE* o
   for (int i = 0; i < block.Messenger.GetSize(); ++i) {
     const MessengerEntry& entry = block.Messenger[i];
     uint32_t start = writer.Position();
-    uint32_t entrySize = MessengerEntrySize(TextLength(entry.kind), TextLength(entry.id), TextLength(entry.note));
+    uint32_t entrySize =
+        MessengerEntrySize(TextLength(entry.kind), TextLength(entry.id), TextLength(entry.note));
     writer.Word(entrySize);
     writer.Text(entry.kind);
     writer.Text(entry.id);
@@ -262,8 +263,8 @@ BOOL PropsRecord::Parse(const BYTE* data, uint32_t length, ContactExtended& bloc
   for (int section = 0; section < SectionImage; ++section)
     if (starts[section] % 4 != 0) return FALSE;
 
-  LabelValueList* pairs[6] = {&block.Phone, &block.Email, &block.WebPage,
-                              &block.People, &block.Link, &block.OtherProp};
+  LabelValueList* pairs[6] = {&block.Phone,  &block.Email, &block.WebPage,
+                              &block.People, &block.Link,  &block.OtherProp};
   BOOL ok = TRUE;
   for (int section = 0; section < 6 && ok; ++section)
     ok = ReadPairs(data, starts[section], starts[section + 1], *pairs[section]);

@@ -41,8 +41,16 @@ class PropsRecord {
   static constexpr uint32_t kSectionsField = 20;
   // Sections in their order.
   enum Section {
-    SectionPhone, SectionEmail, SectionWebPage, SectionPeople, SectionLink, SectionOtherProp,
-    SectionMessenger, SectionAddress, SectionDate, SectionImage
+    SectionPhone,
+    SectionEmail,
+    SectionWebPage,
+    SectionPeople,
+    SectionLink,
+    SectionOtherProp,
+    SectionMessenger,
+    SectionAddress,
+    SectionDate,
+    SectionImage
   };
 
   // Entry lengths for texts of the given lengths in characters.

@@ -174,7 +174,8 @@ BOOL PropsStore::IsNeedInspect(const FILETIME& time, uint32_t count, BOOL countO
   // A store that isn't open reflects no database at all.
   if (!HasHeader()) return TRUE;
   FILETIME stored = GetDbState();
-  BOOL timeDiffers = stored.dwLowDateTime != time.dwLowDateTime || stored.dwHighDateTime != time.dwHighDateTime;
+  BOOL timeDiffers =
+      stored.dwLowDateTime != time.dwLowDateTime || stored.dwHighDateTime != time.dwHighDateTime;
   if (timeDiffers) {
     Str message;
     message.Format(L"PropsStore::IsNeedInspect: lastModTime diffs(mHeader time: %x %x db_time: %x %x)",
@@ -214,7 +215,8 @@ BOOL PropsStore::EnsureRoom(uint32_t n, BOOL firstBlock) {
     // The last stretch of the mapping: the room without the extra percent, if that still fits.
     if (RoundUp4(sum) > MappedFile::kMaxLength) {
       Str message;
-      message.Format(L"PropsStore: no room for %u bytes of records, the mapping is full at %u bytes", need, length);
+      message.Format(L"PropsStore: no room for %u bytes of records, the mapping is full at %u bytes", need,
+                     length);
       LogError(message, kSource, L"EnsureRoom", __LINE__);
       SetLastError(kMappingFullError);
       return FALSE;

@@ -16,7 +16,8 @@ const BYTE kRecordBlock = 2;
 
 class Checker {
  public:
-  Checker(const BYTE* data, uint32_t length, Str* report) : data(data), length(length), report(report), ok(TRUE) {}
+  Checker(const BYTE* data, uint32_t length, Str* report)
+      : data(data), length(length), report(report), ok(TRUE) {}
 
   BOOL Run(const Array<uint32_t>* records);
 
@@ -31,7 +32,8 @@ class Checker {
     return offset >= PropsStore::kHeaderSize && pool.IsUsedBlock(offset - PropsStore::kHeaderSize);
   }
   int IndexOf(uint32_t offset) const {
-    return static_cast<int>((offset - PropsStore::kHeaderSize - BlockPool::kHeaderSize) / BlockPool::kBlockSize);
+    return static_cast<int>((offset - PropsStore::kHeaderSize - BlockPool::kHeaderSize) /
+                            BlockPool::kBlockSize);
   }
   BOOL CheckHeader();
   // Walks the ring of records from the first one; false when it had to stop.
@@ -175,10 +177,12 @@ void Checker::CheckAccounting() {
   for (int i = 0; i < marks.GetSize(); ++i) {
     if (marks[i] != kUnclaimed) continue;
     if (lost == 0)
-      firstLost = PropsStore::kHeaderSize + BlockPool::kHeaderSize + static_cast<uint32_t>(i) * BlockPool::kBlockSize;
+      firstLost =
+          PropsStore::kHeaderSize + BlockPool::kHeaderSize + static_cast<uint32_t>(i) * BlockPool::kBlockSize;
     ++lost;
   }
-  if (lost > 0) Problem(L"pool: %u used blocks, the first at %u, are in no record and not free", lost, firstLost);
+  if (lost > 0)
+    Problem(L"pool: %u used blocks, the first at %u, are in no record and not free", lost, firstLost);
 }
 
 int CompareOffsets(const void* a, const void* b) {
@@ -199,7 +203,8 @@ void Checker::CompareRecords(Array<uint32_t>& found, const Array<uint32_t>& reco
   Array<uint32_t> named;
   for (int i = 0; i < sorted.GetSize(); ++i) {
     if (i > 0 && sorted[i] == sorted[i - 1]) {
-      if (i == 1 || sorted[i - 1] != sorted[i - 2]) Problem(L"index: record %u is named more than once", sorted[i]);
+      if (i == 1 || sorted[i - 1] != sorted[i - 2])
+        Problem(L"index: record %u is named more than once", sorted[i]);
       continue;
     }
     named.Add(sorted[i]);

@@ -24,7 +24,7 @@ struct ItemState {
   std::wstring name;
   DWORD units = 0;
   bool selected = false;
-  bool reported = false;   // the host has been given the current height
+  bool reported = false;  // the host has been given the current height
 };
 
 HINSTANCE g_module = nullptr;
@@ -143,9 +143,9 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
 
 extern "C" HWND InitializeCustomItem(TODAYLISTITEM* tli, HWND parent) {
   if (!tli || !tli->fEnabled) return nullptr;
-  DeviceJournalWrite(kSource, L"%ls init type %d order %lu flags %lu options %d selectability %lu cyp %lu", tli->szName,
-                     static_cast<int>(tli->tlit), tli->dwOrder, tli->grfFlags, tli->fOptions, tli->dwSelectability,
-                     tli->cyp);
+  DeviceJournalWrite(kSource, L"%ls init type %d order %lu flags %lu options %d selectability %lu cyp %lu",
+                     tli->szName, static_cast<int>(tli->tlit), tli->dwOrder, tli->grfFlags, tli->fOptions,
+                     tli->dwSelectability, tli->cyp);
   if (tli->hinstDLL != g_module) DeviceJournalWrite(kSource, L"%ls wrong module handle", tli->szName);
   if (tli->grfFlags == 0) {
     DeviceJournalWrite(kSource, L"%ls refuses", tli->szName);
@@ -163,8 +163,8 @@ extern "C" HWND InitializeCustomItem(TODAYLISTITEM* tli, HWND parent) {
   auto* state = new ItemState;
   state->name = tli->szName;
   state->units = tli->grfFlags;
-  HWND hwnd = CreateWindowExW(0, kClass, nullptr, WS_CHILD | WS_VISIBLE, CW_USEDEFAULT, CW_USEDEFAULT, 0, 0, parent,
-                              nullptr, g_module, nullptr);
+  HWND hwnd = CreateWindowExW(0, kClass, nullptr, WS_CHILD | WS_VISIBLE, CW_USEDEFAULT, CW_USEDEFAULT, 0, 0,
+                              parent, nullptr, g_module, nullptr);
   if (!hwnd) {
     delete state;
     return nullptr;
@@ -173,7 +173,8 @@ extern "C" HWND InitializeCustomItem(TODAYLISTITEM* tli, HWND parent) {
 
   COLORREF text = static_cast<COLORREF>(SendMessageW(parent, TODAYM_GETCOLOR, TODAYCOLOR_TEXT, 0));
   COLORREF highlight = static_cast<COLORREF>(SendMessageW(parent, TODAYM_GETCOLOR, TODAYCOLOR_HIGHLIGHT, 0));
-  COLORREF highlighted = static_cast<COLORREF>(SendMessageW(parent, TODAYM_GETCOLOR, TODAYCOLOR_HIGHLIGHTEDTEXT, 0));
+  COLORREF highlighted =
+      static_cast<COLORREF>(SendMessageW(parent, TODAYM_GETCOLOR, TODAYCOLOR_HIGHLIGHTEDTEXT, 0));
   DeviceJournalWrite(kSource, L"%ls colours %06lx %06lx %06lx", tli->szName, static_cast<unsigned long>(text),
                      static_cast<unsigned long>(highlight), static_cast<unsigned long>(highlighted));
   return hwnd;
