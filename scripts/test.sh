@@ -1,13 +1,18 @@
 #!/usr/bin/env bash
-# Builds everything and runs all tests on the stand-in device: one Wine prefix in the build folder,
-# one Xvfb screen for the whole run. Ends with CTest's summary.
+# Builds everything and runs all tests: the house checks (layers of the item's folders, the formatter),
+# then every test program on a device of its own, side by side, on one Xvfb screen. Ends with CTest's
+# summary. Arguments go to CTest (e.g. -R test_index).
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 export PAGEMARK_BUILD_DIR="${PAGEMARK_BUILD_DIR:-$root/build}"
+python3 "$root/scripts/check-layers.py"
+"$root/scripts/format.sh" --check
 "$root/scripts/build.sh"
 source "$root/scripts/device-lib.sh"
-device_ensure
+device_ensure_display
 export PAGEMARK_KEEP_DISPLAY=1
 trap device_stop EXIT
+device_refresh_template
 cd "$PAGEMARK_BUILD_DIR"
-ctest --output-on-failure --timeout 600 "$@"
+jobs="${PAGEMARK_TEST_JOBS:-$(($(nproc) + 2))}"
+ctest --output-on-failure --timeout 600 -j "$jobs" "$@"
