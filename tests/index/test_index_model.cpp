@@ -1,7 +1,8 @@
 // Model-based runs: long seeded sequences of contact adds, updates and removals against the test's own
-// model of which contact holds which key. After the steps the index must answer every prefix lookup
-// in both trees as the model does, hold exactly the model's keys, keep its arena, reverse maps and
-// lists sound, and pass its own check.
+// model of which contact holds which key. Between steps the index must answer the lookups of what the
+// steps touched as the model does; every so many steps, and at the end, it must answer every prefix
+// lookup in both trees as the model does, hold exactly the model's keys, keep its arena, reverse maps
+// and lists sound, and pass its own check.
 #include <doctest/doctest.h>
 
 #include <algorithm>
@@ -25,7 +26,6 @@ class ModelRun {
 
   // One step: an add, an update or a removal, chosen at random around the wanted population.
   void Step() {
-    touched.clear();
     const uint32_t roll = random.Below(100);
     const bool grow = live.size() < static_cast<size_t>(population);
     // Below the population adds win; above it removals do, so that the size stays near it.
@@ -38,8 +38,17 @@ class ModelRun {
     }
   }
 
-  // The quick verification: the index's check, the arena, the lists, and lookups of every prefix of
-  // what the steps since the last one touched and of a sample.
+  // Between checks of the whole structure: lookups of every prefix of what the steps since the last
+  // verification touched, and of keys that aren't there.
+  void VerifyTouched() {
+    LookupAllPrefixes(0, touched);
+    LookupAllPrefixes(1, touchedKeypad);
+    LookupAbsent();
+    touched.clear();
+    touchedKeypad.clear();
+  }
+  // The whole structure: the index's check, the arena, the lists, and lookups of every prefix of what
+  // the steps since the last verification touched and of a sample.
   void VerifyQuick() { Verify(false); }
   // Everything: also the dump of both trees against the model, and every prefix of every key.
   void VerifyAll() { Verify(true); }
@@ -176,14 +185,18 @@ class ModelRun {
         }
       }
     }
-    // Keys that aren't there: longer than a stored one, or of characters no key has.
+    LookupAbsent();
+    touched.clear();
+    touchedKeypad.clear();
+  }
+
+  // Keys that aren't there: longer than a stored one, or of characters no key has.
+  void LookupAbsent() {
     for (int t = 0; t < 2; ++t) {
       if (!model.holders[t].empty()) Lookup(t, model.holders[t].rbegin()->first + L"zz");
       Lookup(t, L"\x4E00");
       Lookup(t, L"");
     }
-    touched.clear();
-    touchedKeypad.clear();
   }
   RandomContacts random;
   int population;
@@ -195,24 +208,32 @@ class ModelRun {
 
 }  // namespace
 
-TEST_CASE("model run: every lookup of every prefix after every one of 1500 steps") {
+TEST_CASE(
+    "model run: 1500 steps, touched keys after every step, every prefix every 50 steps and at the end") {
   ModelRun run(L"model_every", 1, 25);
   for (int step = 0; step < 1500; ++step) {
     CAPTURE(step);
     run.Step();
-    run.VerifyAll();
+    if (step % 50 == 49 || step == 1499)
+      run.VerifyAll();
+    else if (step % 10 == 9)
+      run.VerifyQuick();
+    else
+      run.VerifyTouched();
   }
 }
 
-TEST_CASE("model run: 6000 steps around 120 contacts, checked every 4 steps, everything every 500") {
+TEST_CASE("model run: 6000 steps around 120 contacts, touched keys every 4 steps, everything every 1000") {
   ModelRun run(L"model_long", 2, 120);
   for (int step = 0; step < 6000; ++step) {
     CAPTURE(step);
     run.Step();
-    if (step % 500 == 499)
+    if (step % 1000 == 999)
       run.VerifyAll();
-    else if (step % 4 == 3)
+    else if (step % 100 == 99)
       run.VerifyQuick();
+    else if (step % 4 == 3)
+      run.VerifyTouched();
   }
 }
 
