@@ -7,11 +7,8 @@ root="$(cd "$(dirname "$0")/.." && pwd)"
 cd "$root"
 mapfile -t files < <(git ls-files -- '*.cpp' '*.h' 2>/dev/null || find item device tools tests bench -name '*.cpp' -o -name '*.h')
 if [[ "${1:-}" == "--check" ]]; then
-  bad=()
-  for f in "${files[@]}"; do
-    [[ -f "$f" ]] || continue
-    clang-format --style=file --dry-run -Werror "$f" >/dev/null 2>&1 || bad+=("$f")
-  done
+  report="$(printf '%s\0' "${files[@]}" | xargs -0 -r -n 100 -P 2 clang-format --style=file --dry-run -Werror 2>&1 || true)"
+  mapfile -t bad < <(grep -o '^[^:]*:[0-9]*:[0-9]*: error' <<<"$report" | cut -d: -f1 | sort -u)
   if ((${#bad[@]})); then
     printf 'format: not in the house style: %s\n' "${bad[@]}" >&2
     echo "format: run scripts/format.sh to fix ${#bad[@]} file(s)" >&2
