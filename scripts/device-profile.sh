@@ -23,7 +23,10 @@ bin="$PAGEMARK_BUILD_DIR/bin"
 install_dir="$drive/Program Files/Zovrix Pagemark"
 mkdir -p "$install_dir" "$drive/My Documents/Pagemark Files" "$drive/Temp" "$drive/windows"
 rm -f "$drive/windows/device-journal.txt"
-if [[ -f "$bin/PagemarkToday.dll" ]]; then cp -f "$bin/PagemarkToday.dll" "$install_dir/"; fi
+# The item and the product's image library that it loads from its own folder.
+for library in PagemarkToday.dll ZovrixPimUtil.dll; do
+  if [[ -f "$bin/$library" ]]; then cp -f "$bin/$library" "$install_dir/"; fi
+done
 # The device's system library, with its object store, stands in \windows as on the device.
 if [[ -f "$bin/coredll.dll" ]]; then cp -f "$bin/coredll.dll" "$drive/windows/coredll.dll"; fi
 if [[ "$profile" == *phone ]]; then
