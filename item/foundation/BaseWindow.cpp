@@ -52,6 +52,10 @@ BOOL BaseWindow::RegisterClass(const wchar_t* name, UINT style, HCURSOR cursor, 
                                HINSTANCE instance) {
   if (hwnd || !name) return FALSE;
   if (!RegisterRoutedClass(name, style, cursor, brush, instance, SharedProc)) return FALSE;
+  return KeepClassName(name);
+}
+
+BOOL BaseWindow::KeepClassName(const wchar_t* name) {
   size_t length = wcslen(name) + 1;
   wchar_t* copy = new (std::nothrow) wchar_t[length];
   if (!copy) return FALSE;
@@ -64,8 +68,10 @@ BOOL BaseWindow::RegisterClass(const wchar_t* name, UINT style, HCURSOR cursor, 
 HWND BaseWindow::Create(DWORD exStyle, const wchar_t* title, DWORD style, int x, int y, int w, int h,
                         HWND parent, UINT id, HINSTANCE instance) {
   if (!className && !RegisterClass(kDefaultClass, CS_HREDRAW | CS_VREDRAW, nullptr,
-                                   static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)), instance))
-    return nullptr;
+                                   static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)), instance)) {
+    // The default class is shared by every object of the module: an earlier object registered it.
+    if (GetLastError() != ERROR_CLASS_ALREADY_EXISTS || !KeepClassName(kDefaultClass)) return nullptr;
+  }
   return CreateWindowExW(exStyle, className, title, style, x, y, w, h, parent,
                          reinterpret_cast<HMENU>(static_cast<UINT_PTR>(id)), instance, this);
 }
@@ -92,49 +98,4 @@ LRESULT CALLBACK BaseWindow::SharedProc(HWND window, UINT message, WPARAM wParam
   else if (message == WM_SETTINGCHANGE)
     self->OnSettingChange(wParam, lParam);
   return self->WindowProc(window, message, wParam, lParam);
-}
-
-ClassWindow::ClassWindow(const wchar_t* name, HINSTANCE module)
-    : className(name), instance(module), hwnd(nullptr) {}
-
-ClassWindow::~ClassWindow() { Destroy(); }
-
-LRESULT ClassWindow::WindowProc(UINT message, WPARAM wParam, LPARAM lParam) {
-  return DefWindowProcW(hwnd, message, wParam, lParam);
-}
-
-BOOL ClassWindow::RegisterClass(UINT style, HBRUSH brush, HCURSOR cursor) {
-  return RegisterRoutedClass(className, style, cursor, brush, instance, SharedProc);
-}
-
-void ClassWindow::UnregisterClass() {
-  if (className.GetLength() != 0) ::UnregisterClassW(className, instance);
-}
-
-BOOL ClassWindow::Create(const wchar_t* title, DWORD style, HWND parent, const RECT& rect, DWORD exStyle) {
-  CreateWindowExW(exStyle, className, title, style, rect.left, rect.top, rect.right, rect.bottom, parent,
-                  nullptr, instance, this);
-  return hwnd != nullptr;
-}
-
-void ClassWindow::Destroy() {
-  if (hwnd && IsWindow(hwnd)) DestroyWindow(hwnd);
-  hwnd = nullptr;
-}
-
-LRESULT CALLBACK ClassWindow::SharedProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-  ClassWindow* self = reinterpret_cast<ClassWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
-  if (!self) {
-    if (message != WM_CREATE) return DefWindowProcW(window, message, wParam, lParam);
-    self = static_cast<ClassWindow*>(reinterpret_cast<CREATESTRUCTW*>(lParam)->lpCreateParams);
-    if (!self) return DefWindowProcW(window, message, wParam, lParam);
-    self->hwnd = window;
-    SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
-  }
-  LRESULT result = self->WindowProc(message, wParam, lParam);
-  if (message == WM_DESTROY) {
-    self->hwnd = nullptr;
-    SetWindowLongPtrW(window, GWLP_USERDATA, 0);
-  }
-  return result;
 }

@@ -26,28 +26,9 @@ class BaseWindow {
   static LRESULT CALLBACK SharedProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
 
  protected:
+  BOOL KeepClassName(const wchar_t* name);
+
   HWND hwnd;
   int autoFit;
   wchar_t* className;
-};
-
-// The small base of the list controls, which owns the name of its window class.
-class ClassWindow {
- public:
-  ClassWindow(const wchar_t* name, HINSTANCE instance);
-  virtual LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam);
-  virtual ~ClassWindow();
-  virtual BOOL Create(const wchar_t* title, DWORD style, HWND parent, const RECT& rect, DWORD exStyle);
-
-  BOOL RegisterClass(UINT style, HBRUSH brush, HCURSOR cursor);
-  void UnregisterClass();
-  void Destroy();
-  HWND GetHwnd() const { return hwnd; }
-
-  static LRESULT CALLBACK SharedProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
-
- protected:
-  Str className;
-  HINSTANCE instance;
-  HWND hwnd;
 };
