@@ -1,0 +1,33 @@
+// A dialog from a template resource, bound to its object at WM_INITDIALOG. OnMessage sees every message
+// first; what it leaves goes to DefaultProc.
+#pragma once
+#include <windows.h>
+
+class BaseDialog {
+ public:
+  explicit BaseDialog(UINT templateId = 0);
+  virtual ~BaseDialog();
+  virtual INT_PTR DoModal(HWND parent);
+  virtual HWND CreateModeless(HWND parent, BOOL show);
+  virtual LRESULT DefaultProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
+  virtual BOOL OnMessage(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam, LRESULT& result);
+  virtual void OnSettingChange(WPARAM wParam, LPARAM lParam);
+  virtual void OnActivate(WPARAM wParam, LPARAM lParam);
+  virtual void FitToWorkArea();
+
+  // The dialog takes the title text of its top-most ancestor.
+  void InheritTitle();
+  void Destroy();
+  HWND GetHwnd() const { return hwnd; }
+  HWND GetMenuBar() const { return menuBar; }
+
+  static INT_PTR CALLBACK SharedProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
+  // The module whose resources hold the templates: the one this code is linked into.
+  static HINSTANCE ResourceModule();
+
+ protected:
+  HWND hwnd;
+  HWND menuBar;
+  int autoFit;
+  UINT templateId;
+};
