@@ -1,5 +1,7 @@
 #include "foundation/DebugUtils.h"
 
+#include "foundation/Handles.h"
+
 #include <stdarg.h>
 #include <stdio.h>
 #include <string.h>
@@ -57,12 +59,16 @@ void SetLogModule(HMODULE module) { g_logModule = module; }
 HMODULE GetLogModule() { return g_logModule; }
 
 void LogError(const wchar_t* message, const wchar_t* file, const wchar_t* function, int line) {
+  // Callers log a failure and then report its error: opening the log (which sets "already exists")
+  // must not take it from them.
+  LastErrorKeeper keep;
   wchar_t path[kLogPathSize];
   LogFilePath(path, kLogPathSize);
 
-  HANDLE log = CreateFileW(path, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
-                           FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (log == INVALID_HANDLE_VALUE) return;
+  KernelHandle owner(CreateFileW(path, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                 OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (owner.IsEmpty()) return;
+  HANDLE log = owner.Get();
   SetFilePointer(log, 0, nullptr, FILE_END);
 
   // One reading of the clock for both halves, so that a line never mixes two seconds or two days.
@@ -84,7 +90,17 @@ void LogError(const wchar_t* message, const wchar_t* file, const wchar_t* functi
     WriteAnsi(log, number);
   }
   WriteAnsi(log, L"\r\n");
-  CloseHandle(log);
+}
+
+void LogCallFailure(const wchar_t* call, DWORD error, const wchar_t* subject, const wchar_t* file,
+                    const wchar_t* function, int line) {
+  // No allocation: this may run where memory is what failed.
+  const int kMessageSize = 640;
+  wchar_t message[kMessageSize];
+  _snwprintf(message, kMessageSize - 1, L"%s failed, error %lu: %s", call != nullptr ? call : L"",
+             static_cast<unsigned long>(error), subject != nullptr ? subject : L"");
+  message[kMessageSize - 1] = 0;
+  LogError(message, file, function, line);
 }
 
 void FailureStop(const wchar_t* message, const wchar_t* file, int line) {

@@ -24,8 +24,13 @@ void SetLogModule(HMODULE module);
 HMODULE GetLogModule();
 
 // Appends one line to the log. `file` may be null, and then the line ends after the message;
-// `function` may be null or empty.
+// `function` may be null or empty. The calling thread's last error is left as it was.
 void LogError(const wchar_t* message, const wchar_t* file, const wchar_t* function, int line);
+
+// Logs a platform call that failed, as one line "<call> failed, error <error>: <subject>", where the
+// subject names what the call worked on (a path, a key). Leaves the last error as it was.
+void LogCallFailure(const wchar_t* call, DWORD error, const wchar_t* subject, const wchar_t* file,
+                    const wchar_t* function, int line);
 
 // A broken invariant: logs the message with its source position, then raises kFailureStopCode as a
 // non-continuable exception. Never returns, also when the log can't be written.

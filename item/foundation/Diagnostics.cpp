@@ -1,6 +1,7 @@
 #include "foundation/Diagnostics.h"
 
 #include "foundation/DebugUtils.h"
+#include "foundation/Handles.h"
 
 #include <stdarg.h>
 #include <stdint.h>
@@ -45,10 +46,15 @@ const CodeName kCodeNames[] = {
 const int kBoxTextSize = 1024;
 
 // The thread-local slot of the saved exception records; taken by the first thread that saves one.
-volatile LONG g_exceptionSlot = -1;
+// Any thread may read it while another takes it, so it is read and written only through interlocked
+// operations.
+LONG g_exceptionSlot = -1;
+
+// The slot, or -1 while none is taken.
+LONG CurrentSlot() { return InterlockedCompareExchange(&g_exceptionSlot, -1, -1); }
 
 DWORD ExceptionSlot() {
-  LONG slot = g_exceptionSlot;
+  LONG slot = CurrentSlot();
   if (slot != -1) return static_cast<DWORD>(slot);
   DWORD taken = TlsAlloc();
   if (taken == TLS_OUT_OF_INDEXES) return TLS_OUT_OF_INDEXES;
@@ -150,13 +156,13 @@ void SaveExceptionRecord(const EXCEPTION_RECORD* record) {
 }
 
 EXCEPTION_RECORD* GetExceptionRecord() {
-  LONG slot = g_exceptionSlot;
+  LONG slot = CurrentSlot();
   if (slot == -1) return nullptr;
   return static_cast<EXCEPTION_RECORD*>(TlsGetValue(static_cast<DWORD>(slot)));
 }
 
 void FreeExceptionRecord() {
-  LONG slot = g_exceptionSlot;
+  LONG slot = CurrentSlot();
   if (slot == -1) return;
   void* block = TlsGetValue(static_cast<DWORD>(slot));
   TlsSetValue(static_cast<DWORD>(slot), nullptr);
@@ -187,25 +193,32 @@ void MemCheck(const void* data, DWORD size, int tag) {
   path[MAX_PATH - 1] = 0;
 
   if (GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES) {
-    HANDLE existing = CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                  FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (existing == INVALID_HANDLE_VALUE) return;
-    DWORD fileSize = GetFileSize(existing, nullptr);
+    KernelHandle existing(CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                      FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (existing.IsEmpty()) {
+      LogCallFailure(L"CreateFileW", GetLastError(), path, L"Diagnostics", L"MemCheck", __LINE__);
+      return;
+    }
+    DWORD fileSize = GetFileSize(existing.Get(), nullptr);
     DWORD read = 0;
     if (fileSize != 0) {
-      void* image = CheckAllocation(LocalAlloc(LMEM_FIXED, size));
-      if (!ReadFile(existing, image, size, &read, nullptr)) read = 0;
-      LocalFree(image);
+      LocalMemory image(CheckAllocation(LocalAlloc(LMEM_FIXED, size)));
+      if (!ReadFile(existing.Get(), image.Get(), size, &read, nullptr)) read = 0;
     }
-    CloseHandle(existing);
+    // Closed before the image can be deleted.
+    existing.Reset();
     // An image that can't stand for this block is dropped, so that the write below leaves
     // exactly `size` bytes behind.
     if (fileSize == 0 || fileSize != size || read != size) DeleteFileW(path);
   }
 
-  HANDLE image = CreateFileW(path, GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (image == INVALID_HANDLE_VALUE) return;
+  KernelHandle image(
+      CreateFileW(path, GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (image.IsEmpty()) {
+    LogCallFailure(L"CreateFileW", GetLastError(), path, L"Diagnostics", L"MemCheck", __LINE__);
+    return;
+  }
   DWORD written = 0;
-  if (!WriteFile(image, data, size, &written, nullptr)) return;
-  CloseHandle(image);
+  if (!WriteFile(image.Get(), data, size, &written, nullptr))
+    LogCallFailure(L"WriteFile", GetLastError(), path, L"Diagnostics", L"MemCheck", __LINE__);
 }

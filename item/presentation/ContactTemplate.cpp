@@ -6,8 +6,9 @@ ContactTemplate::ContactTemplate() : isDefault(0) {}
 ContactTemplate::~ContactTemplate() {}
 
 BOOL ContactTemplate::Load(const wchar_t* file) {
+  // LATER(contact template reader): the file is not read; returns false with ERROR_NOT_SUPPORTED.
   path = file;
-  // The template reader comes with the contact page; a file that can't be read is no failure.
+  // A file that can't be read is no failure: the item falls back to the defaults.
   SetLastError(ERROR_NOT_SUPPORTED);
   return FALSE;
 }

@@ -8,21 +8,18 @@ int Skin::isHighRes = 0;
 
 static Skin* g_skin = nullptr;
 
-Skin::Skin() : instance(nullptr), screenDC(nullptr) {}
+Skin::Skin() : instance(nullptr) {}
 
-Skin::~Skin() {
-  if (screenDC) ReleaseDC(nullptr, screenDC);
-}
+Skin::~Skin() {}
 
 void Skin::Start(HINSTANCE module) {
   if (g_skin) return;
   g_skin = new (std::nothrow) Skin;
   if (!g_skin) return;
   g_skin->instance = module;
-  g_skin->screenDC = GetDC(nullptr);
-  if (g_skin->screenDC) {
-    dpiX = GetDeviceCaps(g_skin->screenDC, LOGPIXELSX);
-    dpiY = GetDeviceCaps(g_skin->screenDC, LOGPIXELSY);
+  if (g_skin->screenDC.Take(nullptr)) {
+    dpiX = GetDeviceCaps(g_skin->screenDC.Get(), LOGPIXELSX);
+    dpiY = GetDeviceCaps(g_skin->screenDC.Get(), LOGPIXELSY);
   }
   // A device that pretends to 96 dpi on a VGA screen gets the double-size layout.
   if (GetSettingDword(SECTION_SETTINGS, L"RealVGA", 0) == 1) {

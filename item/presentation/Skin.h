@@ -2,6 +2,7 @@
 // the Today strip. Loaded once per process.
 #pragma once
 #include <windows.h>
+#include "foundation/Handles.h"
 #include "foundation/Str.h"
 
 class Skin {
@@ -23,7 +24,8 @@ class Skin {
 
  private:
   HINSTANCE instance;
-  HDC screenDC;
+  // The screen's context, held for the life of the process.
+  WindowDC screenDC;
 };
 
 // Sizes are written at 96 dpi and scaled with rounding, in integer arithmetic.

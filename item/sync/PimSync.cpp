@@ -11,49 +11,42 @@ const wchar_t kPimSyncMutexName[] = L"9694E7F0-1902-4855-AA4D-F879CF68BE6A";
 
 PimSync* g_pimSync = nullptr;
 
-PimSync::PimSync()
-    : mapping(nullptr), view(nullptr), mutex(nullptr), record(nullptr), ready(FALSE), isMaster(FALSE),
-      myWindow(nullptr) {}
+PimSync::PimSync() : record(nullptr), ready(FALSE), isMaster(FALSE), myWindow(nullptr) {}
 
 PimSync::~PimSync() { CloseHandles(); }
 
 void PimSync::CloseHandles() {
-  DWORD error = GetLastError();
   ready = FALSE;
   record = nullptr;
-  if (view != nullptr) {
-    UnmapViewOfFile(view);
-    view = nullptr;
-  }
-  if (mapping != nullptr) {
-    CloseHandle(mapping);
-    mapping = nullptr;
-  }
-  if (mutex != nullptr) {
-    CloseHandle(mutex);
-    mutex = nullptr;
-  }
-  SetLastError(error);
+  // The owners keep the last error.
+  view.Reset();
+  mapping.Reset();
+  mutex.Reset();
 }
 
 BOOL PimSync::Open() {
   if (ready) return TRUE;
   // Whichever process comes first creates them; the others open the same objects. A new mapping,
   // backed by no file, starts as zeros.
-  mutex = CreateMutexW(nullptr, FALSE, kPimSyncMutexName);
-  if (mutex == nullptr) return FALSE;
-  mapping = CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(PimSyncRecord),
-                               kPimSyncMappingName);
-  if (mapping == nullptr) {
+  mutex.Reset(CreateMutexW(nullptr, FALSE, kPimSyncMutexName));
+  if (mutex.IsEmpty()) {
+    LogCallFailure(L"CreateMutexW", GetLastError(), kPimSyncMutexName, L"PimSync", L"Open", __LINE__);
+    return FALSE;
+  }
+  mapping.Reset(CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(PimSyncRecord),
+                                   kPimSyncMappingName));
+  if (mapping.IsEmpty()) {
+    LogCallFailure(L"CreateFileMappingW", GetLastError(), kPimSyncMappingName, L"PimSync", L"Open", __LINE__);
     CloseHandles();
     return FALSE;
   }
-  view = MapViewOfFile(mapping, FILE_MAP_READ | FILE_MAP_WRITE, 0, 0, 0);
-  if (view == nullptr) {
+  view.Reset(MapViewOfFile(mapping.Get(), FILE_MAP_READ | FILE_MAP_WRITE, 0, 0, 0));
+  if (view.IsEmpty()) {
+    LogCallFailure(L"MapViewOfFile", GetLastError(), kPimSyncMappingName, L"PimSync", L"Open", __LINE__);
     CloseHandles();
     return FALSE;
   }
-  record = static_cast<PimSyncRecord*>(view);
+  record = static_cast<PimSyncRecord*>(view.Get());
   ready = TRUE;
   return TRUE;
 }
@@ -61,7 +54,7 @@ BOOL PimSync::Open() {
 DWORD PimSync::GetFlag(int index) {
   int word = PimSyncFlagWord(index);
   if (!ready || word < 0) return 0;
-  PimSyncLock lock(mutex);
+  PimSyncLock lock(mutex.Get());
   return record->words[word];
 }
 
@@ -75,7 +68,7 @@ BOOL PimSync::SetFlag(int index, DWORD value) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return FALSE;
   }
-  PimSyncLock lock(mutex);
+  PimSyncLock lock(mutex.Get());
   record->words[word] = value;
   return TRUE;
 }

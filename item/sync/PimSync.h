@@ -14,6 +14,7 @@
 
 #include <windows.h>
 
+#include "foundation/Handles.h"
 #include "sync/PimSyncRecord.h"
 
 extern const wchar_t kPimSyncMappingName[];  // "450DC470-F520-401d-8A4B-F51506298DBE"
@@ -70,9 +71,9 @@ class PimSync {
   // Copies the slaves' windows, words 1 to 9 up to the first 0; gives their count.
   int CopySlaves(uint32_t* slaves);
 
-  HANDLE mapping;
-  void* view;
-  HANDLE mutex;
+  KernelHandle mapping;
+  MappedView view;
+  KernelHandle mutex;
   PimSyncRecord* record;
   int ready;
   int isMaster;

@@ -39,7 +39,7 @@ void PimSync::Sweep() {
   uint32_t before = 0;
   uint32_t after = 0;
   {
-    PimSyncLock lock(mutex);
+    PimSyncLock lock(mutex.Get());
     uint32_t* words = record->words;
     before = words[kPimSyncMasterWord];
     // The index moves on after a removal, so a dead window that moved into the current word stays
@@ -72,7 +72,7 @@ BOOL PimSync::Register(HWND window) {
   uint32_t word = PimSyncWord(window);
   int index = -1;
   {
-    PimSyncLock lock(mutex);
+    PimSyncLock lock(mutex.Get());
     // A window registered twice keeps its place.
     index = FindWindowWord(record->words, word, 0);
     if (index < 0) {
@@ -102,7 +102,7 @@ BOOL PimSync::Unregister(HWND /*window: the one given to Register*/) {
   bool found = false;
   uint32_t master = 0;
   {
-    PimSyncLock lock(mutex);
+    PimSyncLock lock(mutex.Get());
     int index = FindWindowWord(record->words, PimSyncWord(myWindow), 0);
     if (index >= 0) {
       RemoveWindowWord(record->words, index);
@@ -139,7 +139,7 @@ BOOL PimSync::ChangeToMaster(HWND window) {
   uint32_t oldMaster = 0;
   int index = -1;
   {
-    PimSyncLock lock(mutex);
+    PimSyncLock lock(mutex.Get());
     uint32_t* words = record->words;
     index = FindWindowWord(words, word, 0);
     if (index > 0) {

@@ -5,7 +5,7 @@
 #include "sync/PimSyncMessages.h"
 
 int PimSync::CopySlaves(uint32_t* slaves) {
-  PimSyncLock lock(mutex);
+  PimSyncLock lock(mutex.Get());
   int count = 0;
   for (int i = kPimSyncMasterWord + 1; i < kPimSyncWindowWords && record->words[i] != 0; ++i)
     slaves[count++] = record->words[i];
@@ -47,7 +47,7 @@ BOOL PimSync::UpdateLinkType(DWORD id, DWORD item) {
   }
   uint32_t master = 0;
   {
-    PimSyncLock lock(mutex);
+    PimSyncLock lock(mutex.Get());
     master = record->words[kPimSyncMasterWord];
   }
   // No master, or this very window in word 0 before it took over: nobody to ask.

@@ -1,4 +1,5 @@
 #include "today/LetterBar.h"
+#include "foundation/Handles.h"
 #include "presentation/Skin.h"
 
 // The bar shares the item window's class: the shared procedure finds each object by its window.
@@ -77,14 +78,13 @@ void LetterBar::Paint(HDC dc) {
     int r = GetRValue(color1) + (GetRValue(color2) - GetRValue(color1)) * y / height;
     int g = GetGValue(color1) + (GetGValue(color2) - GetGValue(color1)) * y / height;
     int b = GetBValue(color1) + (GetBValue(color2) - GetBValue(color1)) * y / height;
-    HBRUSH brush = CreateSolidBrush(RGB(r, g, b));
+    GdiObject<HBRUSH> brush(CreateSolidBrush(RGB(r, g, b)));
     RECT line = {client.left, y, client.right, y + 1};
-    FillRect(dc, &line, brush);
-    DeleteObject(brush);
+    FillRect(dc, &line, brush.Get());
   }
-  HBRUSH frame = CreateSolidBrush(0x004A4A4A);
-  FrameRect(dc, &client, frame);
-  DeleteObject(frame);
+  GdiObject<HBRUSH> frame(CreateSolidBrush(0x004A4A4A));
+  FrameRect(dc, &client, frame.Get());
+  // LATER(letter bar cells): the cells and their captions are not drawn, only the strip and its frame.
 }
 
 LRESULT LetterBar::WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {

@@ -141,7 +141,8 @@ HWND CPimToday::Init(HWND parent, HINSTANCE hinstDLL) {
   popup.Create(hwnd);
   StartupProbe(20);
 
-  // 21. The popup's list reads its rows from the data source once the list exists.
+  // 21. The popup's list reads its rows from the data source.
+  // LATER(contact list): there is no list to hand the data source to yet, so this step does nothing.
   StartupProbe(21);
 
   // 22. Resets the popup after a reload of the window; nothing at the first start.
@@ -182,7 +183,7 @@ void CPimToday::Shutdown() {
 }
 
 void CPimToday::RebuildLetterGroups() {
-  // Letter sets fill the groups; with none loaded the bar stands with no cells at its natural height.
+  // LATER(letter sets): no groups are built, so the bar stands with no cells at its natural height.
   groupLetters.SetSize(0);
   Array<Str> captions;
   Array<int> ids;
@@ -212,6 +213,7 @@ void CPimToday::SetPopupMode(int newMode) {
 }
 
 void CPimToday::RunSearch(BOOL) {
+  // LATER(keypad search and contact list): the picked groups are not searched yet; nothing happens.
   // Nothing happens without the data side or without the popup window.
   if (!managerReady || !popup.GetHwnd()) return;
 }
@@ -301,6 +303,7 @@ LRESULT CPimToday::OnAction() {
     SetPopupMode(PopupHidden);
     return 1;
   }
+  // LATER(cell commands): the selected cell is not clicked yet, so the action is taken and ignored.
   return 1;
 }
 

@@ -5,7 +5,10 @@ PopupWnd::PopupWnd()
 
 PopupWnd::~PopupWnd() { Destroy(); }
 
-BOOL PopupWnd::Create(HWND) { return TRUE; }
+BOOL PopupWnd::Create(HWND) {
+  // LATER(popup pages): no window is made, so every operation of the popup does nothing; returns true.
+  return TRUE;
+}
 
 void PopupWnd::Destroy() {
   if (hwnd && IsWindow(hwnd)) DestroyWindow(hwnd);

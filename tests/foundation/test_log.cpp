@@ -285,3 +285,26 @@ TEST_CASE("the watcher also sees boxes of other threads") {
   CloseHandle(thread);
   CHECK(boxes.Texts() == std::vector<std::wstring>{L"from a thread"});
 }
+
+TEST_CASE("a failed platform call is one line: the call, its error and what it worked on") {
+  std::wstring path = FreshProgramLog();
+  SetLastError(ERROR_SHARING_VIOLATION);
+  LogCallFailure(L"CreateFileW", ERROR_ACCESS_DENIED, L"\\Temp\\pim_index1.dat", L"MappedFile", L"Open", 12);
+  // The caller reports the failure's own error after logging it.
+  CHECK(GetLastError() == static_cast<DWORD>(ERROR_SHARING_VIOLATION));
+  std::vector<std::string> rests = RestOfLines(path);
+  REQUIRE(rests.size() == 1);
+  CHECK(rests[0] == "CreateFileW failed, error 5: \\Temp\\pim_index1.dat\t\tMappedFile: Open (12)");
+  DeleteFileW(path.c_str());
+}
+
+TEST_CASE("writing a line leaves the last error as it was, also when the log already exists") {
+  std::wstring path = FreshProgramLog();
+  LogError(L"first", nullptr, nullptr, 0);
+  // Opening an existing log sets "already exists"; the caller must not see it.
+  SetLastError(ERROR_HANDLE_EOF);
+  LogError(L"second", L"Source", L"", 2);
+  CHECK(GetLastError() == static_cast<DWORD>(ERROR_HANDLE_EOF));
+  CHECK(RestOfLines(path).size() == 2);
+  DeleteFileW(path.c_str());
+}

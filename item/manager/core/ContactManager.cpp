@@ -206,7 +206,10 @@ void ContactManager::EndProgress() {
   if (progress) progress->Close();
 }
 
-BOOL ContactManager::IsSimContact(CEOID) { return FALSE; }
+BOOL ContactManager::IsSimContact(CEOID) {
+  // LATER(SIM contacts): no SIM source is attached, so no contact counts as one; returns false.
+  return FALSE;
+}
 
 void ContactManager::OnSaveTimer() {
   // Both files, the index first; each starts its own write-back.

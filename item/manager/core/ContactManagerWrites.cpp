@@ -34,8 +34,8 @@ BOOL ContactManager::AddContact(Contact& contact) {
 }
 
 BOOL ContactManager::UpdateContact(Contact& contact, BOOL photoAuthoritative) {
-  // The photo's file is named in the extended block and kept by it; this manager doesn't write photo
-  // files, so the flag changes nothing yet.
+  // The photo's file is named in the extended block and kept by it.
+  // LATER(photo files): no photo file is written, so the photo flag is ignored and changes nothing.
   (void)photoAuthoritative;
   if (!BeginWrite()) return FALSE;
   note.MergeIntoNote(contact);

@@ -113,6 +113,6 @@ void ContactDataSource::FitPhoto(Contact& contact, int photoSize) {
     contact.photo = ContactPhoto(1, 1, 4, 24, pixel);
     return;
   }
-  // Scaling a photo into a square of photoSize is not built yet: the decoded photo is kept as it is.
+  // LATER(photo scaling): a photo isn't scaled into its square; the decoded photo is kept as it is.
   // Unless one of its sides already equals photoSize, such a contact is read anew at each call.
 }

@@ -3,6 +3,7 @@
 #include <stdlib.h>
 #include <wchar.h>
 
+#include "foundation/Handles.h"
 #include "foundation/Settings.h"
 #include "resources/LetterSetIds.h"
 
@@ -98,11 +99,9 @@ BOOL LoadLetterSetResource(UINT resourceId, LetterSet* set, HMODULE module) {
 BOOL LoadCustomLetterSet(LetterSet* set) {
   set->Clear();
   DWORD bytes = 0;
-  BYTE* block = GetSettingBinary(SECTION_ABC, L"Custom", &bytes);
-  if (block == nullptr) return FALSE;
-  BOOL parsed = ParseLetterSet(reinterpret_cast<const wchar_t*>(block), static_cast<int>(bytes / 2), set);
-  LocalFree(block);
-  return parsed;
+  LocalMemory block(GetSettingBinary(SECTION_ABC, L"Custom", &bytes));
+  if (block.IsEmpty()) return FALSE;
+  return ParseLetterSet(static_cast<const wchar_t*>(block.Get()), static_cast<int>(bytes / 2), set);
 }
 
 UINT LetterSetResourceOf(int type) {

@@ -2,16 +2,24 @@
 // Contact: the same terms as Contact::ComputeChecksum.
 #include "storage/contact/ContactDatabase.h"
 
+#include "foundation/DebugUtils.h"
+#include "foundation/Handles.h"
+
 bool ContactDatabase::QuickChecksum(uint32_t& checksum, CEOID& oid) {
   checksum = 0;
   WORD count = 0;
   BYTE* buffer = nullptr;
   DWORD size = 0;
   oid = CeReadRecordProps(m_contacts.GetHandle(), CEDB_ALLOWREALLOC, &count, nullptr, &buffer, &size);
+  // The platform may hand over a buffer even when the read fails; it goes back either way, and the
+  // owner keeps the read's last error.
+  LocalMemory owned(buffer);
   if (oid == 0) {
+    // The end of the table ends the walk that asks; a record deleted under it is a writer's race.
     DWORD error = GetLastError();
-    if (buffer != nullptr) LocalFree(buffer);
-    SetLastError(error);
+    if (error != ERROR_NO_MORE_ITEMS && error != ERROR_KEY_DELETED)
+      LogCallFailure(L"CeReadRecordProps", error, L"the contacts database", L"ContactDatabase",
+                     L"QuickChecksum", __LINE__);
     return false;
   }
 
@@ -40,7 +48,6 @@ bool ContactDatabase::QuickChecksum(uint32_t& checksum, CEOID& oid) {
         break;
     }
   }
-  if (buffer != nullptr) LocalFree(buffer);
   checksum = sum;
   return true;
 }

@@ -8,6 +8,25 @@
 
 namespace {
 
+// Logs a failed call of the object store, naming the database by its name when known, else by its
+// object id.
+void LogDbFailure(const wchar_t* call, DWORD error, const wchar_t* name, CEOID oid, const wchar_t* function,
+                  int line) {
+  wchar_t subject[64];
+  if (name != nullptr)
+    _snwprintf(subject, 63, L"database \"%s\"", name);
+  else
+    _snwprintf(subject, 63, L"database %08lx", static_cast<unsigned long>(oid));
+  subject[63] = 0;
+  LogCallFailure(call, error, subject, L"DbDatabase", function, line);
+}
+
+// An open that finds no such database is the platform's answer to a question, not a failure.
+void LogOpenFailure(const wchar_t* call, const wchar_t* name, CEOID oid, const wchar_t* function, int line) {
+  DWORD error = GetLastError();
+  if (error != ERROR_FILE_NOT_FOUND) LogDbFailure(call, error, name, oid, function, line);
+}
+
 void FillSortSpecs(CEDBASEINFO& info, int count, const DbProperty* sortProps) {
   if (count > CEDB_MAXSORTORDER) count = CEDB_MAXSORTORDER;
   if (count < 0 || sortProps == nullptr) count = 0;
@@ -32,8 +51,10 @@ bool DbDatabase::Open(const wchar_t* name, CEPROPID sortProperty, CENOTIFYREQUES
   CREATE_INVALIDGUID(&volumes);
   m_oid = 0;
   m_atEnd = false;
-  m_handle = CeOpenDatabaseEx(&volumes, &m_oid, const_cast<LPWSTR>(name), sortProperty, 0, notifyRequest);
-  return m_handle != INVALID_HANDLE_VALUE;
+  m_handle.Reset(
+      CeOpenDatabaseEx(&volumes, &m_oid, const_cast<LPWSTR>(name), sortProperty, 0, notifyRequest));
+  if (!IsOpen()) LogOpenFailure(L"CeOpenDatabaseEx", name, 0, L"Open", __LINE__);
+  return IsOpen();
 }
 
 bool DbDatabase::OpenByOid(CEOID oid, CEPROPID sortProperty, HWND notifyWindow, DWORD flags) {
@@ -41,8 +62,9 @@ bool DbDatabase::OpenByOid(CEOID oid, CEPROPID sortProperty, HWND notifyWindow, 
   Close();
   m_oid = oid;
   m_atEnd = false;
-  m_handle = CeOpenDatabase(&m_oid, nullptr, sortProperty, 0, notifyWindow);
-  return m_handle != INVALID_HANDLE_VALUE;
+  m_handle.Reset(CeOpenDatabase(&m_oid, nullptr, sortProperty, 0, notifyWindow));
+  if (!IsOpen()) LogOpenFailure(L"CeOpenDatabase", nullptr, oid, L"OpenByOid", __LINE__);
+  return IsOpen();
 }
 
 bool DbDatabase::OpenByName(const wchar_t* name, CEPROPID sortProperty, HWND notifyWindow, DWORD flags) {
@@ -50,31 +72,30 @@ bool DbDatabase::OpenByName(const wchar_t* name, CEPROPID sortProperty, HWND not
   Close();
   m_oid = 0;
   m_atEnd = false;
-  m_handle = CeOpenDatabase(&m_oid, const_cast<LPWSTR>(name), sortProperty, 0, notifyWindow);
-  return m_handle != INVALID_HANDLE_VALUE;
+  m_handle.Reset(CeOpenDatabase(&m_oid, const_cast<LPWSTR>(name), sortProperty, 0, notifyWindow));
+  if (!IsOpen()) LogOpenFailure(L"CeOpenDatabase", name, 0, L"OpenByName", __LINE__);
+  return IsOpen();
 }
 
 bool DbDatabase::Close() {
-  if (m_handle == INVALID_HANDLE_VALUE) return false;
-  CloseHandle(m_handle);
-  m_handle = INVALID_HANDLE_VALUE;
+  if (!IsOpen()) return false;
+  m_handle.Reset(INVALID_HANDLE_VALUE);
   return true;
 }
 
 bool DbDatabase::Delete() {
   Close();
   BOOL deleted = CeDeleteDatabase(m_oid);
+  if (!deleted) LogDbFailure(L"CeDeleteDatabase", GetLastError(), nullptr, m_oid, L"Delete", __LINE__);
   m_oid = 0;
   return deleted != FALSE;
 }
 
 bool DbDatabase::Exists(const wchar_t* name) {
   CEOID oid = 0;
-  HANDLE handle = CeOpenDatabase(&oid, const_cast<LPWSTR>(name), 0, 0, nullptr);
-  if (handle != INVALID_HANDLE_VALUE) {
-    CloseHandle(handle);
-    return true;
-  }
+  // A probe: a failure to open is its answer, and is not logged.
+  KernelHandle handle(CeOpenDatabase(&oid, const_cast<LPWSTR>(name), 0, 0, nullptr));
+  if (!handle.IsEmpty()) return true;
   return GetLastError() != ERROR_FILE_NOT_FOUND;
 }
 
@@ -84,7 +105,10 @@ bool DbDatabase::Create(const wchar_t* name, DWORD type, int sortCount, const Db
   FillSortSpecs(info, sortCount, sortProps);
   CEOID oid = CeCreateDatabase(const_cast<LPWSTR>(name), type, info.wNumSortOrder,
                                info.wNumSortOrder > 0 ? info.rgSortSpecs : nullptr);
-  if (oid == 0) return false;
+  if (oid == 0) {
+    LogDbFailure(L"CeCreateDatabase", GetLastError(), name, 0, L"Create", __LINE__);
+    return false;
+  }
   m_oid = oid;
   return true;
 }
@@ -106,10 +130,14 @@ CEOID DbDatabase::ReadRecord(DbRecord& record, int count, const CEPROPID* wanted
   record.Clear();
   BYTE* buffer = nullptr;
   DWORD size = 0;
-  CEOID oid = CeReadRecordProps(m_handle, CEDB_ALLOWREALLOC, &idCount, ids, &buffer, &size);
+  CEOID oid = CeReadRecordProps(m_handle.Get(), CEDB_ALLOWREALLOC, &idCount, ids, &buffer, &size);
   // The platform may hand over a buffer even when the read fails; the record gives it back.
   DWORD error = GetLastError();
   record.AdoptBuffer(buffer);
+  // The end of the table ends every walk, and a record that another handle deleted under the read is
+  // the normal outcome of a race with a writer; anything else is a failure.
+  if (oid == 0 && error != ERROR_NO_MORE_ITEMS && error != ERROR_KEY_DELETED)
+    LogDbFailure(L"CeReadRecordProps", error, nullptr, m_oid, L"ReadRecord", __LINE__);
 
   if (oid != 0) {
     const CEPROPVAL* values = reinterpret_cast<const CEPROPVAL*>(buffer);
@@ -161,8 +189,9 @@ CEOID DbDatabase::WriteRecord(DbRecord& record, int mode, int count, const CEPRO
   CEOID target = record.GetOid();
   if (target == 0 && (mode == DbWriteUpdate || mode == DbWriteDelete)) target = CurrentOid();
 
-  CEOID written = CeWriteRecordProps(m_handle, target, static_cast<WORD>(used), values);
+  CEOID written = CeWriteRecordProps(m_handle.Get(), target, static_cast<WORD>(used), values);
   DWORD error = GetLastError();
+  if (written == 0) LogDbFailure(L"CeWriteRecordProps", error, nullptr, m_oid, L"WriteRecord", __LINE__);
   free(values);
   if (written != 0 && m_step) SeekNext();
   if (written == 0) SetLastError(error);
@@ -184,12 +213,14 @@ bool DbDatabase::DeleteRecord(CEOID oid) {
     oid = CurrentOid();
     if (oid == static_cast<CEOID>(-1)) return false;
   }
-  return CeDeleteRecord(m_handle, oid) == TRUE;
+  if (CeDeleteRecord(m_handle.Get(), oid) == TRUE) return true;
+  LogDbFailure(L"CeDeleteRecord", GetLastError(), nullptr, m_oid, L"DeleteRecord", __LINE__);
+  return false;
 }
 
 CEOID DbDatabase::Seek(DWORD type, DWORD_PTR value, DWORD* index) {
   DWORD where = 0;
-  CEOID oid = CeSeekDatabase(m_handle, type, value, index != nullptr ? index : &where);
+  CEOID oid = CeSeekDatabase(m_handle.Get(), type, value, index != nullptr ? index : &where);
   if (oid != 0) m_atEnd = false;
   return oid;
 }
@@ -241,7 +272,10 @@ CEOID DbDatabase::CurrentOid() {
 bool DbDatabase::GetInfo(CEDBASEINFO& info) const {
   CEOIDINFO object;
   memset(&object, 0, sizeof(object));
-  if (m_oid == 0 || !CeOidGetInfo(m_oid, &object) || object.wObjType != OBJTYPE_DATABASE) {
+  bool known = m_oid != 0 && CeOidGetInfo(m_oid, &object);
+  if (m_oid != 0 && !known)
+    LogDbFailure(L"CeOidGetInfo", GetLastError(), nullptr, m_oid, L"GetInfo", __LINE__);
+  if (!known || object.wObjType != OBJTYPE_DATABASE) {
     memset(&info, 0, sizeof(info));
     return false;
   }
@@ -249,7 +283,11 @@ bool DbDatabase::GetInfo(CEDBASEINFO& info) const {
   return true;
 }
 
-bool DbDatabase::SetInfo(CEDBASEINFO& info) { return CeSetDatabaseInfo(m_oid, &info) != FALSE; }
+bool DbDatabase::SetInfo(CEDBASEINFO& info) {
+  if (CeSetDatabaseInfo(m_oid, &info)) return true;
+  LogDbFailure(L"CeSetDatabaseInfo", GetLastError(), nullptr, m_oid, L"SetInfo", __LINE__);
+  return false;
+}
 
 bool DbDatabase::SetName(const wchar_t* name) {
   CEDBASEINFO info;

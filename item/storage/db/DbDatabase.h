@@ -6,6 +6,7 @@
 // accepted and ignored.
 #pragma once
 
+#include "foundation/Handles.h"
 #include "storage/db/DbProperty.h"
 #include "storage/db/DbRecord.h"
 
@@ -39,9 +40,10 @@ class DbDatabase {
   // sort flags; on success the new database's oid is kept (the database is not opened).
   bool Create(const wchar_t* name, DWORD type, int sortCount, const DbProperty* sortProps);
 
-  bool IsOpen() const { return m_handle != INVALID_HANDLE_VALUE; }
+  bool IsOpen() const { return !m_handle.IsEmpty(); }
   CEOID GetOid() const { return m_oid; }
-  HANDLE GetHandle() const { return m_handle; }
+  // The open handle, or INVALID_HANDLE_VALUE.
+  HANDLE GetHandle() const { return m_handle.Get(); }
 
   bool GetStep() const { return m_step; }
   void SetStep(bool on) { m_step = on; }
@@ -89,7 +91,8 @@ class DbDatabase {
   bool SetInfo(CEDBASEINFO& info);
 
   CEOID m_oid;
-  HANDLE m_handle;
+  // INVALID_HANDLE_VALUE while closed, as the platform's open calls answer a failure.
+  KernelHandle m_handle;
   bool m_step;
   bool m_atEnd;
 };

@@ -1,6 +1,8 @@
 // DbEnumerator: walks the databases of the object store, all of them or those of one type.
 #pragma once
 
+#include "foundation/Handles.h"
+
 #include <windows.h>
 #include <windbase.h>
 
@@ -21,5 +23,6 @@ class DbEnumerator {
   DbEnumerator(const DbEnumerator&) = delete;
   DbEnumerator& operator=(const DbEnumerator&) = delete;
 
-  HANDLE m_handle;
+  // INVALID_HANDLE_VALUE while no walk runs.
+  KernelHandle m_handle;
 };

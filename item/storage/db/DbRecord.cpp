@@ -2,7 +2,7 @@
 
 #include "foundation/DebugUtils.h"
 
-DbRecord::DbRecord() : m_oid(0), m_buffer(nullptr) {}
+DbRecord::DbRecord() : m_oid(0) {}
 
 DbRecord::DbRecord(const DbRecord& other) : DbRecord() { CopyFrom(other); }
 
@@ -44,16 +44,12 @@ void DbRecord::Clear() {
   }
   m_properties.RemoveAll();
   m_oid = 0;
-  if (m_buffer != nullptr) {
-    LocalFree(m_buffer);
-    m_buffer = nullptr;
-  }
+  // After the properties, which point into it.
+  m_buffer.Reset();
 }
 
-void DbRecord::AdoptBuffer(BYTE* buffer) {
-  if (m_buffer != nullptr && m_buffer != buffer) LocalFree(m_buffer);
-  m_buffer = buffer;
-}
+// The platform may hand the same buffer back grown in place; taking it again frees nothing.
+void DbRecord::AdoptBuffer(BYTE* buffer) { m_buffer.Reset(buffer); }
 
 void DbRecord::CopyFrom(const DbRecord& other) {
   m_oid = other.m_oid;

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "foundation/Array.h"
+#include "foundation/Handles.h"
 #include "storage/db/DbProperty.h"
 
 #include <windows.h>
@@ -40,5 +41,6 @@ class DbRecord {
 
   Array<DbProperty*> m_properties;
   CEOID m_oid;
-  BYTE* m_buffer;
+  // The platform's read buffer, a block of local memory.
+  LocalMemory m_buffer;
 };

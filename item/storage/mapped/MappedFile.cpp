@@ -27,13 +27,21 @@ void LogTooLarge(const wchar_t* function, int line, uint32_t length, const wchar
   LogError(message, L"MappedFile", function, line);
 }
 
+void LogFailure(const wchar_t* call, DWORD error, const wchar_t* subject, const wchar_t* function, int line) {
+  LogCallFailure(call, error, subject, L"MappedFile", function, line);
+}
+
+// A backing file that isn't there yet is the normal state before the first save, not a failure.
+bool IsMissingFile(DWORD error) { return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND; }
+
+// The flags cross threads: this side writes them, the write-back thread reads them.
+void SetFlag(LONG* flag, LONG value) { InterlockedExchange(flag, value); }
+
+bool IsFlagSet(const LONG* flag) { return InterlockedCompareExchange(const_cast<LONG*>(flag), 0, 0) != 0; }
+
 }  // namespace
 
-MappedFile::MappedFile()
-    : mapping(nullptr), view(nullptr), thread(nullptr), cancel(0), hurry(0), beforeSave(nullptr),
-      threadWait(nullptr) {
-  path[0] = 0;
-}
+MappedFile::MappedFile() : cancel(0), hurry(0), beforeSave(nullptr) { path[0] = 0; }
 
 MappedFile::~MappedFile() { Close(); }
 
@@ -75,32 +83,31 @@ BOOL MappedFile::MapSection(BOOL* existed) {
     return FALSE;
   }
   // Backed by the page file (no file handle), so the memory lives as long as some process holds it.
-  mapping = CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, kMappingSize, name);
-  if (mapping == nullptr) return FALSE;
+  mapping.Reset(CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, kMappingSize, name));
+  if (mapping.IsEmpty()) {
+    LogFailure(L"CreateFileMappingW", GetLastError(), path, L"MapSection", __LINE__);
+    return FALSE;
+  }
   *existed = GetLastError() == ERROR_ALREADY_EXISTS;
-  view = static_cast<BYTE*>(MapViewOfFile(mapping, kViewAccess, 0, 0, 0));
-  if (view == nullptr) {
-    DWORD error = GetLastError();
-    CloseHandle(mapping);
-    mapping = nullptr;
-    SetLastError(error);
+  view.Reset(MapViewOfFile(mapping.Get(), kViewAccess, 0, 0, 0));
+  if (view.IsEmpty()) {
+    LogFailure(L"MapViewOfFile", GetLastError(), path, L"MapSection", __LINE__);
+    mapping.Reset();
     return FALSE;
   }
   return TRUE;
 }
 
 void MappedFile::Unmap() {
-  if (view != nullptr) UnmapViewOfFile(view);
-  if (mapping != nullptr) CloseHandle(mapping);
-  view = nullptr;
-  mapping = nullptr;
+  view.Reset();
+  mapping.Reset();
 }
 
-BYTE* MappedFile::Data() const { return view != nullptr ? view + 4 : nullptr; }
+BYTE* MappedFile::Data() const { return view.IsEmpty() ? nullptr : static_cast<BYTE*>(view.Get()) + 4; }
 
-uint32_t MappedFile::Length() const { return view != nullptr ? ReadWord(view) : 0; }
+uint32_t MappedFile::Length() const { return view.IsEmpty() ? 0 : ReadWord(static_cast<BYTE*>(view.Get())); }
 
-void MappedFile::SetLength(uint32_t length) { WriteWord(view, length); }
+void MappedFile::SetLength(uint32_t length) { WriteWord(static_cast<BYTE*>(view.Get()), length); }
 
 BOOL MappedFile::Create(const wchar_t* filePath, uint32_t length) {
   Close();
@@ -110,7 +117,8 @@ BOOL MappedFile::Create(const wchar_t* filePath, uint32_t length) {
     SetLastError(kMappingFullError);
     return FALSE;
   }
-  DeleteFileW(path);
+  if (!DeleteFileW(path) && !IsMissingFile(GetLastError()))
+    LogFailure(L"DeleteFileW", GetLastError(), path, L"Create", __LINE__);
   BOOL existed = FALSE;
   if (!MapSection(&existed)) return FALSE;
   if (existed) {
@@ -138,19 +146,22 @@ BOOL MappedFile::Open(const wchar_t* filePath, uint32_t minimumLength) {
     return TRUE;
   }
 
-  HANDLE file = CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                            FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) {
+  KernelHandle file(CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (file.IsEmpty()) {
     DWORD error = GetLastError();
+    if (!IsMissingFile(error)) LogFailure(L"CreateFileW", error, path, L"Open", __LINE__);
     Unmap();
     SetLastError(error);
     return FALSE;
   }
+  SetLastError(NO_ERROR);
   DWORD high = 0;
-  DWORD size = GetFileSize(file, &high);
+  DWORD size = GetFileSize(file.Get(), &high);
   DWORD error = GetLastError();
   if (size == INVALID_FILE_SIZE && error != NO_ERROR) {
-    CloseHandle(file);
+    LogFailure(L"GetFileSize", error, path, L"Open", __LINE__);
+    file.Reset();
     Unmap();
     SetLastError(error);
     return FALSE;
@@ -158,19 +169,20 @@ BOOL MappedFile::Open(const wchar_t* filePath, uint32_t minimumLength) {
   // A file larger than the mapping can take is not an image this program wrote; nothing of it is
   // read.
   if (high != 0 || size > kMaxLength + 4) {
-    CloseHandle(file);
+    file.Reset();
     Unmap();
     LogTooLarge(L"Open", __LINE__, size, path);
     SetLastError(kMappingFullError);
     return FALSE;
   }
   DWORD read = 0;
-  BOOL ok = ReadFile(file, Data(), size, &read, nullptr);
-  error = GetLastError();
-  CloseHandle(file);
+  BOOL ok = ReadFile(file.Get(), Data(), size, &read, nullptr);
+  error = ok ? ERROR_HANDLE_EOF : GetLastError();
+  file.Reset();
   if (!ok || read != size) {
+    LogFailure(L"ReadFile", error, path, L"Open", __LINE__);
     Unmap();
-    SetLastError(ok ? ERROR_HANDLE_EOF : error);
+    SetLastError(error);
     return FALSE;
   }
   if (!IsValidImage(size, size >= 8 ? ReadWord(Data() + size - 8) : 0)) {
@@ -182,7 +194,7 @@ BOOL MappedFile::Open(const wchar_t* filePath, uint32_t minimumLength) {
 }
 
 BOOL MappedFile::Grow(uint32_t newLength) {
-  if (view == nullptr) {
+  if (view.IsEmpty()) {
     SetLastError(ERROR_INVALID_HANDLE);
     return FALSE;
   }
@@ -210,7 +222,7 @@ uint32_t MappedFile::StampImage() {
 }
 
 BOOL MappedFile::Save(BOOL background) {
-  if (view == nullptr) {
+  if (view.IsEmpty()) {
     SetLastError(ERROR_INVALID_HANDLE);
     return FALSE;
   }
@@ -223,77 +235,74 @@ BOOL MappedFile::Save(BOOL background) {
   CancelSave();
 
   if (background) {
-    cancel = 0;
-    hurry = 0;
+    SetFlag(&cancel, 0);
+    SetFlag(&hurry, 0);
     HANDLE created = CreateThread(nullptr, 0, WriteBackThread, this, CREATE_SUSPENDED, nullptr);
-    if (created == nullptr) return FALSE;
-    HANDLE own = nullptr;
-    if (!DuplicateHandle(GetCurrentProcess(), created, GetCurrentProcess(), &own, 0, FALSE,
-                         DUPLICATE_SAME_ACCESS)) {
-      DWORD error = GetLastError();
-      TerminateThread(created, 1);
-      CloseHandle(created);
-      SetLastError(error);
+    if (created == nullptr) {
+      LogFailure(L"CreateThread", GetLastError(), path, L"Save", __LINE__);
       return FALSE;
     }
-    threadWait = own;
-    thread = created;
+    thread.Reset(created);
     // The platform's lowest normal priority, so that the device stays responsive while it writes.
     SetThreadPriority(created, THREAD_PRIORITY_LOWEST);
     ResumeThread(created);
     return TRUE;
   }
 
-  HANDLE file = CreateFileW(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return FALSE;
+  KernelHandle file(
+      CreateFileW(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (file.IsEmpty()) {
+    LogFailure(L"CreateFileW", GetLastError(), path, L"Save", __LINE__);
+    return FALSE;
+  }
   uint32_t bytes = StampImage();
   DWORD written = 0;
-  BOOL ok = WriteFile(file, Data(), bytes, &written, nullptr);
-  DWORD error = GetLastError();
-  CloseHandle(file);
+  BOOL ok = WriteFile(file.Get(), Data(), bytes, &written, nullptr);
+  DWORD error = ok ? ERROR_WRITE_FAULT : GetLastError();
+  // Closed before a short image is deleted.
+  file.Reset();
   if (!ok || written != bytes) {
+    LogFailure(L"WriteFile", error, path, L"Save", __LINE__);
     DeleteFileW(path);
-    SetLastError(ok ? ERROR_WRITE_FAULT : error);
+    SetLastError(error);
     return FALSE;
   }
   return TRUE;
 }
 
+BOOL MappedFile::IsSaving() const {
+  return !thread.IsEmpty() && WaitForSingleObject(thread.Get(), 0) == WAIT_TIMEOUT;
+}
+
+BOOL MappedFile::IsCancelRequested() const { return IsFlagSet(&cancel); }
+
 void MappedFile::WaitForWriteBack() {
-  while (thread != nullptr) Sleep(10);
-  if (threadWait != nullptr) {
-    // The thread has cleared its handle as its last act; let it end completely before anything it
-    // used goes away.
-    WaitForSingleObject(threadWait, INFINITE);
-    CloseHandle(threadWait);
-    threadWait = nullptr;
-  }
+  // The thread uses this object up to its last instruction; nothing it uses may go before it has
+  // ended.
+  if (WaitForSingleObject(thread.Get(), INFINITE) == WAIT_FAILED)
+    LogFailure(L"WaitForSingleObject", GetLastError(), path, L"WaitForWriteBack", __LINE__);
+  thread.Reset();
 }
 
 void MappedFile::CancelSave() {
-  if (threadWait == nullptr) return;
-  cancel = 1;
+  if (thread.IsEmpty()) return;
+  SetFlag(&cancel, 1);
   WaitForWriteBack();
-  cancel = 0;
+  SetFlag(&cancel, 0);
 }
 
 void MappedFile::FinishSave() {
-  if (threadWait == nullptr) return;
-  SetThreadPriority(threadWait, THREAD_PRIORITY_ABOVE_NORMAL);
-  hurry = 1;
+  if (thread.IsEmpty()) return;
+  // A close waits for it: from here on it writes at a raised priority and without yielding.
+  SetThreadPriority(thread.Get(), THREAD_PRIORITY_ABOVE_NORMAL);
+  SetFlag(&hurry, 1);
   WaitForWriteBack();
-  hurry = 0;
+  SetFlag(&hurry, 0);
 }
 
 DWORD WINAPI MappedFile::WriteBackThread(void* parameter) {
   MappedFile* self = static_cast<MappedFile*>(parameter);
-  BOOL saved = self->WriteBack();
-  // Clearing the handle is the thread's last touch of the object: the waiting side may release it
-  // from then on.
-  HANDLE own = self->thread;
-  CloseHandle(own);
-  self->thread = nullptr;
-  return saved ? 0 : 1;
+  return self->WriteBack() ? 0 : 1;
 }
 
 BOOL MappedFile::WriteBack() {
@@ -302,8 +311,10 @@ BOOL MappedFile::WriteBack() {
   BYTE* data = Data();
   if (beforeSave != nullptr) beforeSave(data);
 
-  HANDLE file = CreateFileW(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) {
+  KernelHandle file(
+      CreateFileW(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (file.IsEmpty()) {
+    LogFailure(L"CreateFileW", GetLastError(), path, L"WriteBack", __LINE__);
     free(buffer);
     return FALSE;
   }
@@ -312,18 +323,22 @@ BOOL MappedFile::WriteBack() {
   uint32_t position = 0;
   // Slices staged through the buffer, each copied at once from the live data, with a yield after
   // each unless a close is waiting.
-  while (remaining > 0 && cancel == 0) {
+  while (remaining > 0 && !IsFlagSet(&cancel)) {
     uint32_t slice = remaining < kSliceSize ? remaining : kSliceSize;
     memcpy(buffer, data + position, slice);
     DWORD written = 0;
-    if (!WriteFile(file, buffer, slice, &written, nullptr) || written != slice) break;
+    BOOL ok = WriteFile(file.Get(), buffer, slice, &written, nullptr);
+    if (!ok || written != slice) {
+      LogFailure(L"WriteFile", ok ? ERROR_WRITE_FAULT : GetLastError(), path, L"WriteBack", __LINE__);
+      break;
+    }
     position += slice;
     remaining -= slice;
     WriteBackProbe(this, position);
-    if (cancel != 0) break;
-    if (hurry == 0) Sleep(0);
+    if (IsFlagSet(&cancel)) break;
+    if (!IsFlagSet(&hurry)) Sleep(0);
   }
-  CloseHandle(file);
+  file.Reset();
   free(buffer);
 
   // A partial file stays as it is: its check word is wrong, and that is how the next open finds out.

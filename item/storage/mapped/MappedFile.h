@@ -22,6 +22,8 @@
 #include <windows.h>
 #include <stdint.h>
 
+#include "foundation/Handles.h"
+
 // Called on the write-back thread with the data's address just before a background write begins.
 typedef void (*BeforeSaveCallback)(BYTE* data);
 
@@ -58,10 +60,11 @@ class MappedFile {
   // Background: starts the write-back thread, cancelling a running one first. Otherwise writes the
   // file image synchronously with one WriteFile; a short write deletes the file.
   virtual BOOL Save(BOOL background);
-  // Stops a running write-back and waits until its thread is gone. The file it was writing is left
+  // Stops a running write-back and waits until its thread has ended. The file it was writing is left
   // as far as it got.
   virtual void CancelSave();
-  // Lets a running write-back finish quickly and waits for it.
+  // Lets a running write-back finish quickly, at raised priority and without yielding, and waits
+  // until its thread has ended.
   virtual void FinishSave();
 
   void SetBeforeSaveCallback(BeforeSaveCallback function) { beforeSave = function; }
@@ -70,9 +73,11 @@ class MappedFile {
   BYTE* Data() const;
   // L, or 0 when nothing is mapped.
   uint32_t Length() const;
-  BOOL IsMapped() const { return view != nullptr; }
-  BOOL IsSaving() const { return thread != nullptr; }
-  BOOL IsCancelRequested() const { return cancel != 0; }
+  BOOL IsMapped() const { return !view.IsEmpty(); }
+  // True while a write-back thread runs.
+  BOOL IsSaving() const;
+  // True while CancelSave waits for the write-back to stop; the write-back thread asks it too.
+  BOOL IsCancelRequested() const;
   const wchar_t* Path() const { return path; }
 
   // The mapping's name for a backing file: the path without backslashes, in upper case. False when
@@ -92,22 +97,21 @@ class MappedFile {
   void SetLength(uint32_t length);
   // Writes L + 4 into the data's last word and gives the number of bytes of the image.
   uint32_t StampImage();
-  // Polls every 10 ms until the write-back thread has cleared its handle.
+  // Waits until the write-back thread has ended, then closes its handle.
   void WaitForWriteBack();
 
   static DWORD WINAPI WriteBackThread(void* parameter);
   BOOL WriteBack();
 
-  HANDLE mapping;
-  BYTE* view;
+  KernelHandle mapping;
+  MappedView view;
   wchar_t path[MAX_PATH];
-  // The write-back thread's own handle, which the thread closes and clears as its last act; null
-  // when no thread runs.
-  HANDLE volatile thread;
-  volatile LONG cancel;
-  volatile LONG hurry;
+  // The write-back thread, from its start until a wait has seen it end; empty otherwise. Only this
+  // side touches the handle: the thread never closes it, so a wait on it, or a change of its
+  // priority, can't race the thread's end.
+  KernelHandle thread;
+  // Set by this side and read by the write-back thread, both only through interlocked operations.
+  LONG cancel;
+  LONG hurry;
   BeforeSaveCallback beforeSave;
-  // A second handle of the same thread, kept by this side: through it FinishSave raises the priority
-  // without racing the thread's own close, and the wait ends only when the thread has really gone.
-  HANDLE threadWait;
 };

@@ -4,14 +4,19 @@
 
 namespace {
 
-WriteBackProbeFunction volatile g_probe = nullptr;
+// Set by the test's thread and read by every write-back thread, so only through interlocked
+// operations.
+void* g_probe = nullptr;
 
 }  // namespace
 
-void SetWriteBackProbe(WriteBackProbeFunction probe) { g_probe = probe; }
+void SetWriteBackProbe(WriteBackProbeFunction probe) {
+  InterlockedExchangePointer(&g_probe, reinterpret_cast<void*>(probe));
+}
 
 void WriteBackProbe(MappedFile* file, DWORD bytesWritten) {
-  WriteBackProbeFunction probe = g_probe;
+  void* current = InterlockedCompareExchangePointer(&g_probe, nullptr, nullptr);
+  WriteBackProbeFunction probe = reinterpret_cast<WriteBackProbeFunction>(current);
   if (probe != nullptr) probe(file, bytesWritten);
 }
 
