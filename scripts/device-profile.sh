@@ -29,6 +29,8 @@ for library in PagemarkToday.dll ZovrixPimUtil.dll; do
 done
 # The device's system library, with its object store, stands in \windows as on the device.
 if [[ -f "$bin/coredll.dll" ]]; then cp -f "$bin/coredll.dll" "$drive/windows/coredll.dll"; fi
+# So does the shell's helper library.
+if [[ -f "$bin/aygshell.dll" ]]; then cp -f "$bin/aygshell.dll" "$drive/windows/aygshell.dll"; fi
 if [[ "$profile" == *phone ]]; then
   [[ -f "$bin/sms.dll" ]] && cp -f "$bin/sms.dll" "$drive/windows/sms.dll" || : > "$drive/windows/sms.dll"
 else
