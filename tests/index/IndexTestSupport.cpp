@@ -24,15 +24,17 @@ const wchar_t kTestStoreFile[] = L"\\windows\\test_index.cdb";
 
 namespace {
 
-std::vector<std::wstring> g_groups;
+// The model's letter groups are those the item's table holds after the fill.
+wordmodel::WordModel g_model;
 
 void FillGroups(const std::vector<std::wstring>& letters) {
   Array<Str> sets;
   for (const std::wstring& group : letters) sets.Add(Str(group.c_str()));
   g_keypadGroups.Fill(sets);
-  g_groups.clear();
+  std::vector<std::wstring> groups;
   for (int i = 0; i < g_keypadGroups.GetCount(); ++i)
-    g_groups.push_back(static_cast<const wchar_t*>(g_keypadGroups.GetAt(i)));
+    groups.push_back(static_cast<const wchar_t*>(g_keypadGroups.GetAt(i)));
+  g_model = wordmodel::WordModel(groups);
 }
 
 uint32_t Word32(const uint8_t* data, uint32_t offset) {
@@ -208,143 +210,11 @@ std::vector<int32_t> UsedBlocks(const IndexStore& store) {
 
 namespace {
 
-const std::wstring kSeparators = L"\r\n\t `!@#$%^&*()_|{}:\"/<>?[];',.\u2116-=\\";
-const std::wstring kDigits = L"0123456789";
-const std::wstring kPhone = L"0123456789-+()*# .";
-
-bool In(const std::wstring& set, wchar_t c) { return set.find(c) != std::wstring::npos; }
-
-std::vector<std::wstring> Tokens(const std::wstring& text) {
-  std::vector<std::wstring> out;
-  std::wstring current;
-  for (wchar_t c : text) {
-    if (In(kSeparators, c)) {
-      if (!current.empty()) out.push_back(current);
-      current.clear();
-    } else {
-      current += c;
-    }
-  }
-  if (!current.empty()) out.push_back(current);
-  return out;
-}
-
-void Merge(ModelKeys& into, const ModelKeys& from) {
-  into.word.insert(from.word.begin(), from.word.end());
-  into.keypad.insert(from.keypad.begin(), from.keypad.end());
-}
-
-std::wstring DateOf(const FILETIME& time) {
-  SYSTEMTIME date;
-  if (!FileTimeToSystemTime(&time, &date)) return L"";
-  wchar_t buffer[80];
-  if (GetDateFormatW(LOCALE_USER_DEFAULT, 0, &date, nullptr, buffer, 80) <= 0) return L"";
-  return buffer;
-}
-
-bool Zero(const FILETIME& time) { return time.dwLowDateTime == 0 && time.dwHighDateTime == 0; }
-
 std::wstring W(const Str& text) { return static_cast<const wchar_t*>(text); }
-
-ModelKeys KeysOfPhone(const std::wstring& number) {
-  ModelKeys keys = KeysOfText(number);
-  std::wstring end = ModelNumberEnd(number);
-  if (!end.empty()) keys.word.insert(end);
-  std::wstring rest = number;
-  for (;;) {
-    rest = ModelCutLastNumber(rest);
-    if (rest.size() <= 5) break;
-    std::wstring cut = ModelNumberEnd(rest);
-    if (!cut.empty()) keys.word.insert(cut);
-  }
-  return keys;
-}
 
 }  // namespace
 
-std::wstring ModelLower(const std::wstring& text) {
-  std::wstring lower = text;
-  if (!lower.empty()) CharLowerBuffW(&lower[0], static_cast<DWORD>(lower.size()));
-  return lower;
-}
-
-std::wstring ModelKeypad(const std::wstring& word) {
-  std::wstring keys;
-  for (wchar_t c : word) {
-    bool found = false;
-    for (const std::wstring& group : g_groups) {
-      if (In(group, c)) {
-        keys += group[0];
-        found = true;
-        break;
-      }
-    }
-    if (!found) break;
-  }
-  return keys;
-}
-
-std::wstring ModelNumberEnd(const std::wstring& number) {
-  std::wstring digits;
-  for (wchar_t c : number)
-    if (In(kDigits, c)) digits += c;
-  if (digits.empty()) return digits;
-  std::reverse(digits.begin(), digits.end());
-  return L"~" + digits;
-}
-
-std::wstring ModelCutLastNumber(const std::wstring& text) {
-  // From the end: the last digit, then down through phone characters to one that isn't, then the
-  // next digit; each step needs index 6 or more (the last one 5 or more).
-  int i = static_cast<int>(text.size()) - 1;
-  while (i >= 6 && !In(kDigits, text[i])) --i;
-  if (i < 6) return L"";
-  while (i >= 6 && In(kPhone, text[i])) --i;
-  if (i < 6) return L"";
-  while (i >= 5 && !In(kDigits, text[i])) --i;
-  if (i < 5) return L"";
-  return text.substr(0, static_cast<size_t>(i) + 1);
-}
-
-ModelKeys KeysOfText(const std::wstring& text) {
-  ModelKeys keys;
-  for (const std::wstring& token : Tokens(text)) {
-    std::wstring lower = ModelLower(token);
-    keys.word.insert(lower);
-    std::wstring keypad = ModelKeypad(lower);
-    if (!keypad.empty()) keys.keypad.insert(keypad);
-  }
-  return keys;
-}
-
-ModelKeys KeysOfContact(const Contact& c, const std::wstring& note) {
-  ModelKeys keys;
-  for (int f = 0; f < kContactTextCount; ++f) Merge(keys, KeysOfText(W(c.text[f])));
-  if (!Zero(c.birthday)) Merge(keys, KeysOfText(DateOf(c.birthday)));
-  if (!Zero(c.anniversary)) Merge(keys, KeysOfText(DateOf(c.anniversary)));
-  const int phones[] = {ContactField::WorkPhone,  ContactField::HomePhone,  ContactField::MobilePhone,
-                        ContactField::Pager,      ContactField::RadioPhone, ContactField::AssistantPhone,
-                        ContactField::CarPhone,   ContactField::WorkFax,    ContactField::WorkPhone2,
-                        ContactField::HomePhone2, ContactField::HomeFax};
-  for (int f : phones)
-    if (!c.text[f].IsEmpty()) Merge(keys, KeysOfPhone(W(c.text[f])));
-  for (int k = 0; k < c.Phone.GetSize(); ++k)
-    if (!c.Phone[k].value.IsEmpty()) Merge(keys, KeysOfPhone(W(c.Phone[k].value)));
-  const LabelValueList* lists[] = {&c.Email, &c.WebPage, &c.People, &c.Link, &c.OtherProp};
-  for (const LabelValueList* list : lists)
-    for (int k = 0; k < list->GetSize(); ++k) Merge(keys, KeysOfText(W((*list)[k].value)));
-  for (int k = 0; k < c.Messenger.GetSize(); ++k) Merge(keys, KeysOfText(W(c.Messenger[k].id)));
-  for (int k = 0; k < c.Date.GetSize(); ++k) Merge(keys, KeysOfText(DateOf(c.Date[k].value)));
-  for (int k = 0; k < c.Address.GetSize(); ++k) {
-    const AddressEntry& a = c.Address[k];
-    if (a.format != 0) Merge(keys, KeysOfText(std::to_wstring(a.format)));
-    for (int part = 0; part < 5; ++part) Merge(keys, KeysOfText(W(a.parts[part])));
-  }
-  for (uint32_t format : {c.HomeFormat, c.OtherFormat, c.WorkFormat})
-    if (format != 0) Merge(keys, KeysOfText(std::to_wstring(format)));
-  Merge(keys, KeysOfText(note));
-  return keys;
-}
+ModelKeys KeysOfContact(const Contact& c, const std::wstring& note) { return g_model.OfContact(c, note); }
 
 void Model::Put(uint32_t oid, const ModelKeys& keys) {
   Drop(oid);

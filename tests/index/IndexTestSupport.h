@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "TestPaths.h"
+#include "WordModel.h"
 #include "foundation/Array.h"
 #include "foundation/Str.h"
 #include "storage/contact/Contact.h"
@@ -66,17 +67,10 @@ std::string ArenaProblem(const IndexStore& store);
 std::vector<int32_t> UsedBlocks(const IndexStore& store);
 
 // --- the model of the feed ---------------------------------------------------------------------------
-// The keys of a contact, worked out from the rules of the feed by the test itself.
-struct ModelKeys {
-  std::set<std::wstring> word;
-  std::set<std::wstring> keypad;
-};
-ModelKeys KeysOfText(const std::wstring& text);
+// The keys of a contact, worked out from the rules of the feed by the test itself, under the keypad
+// groups last set by UseEnglishRussianGroups or UseEnglishGroups.
+using ModelKeys = wordmodel::Keys;
 ModelKeys KeysOfContact(const Contact& contact, const std::wstring& note);
-std::wstring ModelLower(const std::wstring& text);
-std::wstring ModelKeypad(const std::wstring& word);
-std::wstring ModelNumberEnd(const std::wstring& number);
-std::wstring ModelCutLastNumber(const std::wstring& text);
 
 // Who holds which key: key -> oids, for each tree.
 struct Model {

@@ -5,6 +5,7 @@
 #include <cwctype>
 
 #include "ToolCategories.h"
+#include "WordModel.h"
 #include "extended/ContactNote.h"
 #include "foundation/Settings.h"
 #include "storage/contact/ContactDatabase.h"
@@ -15,94 +16,19 @@
 
 namespace searchtest {
 
+using wordmodel::DigitsOnly;
+using wordmodel::Lower;
+using wordmodel::Words;
+
 namespace {
 
-const std::wstring kSeparators = L"\r\n\t `!@#$%^&*()_|{}:\"/<>?[];',.\u2116-=\\";
-const std::wstring kPhoneChars = L"0123456789-+()*# .";
-const wchar_t* const kEnglishGroups[] = {L"abc", L"def", L"ghi", L"jkl", L"mno", L"pqrs", L"tuv", L"wxyz"};
+// The reference's words and keys follow the rules under the English letter groups.
+const wordmodel::WordModel& English() {
+  static const wordmodel::WordModel model(wordmodel::EnglishGroups());
+  return model;
+}
 
-bool In(const std::wstring& set, wchar_t c) { return set.find(c) != std::wstring::npos; }
-bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
 std::wstring W(const Str& text) { return static_cast<const wchar_t*>(text); }
-
-bool Zero(const FILETIME& time) { return time.dwLowDateTime == 0 && time.dwHighDateTime == 0; }
-
-std::wstring ShortDate(const FILETIME& time) {
-  SYSTEMTIME date;
-  if (!FileTimeToSystemTime(&time, &date)) return L"";
-  wchar_t buffer[80];
-  if (GetDateFormatW(LOCALE_USER_DEFAULT, 0, &date, nullptr, buffer, 80) <= 0) return L"";
-  return buffer;
-}
-
-// --- the keys a contact puts into the trees, from the rules of the feed --------------------------------
-
-void AddTextKeys(RefContact& c, const std::wstring& text) {
-  for (const std::wstring& word : Words(text)) {
-    std::wstring lower = Lower(word);
-    c.wordKeys.insert(lower);
-    std::wstring keys = KeypadKeys(lower);
-    if (!keys.empty()) c.keypadKeys.insert(keys);
-  }
-}
-
-std::wstring NumberEnd(const std::wstring& number) {
-  std::wstring digits = DigitsOnly(number);
-  if (digits.empty()) return digits;
-  std::reverse(digits.begin(), digits.end());
-  return L"~" + digits;
-}
-
-// The text up to the number before the last one, or nothing.
-std::wstring CutLastNumber(const std::wstring& text) {
-  int i = static_cast<int>(text.size()) - 1;
-  while (i > 5 && !IsDigit(text[i])) --i;
-  if (i <= 5) return L"";
-  while (i > 5 && In(kPhoneChars, text[i])) --i;
-  if (i <= 5) return L"";
-  while (i >= 5 && !IsDigit(text[i])) --i;
-  if (i < 5) return L"";
-  return text.substr(0, static_cast<size_t>(i) + 1);
-}
-
-void AddPhoneKeys(RefContact& c, const std::wstring& number) {
-  if (number.empty()) return;
-  AddTextKeys(c, number);
-  std::wstring end = NumberEnd(number);
-  if (!end.empty()) c.wordKeys.insert(end);
-  std::wstring rest = number;
-  for (;;) {
-    rest = CutLastNumber(rest);
-    if (rest.size() < 6) break;
-    end = NumberEnd(rest);
-    if (!end.empty()) c.wordKeys.insert(end);
-  }
-}
-
-void AddKeys(RefContact& r, const Contact& c, const std::wstring& note) {
-  for (int f = 0; f < kContactTextCount; ++f) AddTextKeys(r, W(c.text[f]));
-  if (!Zero(c.birthday)) AddTextKeys(r, ShortDate(c.birthday));
-  if (!Zero(c.anniversary)) AddTextKeys(r, ShortDate(c.anniversary));
-  const int phones[] = {ContactField::WorkPhone,  ContactField::HomePhone,  ContactField::MobilePhone,
-                        ContactField::Pager,      ContactField::RadioPhone, ContactField::AssistantPhone,
-                        ContactField::CarPhone,   ContactField::WorkFax,    ContactField::WorkPhone2,
-                        ContactField::HomePhone2, ContactField::HomeFax};
-  for (int f : phones) AddPhoneKeys(r, W(c.text[f]));
-  for (int k = 0; k < c.Phone.GetSize(); ++k) AddPhoneKeys(r, W(c.Phone[k].value));
-  const LabelValueList* lists[] = {&c.Email, &c.WebPage, &c.People, &c.Link, &c.OtherProp};
-  for (const LabelValueList* list : lists)
-    for (int k = 0; k < list->GetSize(); ++k) AddTextKeys(r, W((*list)[k].value));
-  for (int k = 0; k < c.Messenger.GetSize(); ++k) AddTextKeys(r, W(c.Messenger[k].id));
-  for (int k = 0; k < c.Date.GetSize(); ++k) AddTextKeys(r, ShortDate(c.Date[k].value));
-  for (int k = 0; k < c.Address.GetSize(); ++k) {
-    const AddressEntry& a = c.Address[k];
-    if (a.format != 0) AddTextKeys(r, std::to_wstring(a.format));
-    for (int part = 0; part < 5; ++part) AddTextKeys(r, W(a.parts[part]));
-  }
-  for (uint32_t format : {c.HomeFormat, c.OtherFormat, c.WorkFormat})
-    if (format != 0) AddTextKeys(r, std::to_wstring(format));
-  AddTextKeys(r, note);
-}
 
 // The phones in the order of their properties 0x3A08, 0x4007, 0x3A24, 0x3A09, 0x3A2F, 0x3A25, 0x4009,
 // 0x3A1E, 0x3A1D, 0x3A1C, 0x4004, then the further phones.
@@ -252,51 +178,6 @@ std::string Show(const std::vector<CEOID>& ids) {
 
 std::string Show(const std::wstring& text) { return managertest::U8(text); }
 
-// --- the rules, written out ---------------------------------------------------------------------------
-
-std::vector<std::wstring> Words(const std::wstring& text) {
-  std::vector<std::wstring> out;
-  std::wstring current;
-  for (wchar_t c : text) {
-    if (In(kSeparators, c)) {
-      if (!current.empty()) out.push_back(current);
-      current.clear();
-    } else {
-      current += c;
-    }
-  }
-  if (!current.empty()) out.push_back(current);
-  return out;
-}
-
-std::wstring Lower(const std::wstring& text) {
-  std::wstring lower = text;
-  if (!lower.empty()) CharLowerBuffW(&lower[0], static_cast<DWORD>(lower.size()));
-  return lower;
-}
-
-std::wstring KeypadKeys(const std::wstring& lowerWord) {
-  std::wstring keys;
-  for (wchar_t c : lowerWord) {
-    const wchar_t* group = nullptr;
-    for (const wchar_t* g : kEnglishGroups)
-      if (wcschr(g, c) != nullptr && c != 0) {
-        group = g;
-        break;
-      }
-    if (group == nullptr) break;
-    keys += group[0];
-  }
-  return keys;
-}
-
-std::wstring DigitsOnly(const std::wstring& text) {
-  std::wstring digits;
-  for (wchar_t c : text)
-    if (IsDigit(c)) digits += c;
-  return digits;
-}
-
 // --- the reference ---------------------------------------------------------------------------------------
 
 bool Reference::Load(ContactIndex& index) {
@@ -323,7 +204,9 @@ bool Reference::Load(ContactIndex& index) {
     r.categories.assign(contact.categories.GetData(),
                         contact.categories.GetData() + contact.categories.GetLength());
     AddPhones(r, contact);
-    AddKeys(r, contact, W(text));
+    wordmodel::Keys keys = English().OfContact(contact, W(text));
+    r.wordKeys = keys.word;
+    r.keypadKeys = keys.keypad;
     byOid[r.oid] = contacts.size();
     for (const std::wstring& key : r.wordKeys) holders[WordTree][key].insert(r.oid);
     for (const std::wstring& key : r.keypadKeys) holders[KeypadTree][key].insert(r.oid);
@@ -423,7 +306,7 @@ void Reference::Reorder(const std::wstring& query, bool keypad, std::vector<CEOI
   auto begins = [&](const std::wstring& name) {
     for (const std::wstring& word : Words(name)) {
       std::wstring lower = Lower(word);
-      if (BeginsWith(keypad ? KeypadKeys(lower) : lower, wanted)) return true;
+      if (BeginsWith(keypad ? English().Keypad(lower) : lower, wanted)) return true;
     }
     return false;
   };

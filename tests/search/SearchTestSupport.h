@@ -57,12 +57,6 @@ class CountingCancel : public SearchCancel {
 
 // --- the reference ----------------------------------------------------------------------------------
 
-// The rules' separators, digits and keypad groups, written out by the test.
-std::vector<std::wstring> Words(const std::wstring& text);
-std::wstring Lower(const std::wstring& text);
-std::wstring KeypadKeys(const std::wstring& lowerWord);
-std::wstring DigitsOnly(const std::wstring& text);
-
 // One contact as the reference knows it.
 struct RefContact {
   CEOID oid = 0;
