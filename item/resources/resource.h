@@ -7,6 +7,13 @@
 #define IDS_CLOSE 41286
 #define IDS_BACK 41287
 
+// The countdown dialog: its template, its text and Cancel, and their labels.
+#define IDD_INFO_PROCESS 216
+#define IDC_INFO_TEXT 1018
+#define IDC_INFO_CANCEL 1009
+#define IDS_CANCEL 106
+#define IDS_WAITING_FOR_SECONDS 41216
+
 // Labels of the contact record's fields. The long labels (phone lists, addresses, names) are also the
 // keys under which values are found, and are compared exactly; a text with "@" is one whole key.
 #define IDS_LABEL_FIRST 41148
