@@ -563,6 +563,133 @@ TEST_CASE("TodayHost: the height an item reports is kept until it reports anothe
   CHECK(j.Find(kItem, "HostTestItem lost selection", upKey) > upKey);
 }
 
+TEST_CASE("TodayHost: keys, pen strokes, the input panel and the OK button reach a popup over the screen") {
+  // The test item's popup stands at (0, 120 units), 120 units high.
+  const int dpi = ScreenDpi();
+  auto scale = [dpi](int units) { return MulDiv(units, dpi, 96); };
+  const int top = scale(120);
+  auto at = [&](int x, int y) { return std::to_string(x) + " " + std::to_string(y); };
+  const std::string from = at(20, top + scale(20)), to = at(140, top + scale(80)),
+                    held = at(60, top + scale(40));
+  const std::string fromLocal = at(20, scale(20)), toLocal = at(140, scale(80)),
+                    heldLocal = at(60, scale(40));
+
+  // One run of the host for all the subcases: doctest enters the test case once per subcase.
+  static const HostRun run = [&] {
+    RegisteredItems registered({
+        {L"HostTestItem", BinDir() + L"testitem.dll", tlitCustom, 1, 0, 60,
+         TODAY_SELECTABILITY_CUSTOMSELECTION},
+    });
+    return RunHost(
+        "key down\nkey 80\nwait 200\n"
+        "key talk\nkey end\nkey left\nkey back\n"
+        "sip on\nsip off\n"
+        "drag " +
+        from + " " + to +
+        " 4\n"
+        "hold " +
+        held +
+        " 900\n"
+        "tap " +
+        held +
+        "\n"
+        "ok\nwait 200\n"
+        "key home\nkey left\nwait 100\nquit\n");
+  }();
+  const Journal& j = run.journal;
+  INFO("journal of the run:\n" << j.Dump());
+  CHECK(run.exitCode == 0);
+  const char kPopup[] = "PagemarkHostTestPopup";
+
+  int shown = j.Find(kItem, "HostTestItem popup shown in front");
+  REQUIRE(shown >= 0);
+  CHECK(j.Find(kItem, "HostTestItem popup talk key taken, was 0") >= 0);
+
+  SUBCASE("talk, taken over by the popup's menu bar, comes as WM_HOTKEY pressed and released") {
+    int talk = j.Find(kHost, std::string("key 114 as hot key to ") + kPopup, shown);
+    REQUIRE(talk > shown);
+    int pressed = j.Find(kItem, "HostTestItem popup hot key 114 modifiers 0x0 key 114", talk);
+    REQUIRE(pressed > talk);
+    CHECK(j.Find(kItem, "HostTestItem popup hot key 114 modifiers 0x1000 key 114", pressed) > pressed);
+    CHECK(j.Count(kItem, "HostTestItem popup key down 114") == 0);
+  }
+
+  SUBCASE("end, five-way and back keys go to the popup with the focus; key-up has the previous-state bit") {
+    int end = j.Find(kHost, std::string("key 115 to ") + kPopup, shown);
+    REQUIRE(end > shown);
+    int down = j.Find(kItem, "HostTestItem popup key down 115", end);
+    REQUIRE(down > end);
+    CHECK(j.Find(kItem, "HostTestItem popup key up 115 previous 1", down) > down);
+    int left = j.Find(kItem, "HostTestItem popup key down 37", down);
+    REQUIRE(left > down);
+    CHECK(j.Find(kItem, "HostTestItem popup key up 37 previous 1", left) > left);
+    CHECK(j.Find(kItem, "HostTestItem popup key down 27", left) > left);
+    // While the popup is in front the Today screen routes nothing to the item.
+    int home = j.Find(kHost, "key 91: Today screen to the front");
+    REQUIRE(home > left);
+    int navigation = j.Find(kItem, "HostTestItem navigation 37", shown);
+    CHECK(navigation > home);
+  }
+
+  SUBCASE("the input panel's changes reach the popup as WM_SETTINGCHANGE 224") {
+    int on = j.Find(kHost, "sip on");
+    REQUIRE(on > shown);
+    CHECK(j.Find("aygshell", "input panel on by SHSipInfo", on) > on);
+    int change = j.Find(kItem, "HostTestItem popup setting change 224", on);
+    REQUIRE(change > on);
+    int off = j.Find(kHost, "sip off", on);
+    REQUIRE(off > on);
+    CHECK(j.Find(kItem, "HostTestItem popup setting change 224", off) > off);
+  }
+
+  SUBCASE("a drag: press, the gesture gives up at the first move, moves under capture, release at the end") {
+    int drag = j.Find(kHost, "drag " + from + " " + to + " 4");
+    REQUIRE(drag >= 0);
+    int down = j.Find(kItem, "HostTestItem popup button down " + fromLocal, drag);
+    REQUIRE(down > drag);
+    int gesture = j.Find(kItem, "HostTestItem popup gesture 0", down);
+    REQUIRE(gesture > down);
+    int move = j.FindPrefix(kItem, "HostTestItem popup move ", gesture);
+    REQUIRE(move > gesture);
+    int up = j.Find(kItem, "HostTestItem popup button up " + toLocal, move);
+    REQUIRE(up > move);
+    // The last move before the release is at the end point.
+    int last = move;
+    for (int i = j.FindPrefix(kItem, "HostTestItem popup move ", move + 1); i >= 0 && i < up;
+         i = j.FindPrefix(kItem, "HostTestItem popup move ", i + 1))
+      last = i;
+    CHECK(j.Event(last) == "HostTestItem popup move " + toLocal);
+  }
+
+  SUBCASE("a hold past the hold time is a context menu gesture; a tap is not") {
+    int hold = j.Find(kHost, "hold " + held + " 900");
+    REQUIRE(hold >= 0);
+    int down = j.Find(kItem, "HostTestItem popup button down " + heldLocal, hold);
+    REQUIRE(down > hold);
+    int gesture = j.Find(kItem, "HostTestItem popup gesture 1000", down);
+    REQUIRE(gesture > down);
+    int up = j.Find(kItem, "HostTestItem popup button up " + heldLocal, gesture);
+    REQUIRE(up > gesture);
+    CHECK(j.Find("aygshell", "gesture PagemarkHostTestPopup: context menu at " + heldLocal, hold) > hold);
+
+    int tap = j.Find(kHost, "tap " + held, up);
+    REQUIRE(tap > up);
+    int tapDown = j.Find(kItem, "HostTestItem popup button down " + heldLocal, tap);
+    REQUIRE(tapDown > tap);
+    int tapGesture = j.Find(kItem, "HostTestItem popup gesture 0", tapDown);
+    REQUIRE(tapGesture > tapDown);
+    CHECK(j.Find(kItem, "HostTestItem popup button up " + heldLocal, tapGesture) > tapGesture);
+  }
+
+  SUBCASE("ok taps the navigation bar's button of the window in front: WM_COMMAND IDOK") {
+    int ok = j.Find(kHost, std::string("ok: command 1 to ") + kPopup);
+    REQUIRE(ok > shown);
+    int command = j.Find(kItem, "HostTestItem popup command 1", ok);
+    REQUIRE(command > ok);
+    CHECK(j.Find(kItem, "HostTestItem popup destroyed", command) > command);
+  }
+}
+
 TEST_CASE("sms.dll: the service can't be opened on the stand-in device, and the attempt is journaled") {
   HMODULE sms = LoadLibraryW((BinDir() + L"sms.dll").c_str());
   REQUIRE(sms != nullptr);

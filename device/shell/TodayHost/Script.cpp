@@ -1,10 +1,18 @@
-// Scripts: taps, keys, waits and screenshots for end-to-end tests and demos.
+// Scripts: taps, drags, keys, waits and screenshots for end-to-end tests and demos.
 //
 // One command a line; blank lines and lines starting with '#' are skipped:
 //   tap X Y          press and release the pen at screen point X,Y
 //   hold X Y MS      press at X,Y, keep it down MS milliseconds, release
-//   key NAME|VK      a key press as the screen gets it: up, down, left, right, enter (or action), or a
-//                    virtual-key code in decimal or 0x hexadecimal
+//   down X Y         press the pen at X,Y and keep it down
+//   move X Y         move the pen to X,Y (pressed or not)
+//   up X Y           release the pen at X,Y
+//   drag X1 Y1 X2 Y2 [STEPS]
+//                    press at X1,Y1, move in STEPS even steps (default 8) to X2,Y2, release there
+//   key NAME|VK      a hardware key as the device delivers it (see Keys.cpp): up, down, left, right,
+//                    enter (or action), talk, end, home, back, soft1, soft2, or a virtual-key code in
+//                    decimal or 0x hexadecimal
+//   ok               the OK button of the navigation bar, for the window in front
+//   sip on|off       shows or hides the input panel
 //   wait MS          let MS milliseconds pass, messages keep flowing
 //   shot FILE        the host window as it is on the screen, written as PNG
 //   reload           read the items again, as WM_WININICHANGE 0xF2 does
@@ -12,10 +20,13 @@
 //
 // The commands run from timer messages on the window's own thread, so the items keep getting their
 // messages between them and during waits. A timer message comes only when no input, posted message or
-// painting is waiting, so each command sees the effects of the one before.
+// painting is waiting, so each command sees the effects of the one before. The pen events of one
+// command (a hold's release, a drag's moves) come one a timer message, like the commands.
 #include "TodayHost.h"
 
 #include <DeviceJournal.h>
+#include <aygshell.h>
+#include <winuserm.h>
 
 #include <cwchar>
 #include <cwctype>
@@ -106,7 +117,13 @@ UINT ParseKey(const std::wstring& text) {
   if (name == L"down") return VK_DOWN;
   if (name == L"left") return VK_LEFT;
   if (name == L"right") return VK_RIGHT;
-  if (name == L"enter" || name == L"action" || name == L"return") return VK_RETURN;
+  if (name == L"enter" || name == L"action" || name == L"return") return VK_TACTION;
+  if (name == L"talk") return VK_TTALK;
+  if (name == L"end") return VK_TEND;
+  if (name == L"home") return VK_THOME;
+  if (name == L"back") return VK_TBACK;
+  if (name == L"soft1") return VK_TSOFT1;
+  if (name == L"soft2") return VK_TSOFT2;
   long vk = 0;
   if (ParseNumber(text, &vk) && vk > 0 && vk < 256) return static_cast<UINT>(vk);
   return 0;
@@ -114,14 +131,20 @@ UINT ParseKey(const std::wstring& text) {
 
 void Host::ScheduleScript(UINT delayMs) { SetTimer(hwnd_, kScriptTimer, delayMs, nullptr); }
 
+void Host::QueuePen(PenAction action, int x, int y, UINT delayMs) {
+  penSteps_.push_back(PenStep{action, POINT{x, y}, delayMs});
+}
+
 void Host::RunScript() {
   if (!scriptRunning_ || !hwnd_) return;
-  if (holding_) {
-    holding_ = false;
-    Tap(holdPoint_.x, holdPoint_.y, false, true);
-    ScheduleScript(kStepMs);
+  if (penNext_ < penSteps_.size()) {
+    const PenStep step = penSteps_[penNext_++];
+    Pen(step.action, step.at.x, step.at.y);
+    if (scriptRunning_) ScheduleScript(penNext_ < penSteps_.size() ? penSteps_[penNext_].delayMs : kStepMs);
     return;
   }
+  penSteps_.clear();
+  penNext_ = 0;
   if (scriptNext_ >= script_.size()) {
     EndScript();
     return;
@@ -138,31 +161,55 @@ void Host::EndScript() {
 }
 
 UINT Host::RunCommand(const ScriptCommand& c) {
-  long x = 0, y = 0, ms = 0;
-  if (c.verb == L"tap" && c.args.size() == 2 && ParseNumber(c.args[0], &x) && ParseNumber(c.args[1], &y)) {
+  long x = 0, y = 0, x2 = 0, y2 = 0, ms = 0, steps = 8;
+  const bool point = c.args.size() >= 2 && ParseNumber(c.args[0], &x) && ParseNumber(c.args[1], &y);
+  if (c.verb == L"tap" && c.args.size() == 2 && point) {
     DeviceJournalWrite(kJournalSource, L"tap %ld %ld", x, y);
-    Tap(x, y, true, true);
+    Pen(PenAction::kDown, x, y);
+    Pen(PenAction::kUp, x, y);
     return kStepMs;
   }
-  if (c.verb == L"hold" && c.args.size() == 3 && ParseNumber(c.args[0], &x) && ParseNumber(c.args[1], &y) &&
-      ParseNumber(c.args[2], &ms) && ms >= 0) {
+  if (c.verb == L"hold" && c.args.size() == 3 && point && ParseNumber(c.args[2], &ms) && ms >= 0) {
     DeviceJournalWrite(kJournalSource, L"hold %ld %ld %ld", x, y, ms);
-    Tap(x, y, true, false);
-    holding_ = true;
-    holdPoint_ = {x, y};
+    Pen(PenAction::kDown, x, y);
+    QueuePen(PenAction::kUp, x, y, static_cast<UINT>(ms));
     return static_cast<UINT>(ms);
+  }
+  if ((c.verb == L"down" || c.verb == L"move" || c.verb == L"up") && c.args.size() == 2 && point) {
+    DeviceJournalWrite(kJournalSource, L"%ls %ld %ld", c.verb.c_str(), x, y);
+    Pen(c.verb == L"down" ? PenAction::kDown : c.verb == L"move" ? PenAction::kMove : PenAction::kUp, x, y);
+    return kStepMs;
+  }
+  if (c.verb == L"drag" && (c.args.size() == 4 || c.args.size() == 5) && point &&
+      ParseNumber(c.args[2], &x2) && ParseNumber(c.args[3], &y2) &&
+      (c.args.size() == 4 || (ParseNumber(c.args[4], &steps) && steps > 0))) {
+    DeviceJournalWrite(kJournalSource, L"drag %ld %ld %ld %ld %ld", x, y, x2, y2, steps);
+    Pen(PenAction::kDown, x, y);
+    for (long i = 1; i <= steps; ++i)
+      QueuePen(PenAction::kMove, static_cast<int>(x + (x2 - x) * i / steps),
+               static_cast<int>(y + (y2 - y) * i / steps), kStepMs);
+    QueuePen(PenAction::kUp, x2, y2, kStepMs);
+    return kStepMs;
   }
   if (c.verb == L"key" && c.args.size() == 1) {
     UINT vk = ParseKey(c.args[0]);
     if (vk) {
       DeviceJournalWrite(kJournalSource, L"key %u", vk);
-      // Through the queue like a key from the keypad, so it comes in order with the rest of the input.
-      UINT scan = MapVirtualKeyW(vk, MAPVK_VK_TO_VSC);
-      PostMessageW(hwnd_, WM_KEYDOWN, vk, 1 | (static_cast<LPARAM>(scan) << 16));
-      PostMessageW(hwnd_, WM_KEYUP, vk,
-                   1 | (static_cast<LPARAM>(scan) << 16) | (static_cast<LPARAM>(3) << 30));
+      DeliverKey(vk);
       return kStepMs;
     }
+  }
+  if (c.verb == L"ok" && c.args.empty()) {
+    PressNavigationButton();
+    return kStepMs;
+  }
+  if (c.verb == L"sip" && c.args.size() == 1 && (Lower(c.args[0]) == L"on" || Lower(c.args[0]) == L"off")) {
+    SIPINFO info{};
+    info.cbSize = sizeof info;
+    info.fdwFlags = Lower(c.args[0]) == L"on" ? SIPF_ON : 0;
+    DeviceJournalWrite(kJournalSource, L"sip %ls", Lower(c.args[0]).c_str());
+    SHSipInfo(SPI_SETSIPINFO, 0, &info, 0);
+    return kStepMs;
   }
   if (c.verb == L"wait" && c.args.size() == 1 && ParseNumber(c.args[0], &ms) && ms >= 0) {
     return static_cast<UINT>(ms);
@@ -187,50 +234,6 @@ UINT Host::RunCommand(const ScriptCommand& c) {
   DeviceJournalWrite(kJournalSource, L"script line %d not understood: %ls %ls", c.line, c.verb.c_str(),
                      c.rest.c_str());
   return kStepMs;
-}
-
-// A pen event at a screen point. Real input when the system takes it and the pointer lands where it
-// should; otherwise the messages go straight to the window under the point.
-void Host::Tap(int x, int y, bool down, bool up) {
-  bool byInput = false;
-  if (down) {
-    const int cx = GetSystemMetrics(SM_CXSCREEN), cy = GetSystemMetrics(SM_CYSCREEN);
-    INPUT move{};
-    move.type = INPUT_MOUSE;
-    move.mi.dx = cx > 0 ? static_cast<LONG>((static_cast<long long>(x) * 65536 + cx - 1) / cx) : 0;
-    move.mi.dy = cy > 0 ? static_cast<LONG>((static_cast<long long>(y) * 65536 + cy - 1) / cy) : 0;
-    move.mi.dwFlags = MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE;
-    POINT at{};
-    if (SendInput(1, &move, sizeof move) == 1 && GetCursorPos(&at) && at.x == x && at.y == y) byInput = true;
-    holdByInput_ = byInput;
-  } else {
-    byInput = holdByInput_;
-  }
-
-  if (byInput) {
-    INPUT events[2]{};
-    UINT count = 0;
-    if (down) {
-      events[count].type = INPUT_MOUSE;
-      events[count++].mi.dwFlags = MOUSEEVENTF_LEFTDOWN;
-    }
-    if (up) {
-      events[count].type = INPUT_MOUSE;
-      events[count++].mi.dwFlags = MOUSEEVENTF_LEFTUP;
-    }
-    if (SendInput(count, events, sizeof(INPUT)) == count) return;
-    DeviceJournalWrite(kJournalSource, L"tap %d %d input refused, posting", x, y);
-  }
-
-  POINT screen = {x, y};
-  HWND target = WindowFromPoint(screen);
-  DeviceJournalWrite(kJournalSource, L"pen %d %d %ls posted to the window under it", x, y,
-                     down ? (up ? L"tap" : L"down") : L"up");
-  if (!target) return;
-  POINT client = screen;
-  ScreenToClient(target, &client);
-  if (down) PostMessageW(target, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(client.x, client.y));
-  if (up) PostMessageW(target, WM_LBUTTONUP, 0, MAKELPARAM(client.x, client.y));
 }
 
 void Host::Shot(const std::wstring& path) {

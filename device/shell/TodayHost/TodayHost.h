@@ -41,9 +41,17 @@ struct ScriptCommand {
 // with '#' are skipped. Returns false when the file can't be read.
 bool ReadScript(const std::wstring& path, std::vector<ScriptCommand>* commands);
 
-// Parses a key name (up, down, left, right, enter, action) or a number (decimal or 0x hexadecimal) into
-// a virtual-key code; 0 when it is neither.
+// Parses a key name (up, down, left, right, enter or action, talk, end, home, back, soft1, soft2) or a
+// number (decimal or 0x hexadecimal) into a virtual-key code; 0 when it is neither.
 UINT ParseKey(const std::wstring& text);
+
+// One stylus event of a script.
+enum class PenAction { kDown, kMove, kUp };
+struct PenStep {
+  PenAction action;
+  POINT at;
+  UINT delayMs;  // before the step
+};
 
 // Writes the screen rectangle as a PNG file through the imaging component. Returns S_OK or the failure.
 HRESULT SaveScreenPng(const RECT& screenRect, const std::wstring& path);
@@ -90,8 +98,13 @@ class Host {
   void ScheduleScript(UINT delayMs);
   void RunScript();
   UINT RunCommand(const ScriptCommand& command);  // returns the delay before the next command
-  void Tap(int x, int y, bool down, bool up);
+  void Pen(PenAction action, int x, int y);
+  void QueuePen(PenAction action, int x, int y, UINT delayMs);
   void Shot(const std::wstring& path);
+
+  // Hardware keys and the shell's own buttons, delivered as the device does.
+  void DeliverKey(UINT vk);
+  void PressNavigationButton();
   void EndScript();
 
   // Work that must not run while a message to an item is still being handled.
@@ -117,9 +130,11 @@ class Host {
   std::vector<ScriptCommand> script_;
   size_t scriptNext_ = 0;
   bool scriptRunning_ = false;
-  bool holding_ = false;
-  POINT holdPoint_{};
-  bool holdByInput_ = false;
+  std::vector<PenStep> penSteps_;  // stylus events still to come before the next command
+  size_t penNext_ = 0;
+  bool penDown_ = false;
+  bool penByInput_ = false;   // the stylus went down as real input
+  HWND penTarget_ = nullptr;  // the window that got the press when it was posted
 };
 
 }  // namespace todayhost

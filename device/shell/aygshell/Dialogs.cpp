@@ -3,6 +3,8 @@
 #include <aygshell.h>
 #include <winuserm.h>
 
+#include <DeviceShell.h>
+
 #include "Shell.h"
 
 namespace ayg {
@@ -11,9 +13,9 @@ namespace {
 
 // The button the navigation bar shows for a window: IDOK ("ok") or IDCANCEL ("x"). The Today screen's
 // script taps it.
-constexpr wchar_t kNavigationButton[] = L"NavigationButton";
+constexpr wchar_t kNavigationButton[] = DEVICE_NAVIGATION_BUTTON_PROPERTY;
 // The parts of the shell a window hid with SHFullScreen: its SHFS_HIDE... bits.
-constexpr wchar_t kHiddenParts[] = L"FullScreenHidden";
+constexpr wchar_t kHiddenParts[] = DEVICE_FULLSCREEN_PROPERTY;
 
 constexpr DWORD kShowBits = SHFS_SHOWTASKBAR | SHFS_SHOWSIPBUTTON | SHFS_SHOWSTARTICON;
 constexpr DWORD kHideBits = SHFS_HIDETASKBAR | SHFS_HIDESIPBUTTON | SHFS_HIDESTARTICON;

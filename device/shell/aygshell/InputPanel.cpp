@@ -2,13 +2,15 @@
 // device opens, so that what one program sets the others see. The panel starts off.
 #include <aygshell.h>
 
+#include <DeviceShell.h>
+
 #include "Shell.h"
 
 namespace ayg {
 
 namespace {
 
-constexpr wchar_t kStateName[] = L"PagemarkDeviceInputPanel";
+constexpr wchar_t kStateName[] = DEVICE_INPUT_PANEL_MAPPING;
 constexpr DWORD kKeptFlags = SIPF_ON | SIPF_LOCKED;
 
 struct PanelState {

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <new>
 
+#include <DeviceShell.h>
+
 #include "Shell.h"
 
 namespace ayg {
@@ -13,7 +15,7 @@ namespace ayg {
 namespace {
 
 // The window the bar serves, as given to SHCreateMenuBar; a property, so other processes find it too.
-constexpr wchar_t kOwnerProperty[] = L"MenuBarOwner";
+constexpr wchar_t kOwnerProperty[] = DEVICE_MENUBAR_OWNER_PROPERTY;
 constexpr COLORREF kDefaultBack = RGB(24, 56, 112);
 constexpr COLORREF kButtonInk = RGB(255, 255, 255);
 

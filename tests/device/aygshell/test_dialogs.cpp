@@ -3,6 +3,7 @@
 #include <doctest/doctest.h>
 #include <windows.h>
 
+#include <DeviceShell.h>
 #include <aygshell.h>
 
 #include "AygTestSupport.h"
@@ -40,7 +41,7 @@ bool Init(HWND dialog, DWORD flags) {
 }
 
 UINT_PTR NavigationButton(HWND dialog) {
-  return reinterpret_cast<UINT_PTR>(GetPropW(dialog, L"NavigationButton"));
+  return reinterpret_cast<UINT_PTR>(GetPropW(dialog, DEVICE_NAVIGATION_BUTTON_PROPERTY));
 }
 
 }  // namespace

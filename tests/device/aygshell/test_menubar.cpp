@@ -3,6 +3,7 @@
 #include <doctest/doctest.h>
 #include <windows.h>
 
+#include <DeviceShell.h>
 #include <aygshell.h>
 
 #include <cstddef>
@@ -194,12 +195,12 @@ TEST_CASE("SHFullScreen: the parts a window hid are kept with it; contradictions
   REQUIRE(window != nullptr);
   MarkJournal();
   CHECK(SHFullScreen(window, SHFS_HIDETASKBAR));
-  CHECK(reinterpret_cast<UINT_PTR>(GetPropW(window, L"FullScreenHidden")) == SHFS_HIDETASKBAR);
+  CHECK(reinterpret_cast<UINT_PTR>(GetPropW(window, DEVICE_FULLSCREEN_PROPERTY)) == SHFS_HIDETASKBAR);
   CHECK(SHFullScreen(window, SHFS_HIDESTARTICON | SHFS_HIDESIPBUTTON));
-  CHECK(reinterpret_cast<UINT_PTR>(GetPropW(window, L"FullScreenHidden")) ==
+  CHECK(reinterpret_cast<UINT_PTR>(GetPropW(window, DEVICE_FULLSCREEN_PROPERTY)) ==
         (SHFS_HIDETASKBAR | SHFS_HIDESTARTICON | SHFS_HIDESIPBUTTON));
   CHECK(SHFullScreen(window, SHFS_SHOWTASKBAR | SHFS_SHOWSTARTICON | SHFS_SHOWSIPBUTTON));
-  CHECK(GetPropW(window, L"FullScreenHidden") == nullptr);
+  CHECK(GetPropW(window, DEVICE_FULLSCREEN_PROPERTY) == nullptr);
   CHECK(AygJournalHas("full screen AygTestWindow: flags 0x2, hidden 0x2"));
 
   SetLastError(0);
@@ -208,7 +209,7 @@ TEST_CASE("SHFullScreen: the parts a window hid are kept with it; contradictions
   SetLastError(0);
   CHECK_FALSE(SHFullScreen(window, 0x40));
   CHECK(GetLastError() == ERROR_INVALID_PARAMETER);
-  CHECK(GetPropW(window, L"FullScreenHidden") == nullptr);
+  CHECK(GetPropW(window, DEVICE_FULLSCREEN_PROPERTY) == nullptr);
   DestroyWindow(window);
   SetLastError(0);
   CHECK_FALSE(SHFullScreen(window, SHFS_HIDETASKBAR));

@@ -3,6 +3,7 @@
 #include <doctest/doctest.h>
 #include <windows.h>
 
+#include <DeviceShell.h>
 #include <aygshell.h>
 #include <winuserm.h>
 
@@ -180,7 +181,7 @@ TEST_CASE(
 
 TEST_CASE("SHSipInfo: the panel's state is the device's, in a mapping every process opens by its name") {
   SetPanel(true);
-  HANDLE state = OpenFileMappingW(FILE_MAP_READ, FALSE, L"PagemarkDeviceInputPanel");
+  HANDLE state = OpenFileMappingW(FILE_MAP_READ, FALSE, DEVICE_INPUT_PANEL_MAPPING);
   REQUIRE(state != nullptr);
   void* view = MapViewOfFile(state, FILE_MAP_READ, 0, 0, sizeof(LONG));
   REQUIRE(view != nullptr);

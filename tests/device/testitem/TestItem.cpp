@@ -6,12 +6,21 @@
 //   Up, Down   not handled (the host moves the selection on)
 //   'H'        grows by 20 units; the host learns it at its next poll
 //   'R'        asks the Today screen to reload its items, as a sibling program does
+//   'P'        opens its popup (below)
 //   others     handled, nothing happens
 // A pen press takes the selection (TODAYM_TOOKSELECTION to the host).
+//
+// The popup is a top-level window over the Today screen, as a real item's list would be: shown active
+// at (0, 120) with the screen's width and 120 units high, with an OK button in its caption and an empty
+// menu bar that takes over the talk key. It journals as "<item name> popup <event>" the keys, hot keys,
+// stylus events (and what SHRecognizeGesture answered at each press), setting changes and commands it
+// gets; a command closes it.
 #include <windows.h>
 
 #include <DeviceJournal.h>
+#include <aygshell.h>
 #include <todaycmn.h>
+#include <winuserm.h>
 
 #include <string>
 
@@ -19,12 +28,14 @@ namespace {
 
 constexpr wchar_t kSource[] = L"testitem";
 constexpr wchar_t kClass[] = L"PagemarkHostTestItem";
+constexpr wchar_t kPopupClass[] = L"PagemarkHostTestPopup";
 
 struct ItemState {
   std::wstring name;
   DWORD units = 0;
   bool selected = false;
   bool reported = false;  // the host has been given the current height
+  HWND popup = nullptr;
 };
 
 HINSTANCE g_module = nullptr;
@@ -63,6 +74,92 @@ void Paint(HWND hwnd, ItemState* state) {
   EndPaint(hwnd, &ps);
 }
 
+LRESULT CALLBACK PopupProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam) {
+  ItemState* state = StateOf(hwnd);
+  if (!state) return DefWindowProcW(hwnd, msg, wParam, lParam);
+  const wchar_t* name = state->name.c_str();
+  const int x = static_cast<short>(LOWORD(lParam)), y = static_cast<short>(HIWORD(lParam));
+  switch (msg) {
+    case WM_KEYDOWN:
+      DeviceJournalWrite(kSource, L"%ls popup key down %u", name, static_cast<unsigned>(wParam));
+      return 0;
+    case WM_KEYUP:
+      DeviceJournalWrite(kSource, L"%ls popup key up %u previous %d", name, static_cast<unsigned>(wParam),
+                         static_cast<int>((lParam >> 30) & 1));
+      return 0;
+    case WM_HOTKEY:
+      DeviceJournalWrite(kSource, L"%ls popup hot key %u modifiers 0x%x key %u", name,
+                         static_cast<unsigned>(wParam), LOWORD(lParam), HIWORD(lParam));
+      return 0;
+    case WM_LBUTTONDOWN: {
+      DeviceJournalWrite(kSource, L"%ls popup button down %d %d", name, x, y);
+      SetCapture(hwnd);
+      SHRGINFO gesture{};
+      gesture.cbSize = sizeof gesture;
+      gesture.hwndClient = hwnd;
+      gesture.ptDown = {x, y};
+      gesture.dwFlags = SHRG_RETURNCMD;
+      DWORD answer = SHRecognizeGesture(&gesture);
+      DeviceJournalWrite(kSource, L"%ls popup gesture %lu", name, answer);
+      return 0;
+    }
+    case WM_MOUSEMOVE:
+      if (GetCapture() == hwnd) DeviceJournalWrite(kSource, L"%ls popup move %d %d", name, x, y);
+      return 0;
+    case WM_LBUTTONUP:
+      DeviceJournalWrite(kSource, L"%ls popup button up %d %d", name, x, y);
+      if (GetCapture() == hwnd) ReleaseCapture();
+      return 0;
+    case WM_SETTINGCHANGE:
+      DeviceJournalWrite(kSource, L"%ls popup setting change %u", name, static_cast<unsigned>(wParam));
+      return 0;
+    case WM_COMMAND:
+      DeviceJournalWrite(kSource, L"%ls popup command %u", name, static_cast<unsigned>(LOWORD(wParam)));
+      DestroyWindow(hwnd);
+      return 0;
+    case WM_DESTROY:
+      DeviceJournalWrite(kSource, L"%ls popup destroyed", name);
+      state->popup = nullptr;
+      return 0;
+    default:
+      return DefWindowProcW(hwnd, msg, wParam, lParam);
+  }
+}
+
+void OpenPopup(ItemState* state) {
+  const wchar_t* name = state->name.c_str();
+  if (state->popup) return;
+  WNDCLASSW wc{};
+  if (!GetClassInfoW(g_module, kPopupClass, &wc)) {
+    wc.lpfnWndProc = PopupProc;
+    wc.hInstance = g_module;
+    wc.hbrBackground = static_cast<HBRUSH>(GetStockObject(LTGRAY_BRUSH));
+    wc.lpszClassName = kPopupClass;
+    if (!RegisterClassW(&wc)) return;
+  }
+  HWND popup =
+      CreateWindowExW(WS_EX_CAPTIONOKBTN | WS_EX_TOOLWINDOW, kPopupClass, L"popup", WS_POPUP, 0, Scale(120),
+                      GetSystemMetrics(SM_CXSCREEN), Scale(120), nullptr, nullptr, g_module, nullptr);
+  if (!popup) return;
+  SetWindowLongPtrW(popup, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(state));
+  state->popup = popup;
+  SHMENUBARINFO bar{};
+  bar.cbSize = sizeof bar;
+  bar.hwndParent = popup;
+  bar.dwFlags = SHCMBF_EMPTYBAR;
+  if (SHCreateMenuBar(&bar)) {
+    SetWindowPos(bar.hwndMB, nullptr, 0, 0, 0, 0, SWP_NOZORDER | SWP_NOACTIVATE | SWP_NOMOVE);
+    LRESULT previous =
+        SendMessageW(bar.hwndMB, SHCMBM_OVERRIDEKEY, VK_TTALK,
+                     MAKELPARAM(SHMBOF_NODEFAULT | SHMBOF_NOTIFY, SHMBOF_NODEFAULT | SHMBOF_NOTIFY));
+    DeviceJournalWrite(kSource, L"%ls popup talk key taken, was %ld", name, static_cast<long>(previous));
+  }
+  ShowWindow(popup, SW_SHOW);
+  SetFocus(popup);
+  DeviceJournalWrite(kSource, L"%ls popup shown%ls", name,
+                     GetForegroundWindow() == popup ? L" in front" : L"");
+}
+
 LRESULT CALLBACK ItemProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam) {
   ItemState* state = StateOf(hwnd);
   if (!state) return DefWindowProcW(hwnd, msg, wParam, lParam);
@@ -94,6 +191,8 @@ LRESULT CALLBACK ItemProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam) {
       if (wParam == 'H') {
         state->units += 20;
         state->reported = false;
+      } else if (wParam == 'P') {
+        OpenPopup(state);
       } else if (wParam == 'R') {
         HWND today = FindWindowW(L"DesktopExplorerWindow", nullptr);
         DeviceJournalWrite(kSource, L"%ls asks reload %ls", name, today ? L"found" : L"no screen");
@@ -122,6 +221,7 @@ LRESULT CALLBACK ItemProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam) {
       Paint(hwnd, state);
       return 0;
     case WM_DESTROY:
+      if (state->popup) DestroyWindow(state->popup);
       DeviceJournalWrite(kSource, L"%ls destroyed", name);
       return 0;
     case WM_NCDESTROY:
@@ -137,7 +237,10 @@ LRESULT CALLBACK ItemProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam) {
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
   if (reason == DLL_PROCESS_ATTACH) g_module = module;
-  if (reason == DLL_PROCESS_DETACH) UnregisterClassW(kClass, module);
+  if (reason == DLL_PROCESS_DETACH) {
+    UnregisterClassW(kClass, module);
+    UnregisterClassW(kPopupClass, module);
+  }
   return TRUE;
 }
 
