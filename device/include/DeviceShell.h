@@ -10,3 +10,6 @@
 #define DEVICE_FULLSCREEN_PROPERTY L"FullScreenHidden"
 // Named mapping with the input panel's state, shared by the device's processes.
 #define DEVICE_INPUT_PANEL_MAPPING L"PagemarkDeviceInputPanel"
+// Registry key (HKEY_CURRENT_USER) of the notifications put up: a subkey "{class id} id" for each, with
+// the values Title, HTML, Priority, Duration and Flags.
+#define DEVICE_NOTIFICATIONS_KEY L"Software\\PagemarkDevice\\Notifications"

@@ -149,6 +149,66 @@ typedef struct tagNMRGINFO {
    WM_NOTIFY sent to hwndClient (or to its parent with SHRG_NOTIFYPARENT). */
 AYGSHELLAPI DWORD SHRecognizeGesture(SHRGINFO* shrg);
 
+/* ---- notifications ---- */
+
+typedef enum _SHNP {
+  SHNP_INFORM = 0x1B1, /* a bubble for the duration, then the icon */
+  SHNP_ICONIC          /* the icon only */
+} SHNP;
+
+#define SHNF_STRAIGHTTOTRAY 0x00000001
+#define SHNF_CRITICAL 0x00000002
+#define SHNF_FORCEMESSAGE 0x00000008
+#define SHNF_DISPLAYON 0x00000010
+#define SHNF_SILENT 0x00000020
+#define SHNF_HASMENU 0x00000040
+#define SHNF_TITLETIME 0x00000080
+
+#define NOTIF_NUM_SOFTKEYS 2
+
+typedef struct _SOFTKEYCMD {
+  WPARAM wpCmd;   /* sent with WM_COMMAND when the soft key is pressed */
+  DWORD grfFlags; /* NOTIF_SOFTKEY_FLAGS_... */
+} SOFTKEYCMD, *LPSOFTKEYCMD;
+
+typedef struct _SOFTKEYNOTIFY {
+  LPCWSTR pszTitle;
+  SOFTKEYCMD skc;
+} SOFTKEYNOTIFY, *LPSOFTKEYNOTIFY;
+
+typedef struct _SOFTKEYMENU {
+  HMENU hMenu;
+  LPSOFTKEYCMD prgskc;
+  UINT cskc;
+} SOFTKEYMENU, *LPSOFTKEYMENU;
+
+typedef struct _SHNOTIFICATIONDATA {
+  DWORD cbStruct; /* sizeof(SHNOTIFICATIONDATA) */
+  DWORD dwID;
+  SHNP npPriority;
+  DWORD csDuration; /* seconds */
+  HICON hicon;
+  DWORD grfFlags; /* SHNF_... */
+  CLSID clsid;    /* with dwID, what names the notification */
+  HWND hwndSink;
+  LPCWSTR pszHTML;
+  LPCWSTR pszTitle;
+  LPARAM lParam;
+  union {
+    SOFTKEYMENU skm;
+    SOFTKEYNOTIFY rgskn[NOTIF_NUM_SOFTKEYS];
+  };
+  LPCWSTR pszTodaySK;
+  LPCWSTR pszTodayExec;
+} SHNOTIFICATIONDATA, *LPSHNOTIFICATIONDATA;
+
+/* Puts up a notification; one with the same class and id is replaced. Returns ERROR_SUCCESS or an
+   error code. */
+AYGSHELLAPI LRESULT SHNotificationAdd(LPSHNOTIFICATIONDATA pndAdd);
+/* Takes down the notification of this class and id. Returns ERROR_SUCCESS, or ERROR_NOT_FOUND when
+   there is none. */
+AYGSHELLAPI LRESULT SHNotificationRemove(const CLSID* pclsid, DWORD dwID);
+
 #ifdef __cplusplus
 }
 #endif

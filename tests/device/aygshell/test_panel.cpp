@@ -58,6 +58,9 @@ TEST_CASE("aygshell.h: the platform's numbers and the record layouts of this bui
   CHECK(SHRG_LONGDELAY == 8);
   CHECK(SHRG_NOANIMATION == 0x10);
   CHECK(GN_CONTEXTMENU == 1000);
+  CHECK(SHNP_INFORM == 0x1B1);
+  CHECK(SHNP_ICONIC == 0x1B2);
+  CHECK(NOTIF_NUM_SOFTKEYS == 2);
   CHECK(VK_TTALK == 114);
   CHECK(VK_TEND == 115);
   CHECK(VK_TSOFT1 == VK_F1);
@@ -85,9 +88,9 @@ TEST_CASE("aygshell.dll exports each function by name and at the platform's ordi
   const struct {
     int ordinal;
     const char* name;
-  } exports[] = {{4, "SHSipInfo"},           {21, "SHSipPreference"}, {34, "SHCreateMenuBar"},
-                 {40, "SHRecognizeGesture"}, {56, "SHInitDialog"},    {65, "SHFullScreen"},
-                 {188, "SHFindMenuBar"}};
+  } exports[] = {{4, "SHSipInfo"},           {21, "SHSipPreference"},       {34, "SHCreateMenuBar"},
+                 {40, "SHRecognizeGesture"}, {56, "SHInitDialog"},          {65, "SHFullScreen"},
+                 {155, "SHNotificationAdd"}, {157, "SHNotificationRemove"}, {188, "SHFindMenuBar"}};
   for (const auto& e : exports) {
     CAPTURE(e.name);
     FARPROC byName = GetProcAddress(library, e.name);
