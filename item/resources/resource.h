@@ -4,6 +4,8 @@
 // Captions of the popup's menu bar.
 #define IDS_OPEN_PAGEMARK 107
 #define IDS_EDIT_CONTACT 108
+// The popup's left link before any mode is shown.
+#define IDS_PRODUCT_NAME 123
 #define IDS_CLOSE 41286
 #define IDS_BACK 41287
 

@@ -142,7 +142,7 @@ HWND CPimToday::Init(HWND parent, HINSTANCE hinstDLL) {
   StartupProbe(20);
 
   // 21. The popup's list reads its rows from the data source.
-  // LATER(contact list): there is no list to hand the data source to yet, so this step does nothing.
+  popup.SetSource(&g_dataSource);
   StartupProbe(21);
 
   // 22. Resets the popup after a reload of the window; nothing at the first start.
@@ -182,42 +182,6 @@ void CPimToday::Shutdown() {
   }
 }
 
-void CPimToday::RebuildLetterGroups() {
-  // LATER(letter sets): no groups are built, so the bar stands with no cells at its natural height.
-  groupLetters.SetSize(0);
-  Array<Str> captions;
-  Array<int> ids;
-  bar.SetCells(captions, nullptr, ids, 0);
-}
-
-void CPimToday::SetPopupMode(int newMode) {
-  if (newMode == mode) return;
-  mode = newMode;
-  if (newMode == PopupHidden) {
-    bar.SetIconIndex(1);
-    bar.ClearCounts();
-    pickedGroups.SetSize(0);
-    popup.Hide();
-    if (popup.GetHwnd())
-      SetWindowLongW(popup.GetHwnd(), GWL_EXSTYLE,
-                     GetWindowLongW(popup.GetHwnd(), GWL_EXSTYLE) | WS_EX_NOACTIVATE);
-    return;
-  }
-  bar.SetIconIndex(0);
-  if (newMode == PopupList) RunSearch(TRUE);
-  if (popup.GetHwnd()) {
-    SetWindowLongW(popup.GetHwnd(), GWL_EXSTYLE,
-                   GetWindowLongW(popup.GetHwnd(), GWL_EXSTYLE) & ~WS_EX_NOACTIVATE);
-    ShowWindow(popup.GetHwnd(), keepFocus ? SW_SHOWNA : SW_SHOW);
-  }
-}
-
-void CPimToday::RunSearch(BOOL) {
-  // LATER(keypad search and contact list): the picked groups are not searched yet; nothing happens.
-  // Nothing happens without the data side or without the popup window.
-  if (!managerReady || !popup.GetHwnd()) return;
-}
-
 void CPimToday::StartRefreshTimer() {
   if (refreshTimer || !hwnd) return;
   refreshTimer = SetTimer(hwnd, kRefreshTimerId, kRefreshTimerMs, nullptr);
@@ -229,134 +193,4 @@ void CPimToday::EnableItem(BOOL enable) {
   if (!enable) SetPopupMode(PopupHidden);
   bar.SetEnabled(enable);
   barEnabled = enable ? 1 : 0;
-}
-
-void CPimToday::Relayout() {
-  if (!bar.GetHwnd()) return;
-  RECT client;
-  GetClientRect(hwnd, &client);
-  bar.Relayout(client.right - client.left);
-}
-
-LRESULT CPimToday::OnQueryRefreshCache(TODAYLISTITEM* item) {
-  LRESULT result = refreshDue;
-  refreshDue = 0;
-  if (!item) return 1;
-  if (item->cyp == 0) {
-    item->cyp = bar.Height();
-    return 1;
-  }
-  PimSync* sync = g_pimSync;
-  BOOL groupsChanged = sync && (sync->GetFlag(0) || sync->GetFlag(1));
-  if (!groupsChanged) {
-    if (sync && sync->GetFlag(7)) {
-      sync->SetFlag(7, 0);
-      int increments = static_cast<int>(GetSettingDword(SECTION_ABC, L"IncrH", 0));
-      bar.SetExtraHeight(increments * ScaleX(2));
-      item->cyp = bar.Height();
-      SetPopupMode(PopupHidden);
-      return 1;
-    }
-    // Follow the host's width.
-    HWND parent = GetParent(hwnd);
-    RECT mine, host;
-    GetWindowRect(hwnd, &mine);
-    GetClientRect(parent, &host);
-    if (mine.right - mine.left != host.right - host.left)
-      SetWindowPos(hwnd, nullptr, 0, 0, host.right - host.left, mine.bottom - mine.top,
-                   SWP_NOMOVE | SWP_NOZORDER);
-    return result;
-  }
-  sync->SetFlag(0, FALSE);
-  sync->SetFlag(1, FALSE);
-  RebuildLetterGroups();
-  item->cyp = bar.Height();
-  return 1;
-}
-
-LRESULT CPimToday::OnUserNavigation(WPARAM key) {
-  int count = bar.GetCellCount();
-  int selection = bar.GetSelection();
-  switch (key) {
-    case VK_LEFT:
-      bar.SetSelection(selection <= 0 ? count - 1 : selection - 1);
-      return 1;
-    case VK_RIGHT:
-      bar.SetSelection(selection < 0 || selection >= count - 1 ? 0 : selection + 1);
-      return 1;
-    case VK_UP:
-      SetPopupMode(PopupHidden);
-      return 0;
-    case VK_DOWN:
-      if (mode == PopupHidden && pickedGroups.GetSize() == 0) return 0;
-      if (mode == PopupHidden) SetPopupMode(PopupList);
-      return 1;
-    default:
-      return 1;
-  }
-}
-
-LRESULT CPimToday::OnAction() {
-  int selection = bar.GetSelection();
-  if (selection < 0 || selection >= bar.GetCellCount()) return 1;
-  if (selection == bar.GetCellCount() - 1 && mode == PopupList && pickedGroups.GetSize() == 0) {
-    SetPopupMode(PopupHidden);
-    return 1;
-  }
-  // LATER(cell commands): the selected cell is not clicked yet, so the action is taken and ignored.
-  return 1;
-}
-
-LRESULT CPimToday::WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-  switch (message) {
-    case WM_DESTROY:
-      Shutdown();
-      return DefWindowProcW(window, message, wParam, lParam);
-    case WM_MOVE:
-    case WM_SIZE:
-      return 0;
-    case WM_ERASEBKGND:
-      return 1;  // the bar covers the item window
-    case WM_WINDOWPOSCHANGED: {
-      const WINDOWPOS* pos = reinterpret_cast<const WINDOWPOS*>(lParam);
-      if (!((pos->flags & SWP_NOSIZE) && (pos->flags & SWP_NOMOVE))) {
-        Relayout();
-        if (bar.GetHwnd()) {
-          InvalidateRect(bar.GetHwnd(), nullptr, TRUE);
-          UpdateWindow(bar.GetHwnd());
-        }
-      }
-      return DefWindowProcW(window, message, wParam, lParam);
-    }
-    case WM_TIMER:
-      refreshDue = 1;
-      if (refreshTimer) {
-        KillTimer(window, refreshTimer);
-        refreshTimer = 0;
-      }
-      return 0;
-    case WM_ITEM_HIDE:
-      SetPopupMode(PopupHidden);
-      return 0;
-    case WM_ITEM_GIVE_UP:
-      SetPopupMode(PopupHidden);
-      PostMessageW(GetParent(window), TODAYM_TOOKSELECTION, reinterpret_cast<WPARAM>(window), 0);
-      return 0;
-    case WM_TODAYCUSTOM_QUERYREFRESHCACHE:
-      return OnQueryRefreshCache(reinterpret_cast<TODAYLISTITEM*>(wParam));
-    case WM_TODAYCUSTOM_RECEIVEDSELECTION:
-      bar.SetSelection(bar.GetCellCount() - 1);
-      return 1;
-    case WM_TODAYCUSTOM_LOSTSELECTION:
-      bar.SetSelection(-1);
-      return 1;
-    case WM_TODAYCUSTOM_USERNAVIGATION:
-      return OnUserNavigation(wParam);
-    case WM_TODAYCUSTOM_ACTION:
-      return OnAction();
-    default:
-      // The coordinator's registered messages go to the contact data side.
-      if (DispatchSyncMessage(g_syncMessageHandler, message, wParam, lParam)) return 0;
-      return DefWindowProcW(window, message, wParam, lParam);
-  }
 }

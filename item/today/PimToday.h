@@ -6,23 +6,13 @@
 #include "foundation/BaseWindow.h"
 #include "foundation/Array.h"
 #include "manager/datasource/ItemListener.h"
+#include "today/ItemMessages.h"
 #include "today/LetterBar.h"
 #include "today/PopupWnd.h"
 #include "phone/PhoneTemplates.h"
 #include "storage/contact/HideSim.h"
 
 enum PopupMode { PopupHidden = 0, PopupList = 1, PopupContact = 2 };
-
-// The item's private messages, sent by its popup and other windows.
-#define WM_ITEM_CLOSE 1034
-#define WM_ITEM_OPEN_PROGRAM 1035
-#define WM_ITEM_OPEN_CONTACT 1036
-#define WM_ITEM_RESERVED 1037
-#define WM_ITEM_LEAVE_CONTACT 1038
-#define WM_ITEM_HIDE 1039
-#define WM_ITEM_STEP_BACK 1040
-#define WM_ITEM_GROUP_KEY 1041
-#define WM_ITEM_GIVE_UP 1042
 
 class CPimToday : public BaseWindow, public ItemListener {
  public:
@@ -49,20 +39,40 @@ class CPimToday : public BaseWindow, public ItemListener {
   void SetPopupMode(int newMode);
   void RunSearch(BOOL keepSelection);
   void StartRefreshTimer();
+  // A command of the bar: ids 0 to G - 1 the letter cells, G the last cell's tap, G + 1 its long press.
+  void CellClicked(int id);
+  // Force: hide; otherwise one step back (contact to list, list to hidden).
+  void ClosePopup(BOOL force);
+  // Puts the contact at (group, item) on the popup's contact page; false when it can't be read or is
+  // empty.
+  BOOL ShowContact(int group, int item);
+  // Starts the main program (at the shown contact on the contact page).
+  void OpenProgram();
+  // Unless keep focus is set and when the popup shows: the page that shows gets the focus.
+  void GiveFocus();
+  // Where the popup stands: above the item when there is more room above, else below it.
+  RECT PopupRect() const;
 
   // State seen from outside, for the host side and for tests.
   int GetMode() const { return mode; }
   BOOL IsManagerReady() const { return managerReady; }
   BOOL IsBarEnabled() const { return barEnabled; }
   LetterBar& GetBar() { return bar; }
+  PopupWnd& GetPopup() { return popup; }
   int GetPickedCount() const { return pickedGroups.GetSize(); }
+  int GetPickedGroup(int index) const { return pickedGroups[index]; }
+  int GroupCount() const { return groupLetters.GetSize(); }
 
  private:
   LRESULT OnQueryRefreshCache(TODAYLISTITEM* item);
+  void ApplyChangeFlags();
   LRESULT OnUserNavigation(WPARAM key);
   LRESULT OnAction();
   void Relayout();
   void Shutdown();
+  void RemoveNewestPick();
+  void ClearAllPicks();
+  void Beep();
 
   LetterBar bar;
   PopupWnd popup;

@@ -170,7 +170,7 @@ TEST_CASE_FIXTURE(TodayFixture, "selection and navigation keys from the host") {
   REQUIRE(window != nullptr);
   CHECK(SendMessageW(window, WM_TODAYCUSTOM_RECEIVEDSELECTION, VK_DOWN, 0) == 1);
   CHECK(SendMessageW(window, WM_TODAYCUSTOM_LOSTSELECTION, 0, 0) == 1);
-  CHECK(g_pimToday->GetBar().GetSelection() == -1);
+  CHECK(g_pimToday->GetBar().Selection() == -1);
   // Up gives the selection back to the host; Down with nothing picked does nothing.
   CHECK(SendMessageW(window, WM_TODAYCUSTOM_USERNAVIGATION, VK_UP, 0) == 0);
   CHECK(SendMessageW(window, WM_TODAYCUSTOM_USERNAVIGATION, VK_DOWN, 0) == 0);

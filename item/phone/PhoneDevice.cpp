@@ -1,0 +1,3 @@
+#include "phone/PhoneDevice.h"
+
+BOOL IsPhoneDevice() { return GetFileAttributesW(L"\\windows\\sms.dll") != INVALID_FILE_ATTRIBUTES; }
