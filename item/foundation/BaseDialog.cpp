@@ -1,4 +1,7 @@
 #include "foundation/BaseDialog.h"
+#include <aygshell.h>
+#include <stddef.h>
+#include "foundation/WorkArea.h"
 
 BaseDialog::BaseDialog(UINT id) : hwnd(nullptr), menuBar(nullptr), autoFit(0), templateId(id) {}
 
@@ -44,7 +47,7 @@ LRESULT BaseDialog::DefaultProc(HWND, UINT, WPARAM, LPARAM) { return 0; }
 BOOL BaseDialog::OnMessage(HWND, UINT, WPARAM, LPARAM, LRESULT&) { return FALSE; }
 
 void BaseDialog::OnSettingChange(WPARAM wParam, LPARAM) {
-  if (wParam == 224) FitToWorkArea();
+  if (wParam == SPI_SETSIPINFO) FitToWorkArea();
 }
 
 void BaseDialog::OnActivate(WPARAM wParam, LPARAM) {
@@ -54,8 +57,28 @@ void BaseDialog::OnActivate(WPARAM wParam, LPARAM) {
 void BaseDialog::FitToWorkArea() {
   if (!autoFit || !hwnd) return;
   RECT work;
-  if (!SystemParametersInfoW(SPI_GETWORKAREA, 0, &work, 0)) return;
+  if (!GetFittedWorkArea(work)) return;
   MoveWindow(hwnd, work.left, work.top, work.right - work.left, work.bottom - work.top, TRUE);
+}
+
+bool BaseDialog::CreateMenuBar(UINT barId) {
+  if (menuBar) {
+    DestroyWindow(menuBar);
+    menuBar = nullptr;
+  }
+  if (!hwnd) {
+    SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+    return false;
+  }
+  SHMENUBARINFO info = {};
+  info.cbSize = offsetof(SHMENUBARINFO, clrBk);  // a bar in the shell's own colour
+  info.hwndParent = hwnd;
+  info.dwFlags = barId == 0 ? SHCMBF_EMPTYBAR : 0;
+  info.nToolBarId = barId;
+  info.hInstRes = ResourceModule();
+  if (!SHCreateMenuBar(&info)) return false;
+  menuBar = info.hwndMB;
+  return true;
 }
 
 void BaseDialog::InheritTitle() {

@@ -15,6 +15,10 @@ class BaseDialog {
   virtual void OnActivate(WPARAM wParam, LPARAM lParam);
   virtual void FitToWorkArea();
 
+  // Gives the dialog a new shell menu bar in place of the old one: the bar `barId` of this module, or
+  // an empty bar for 0. False with the platform's last error when the shell makes none; menuBar is 0
+  // then.
+  bool CreateMenuBar(UINT barId);
   // The dialog takes the title text of its top-most ancestor.
   void InheritTitle();
   void Destroy();

@@ -1,6 +1,7 @@
 #include "foundation/BaseWindow.h"
 #include <sipapi.h>
 #include <new>
+#include "foundation/WorkArea.h"
 
 static const wchar_t kDefaultClass[] = L"ZovrixWndCls";
 
@@ -42,9 +43,9 @@ void BaseWindow::OnActivate(WPARAM wParam, LPARAM) {
 
 void BaseWindow::FitToWorkArea() {
   if (!autoFit || !hwnd) return;
-  // Top-level windows follow the input panel: they take the visible desktop less the menu bar.
+  // Top-level windows follow the input panel.
   RECT work;
-  if (!SystemParametersInfoW(SPI_GETWORKAREA, 0, &work, 0)) return;
+  if (!GetFittedWorkArea(work)) return;
   MoveWindow(hwnd, work.left, work.top, work.right - work.left, work.bottom - work.top, TRUE);
 }
 

@@ -2,10 +2,14 @@
 // with the expected sequence, in the order they arrived.
 #include <doctest/doctest.h>
 #include <windows.h>
+#include <aygshell.h>
+#include <string>
 #include <vector>
+#include "InputPanel.h"
 #include "foundation/BaseDialog.h"
 #include "foundation/BaseWindow.h"
 #include "foundation/ClassWindow.h"
+#include "foundation/LogicalResolution.h"
 #include "foundation/SubclassWindow.h"
 
 namespace {
@@ -435,4 +439,143 @@ TEST_CASE("BaseDialog: a missing template gives no window") {
   CHECK(dialog.CreateModeless(nullptr, TRUE) == nullptr);
   CHECK(dialog.GetHwnd() == nullptr);
   CHECK(dialog.DoModal(nullptr) == -1);
+}
+
+namespace {
+
+// Where a window that follows the input panel belongs: the visible desktop, less the menu bar of
+// (dpiY * 26 + 48) / 96 pixels when the panel is off.
+RECT FittedArea(bool panelOn) {
+  inputpanel::Set(panelOn);
+  RECT area = inputpanel::VisibleDesktop();
+  if (!panelOn) area.bottom -= (LogicalDpiY() * 26 + 48) / 96;
+  return area;
+}
+
+// The two areas, worked out before the windows under test exist, with the panel left off.
+struct Areas {
+  RECT off;
+  RECT on;
+  Areas() : off(FittedArea(false)), on(FittedArea(true)) { inputpanel::Set(false); }
+};
+
+}  // namespace
+
+TEST_CASE(
+    "BaseWindow: FitToWorkArea follows the input panel: less the menu bar when off, all of it when on") {
+  Areas areas;
+  // The two differ, so that neither can pass for the other.
+  REQUIRE(areas.on.bottom < areas.off.bottom);
+  RecordingWindow window;
+  HWND made = window.Create(0, L"fit", WS_POPUP, 7, 9, 61, 43, nullptr, 0, Module());
+  REQUIRE(made != nullptr);
+  window.SetAutoFit(1);
+  window.FitToWorkArea();
+  CHECK(SameRect(WindowRect(made), areas.off));
+  // The shell announces the panel to every top-level window; the window moves by itself.
+  inputpanel::Set(true);
+  CHECK(window.fits == 2);
+  CHECK(SameRect(WindowRect(made), areas.on));
+  inputpanel::Set(false);
+  CHECK(window.fits == 3);
+  CHECK(SameRect(WindowRect(made), areas.off));
+}
+
+TEST_CASE("BaseWindow: an activation fits the window; without autoFit the panel moves nothing") {
+  Areas areas;
+  RecordingWindow window;
+  HWND made = window.Create(0, L"active", WS_POPUP, 7, 9, 61, 43, nullptr, 0, Module());
+  REQUIRE(made != nullptr);
+  RECT before = WindowRect(made);
+  inputpanel::Set(true);
+  CHECK(window.fits == 1);
+  CHECK(SameRect(WindowRect(made), before));
+  inputpanel::Set(false);
+  window.SetAutoFit(1);
+  SendMessageW(made, WM_ACTIVATE, WA_ACTIVE, 0);
+  CHECK(SameRect(WindowRect(made), areas.off));
+}
+
+TEST_CASE("BaseDialog: FitToWorkArea follows the input panel; other setting changes and deactivation don't") {
+  Areas areas;
+  RecordingDialog dialog(100);
+  HWND made = dialog.CreateModeless(nullptr, FALSE);
+  REQUIRE(made != nullptr);
+  SetWindowPos(made, nullptr, 3, 4, 50, 40, SWP_NOZORDER | SWP_NOACTIVATE);
+  RECT before = WindowRect(made);
+  // autoFit 0: nothing moves.
+  dialog.FitToWorkArea();
+  SendMessageW(made, WM_SETTINGCHANGE, 224, 0);
+  CHECK(SameRect(WindowRect(made), before));
+  dialog.SetAutoFit(1);
+  SendMessageW(made, WM_SETTINGCHANGE, SPI_SETWORKAREA, 0);
+  SendMessageW(made, WM_ACTIVATE, WA_INACTIVE, 0);
+  CHECK(SameRect(WindowRect(made), before));
+  SendMessageW(made, WM_ACTIVATE, WA_ACTIVE, 0);
+  CHECK(SameRect(WindowRect(made), areas.off));
+  inputpanel::Set(true);
+  CHECK(SameRect(WindowRect(made), areas.on));
+  inputpanel::Set(false);
+  CHECK(SameRect(WindowRect(made), areas.off));
+  dialog.Destroy();
+}
+
+TEST_CASE("BaseDialog: CreateMenuBar replaces the old bar; a bar the shell can't make leaves none") {
+  RecordingDialog dialog(100);
+  CHECK_FALSE(dialog.CreateMenuBar(0));  // no window yet
+  CHECK(dialog.GetMenuBar() == nullptr);
+  HWND made = dialog.CreateModeless(nullptr, FALSE);
+  REQUIRE(made != nullptr);
+  REQUIRE(dialog.CreateMenuBar(0));
+  HWND first = dialog.GetMenuBar();
+  REQUIRE(first != nullptr);
+  CHECK(SHFindMenuBar(made) == first);
+  wchar_t className[64] = L"";
+  GetClassNameW(first, className, 64);
+  CHECK(std::wstring(className) == SHMENUBAR_CLASS);
+
+  REQUIRE(dialog.CreateMenuBar(0));
+  HWND second = dialog.GetMenuBar();
+  CHECK(second != nullptr);
+  CHECK_FALSE(IsWindow(first));
+  CHECK(SHFindMenuBar(made) == second);
+
+  // The stand-in shell makes empty bars only: a bar from a resource fails, and the old one is gone.
+  CHECK_FALSE(dialog.CreateMenuBar(5));
+  CHECK(dialog.GetMenuBar() == nullptr);
+  CHECK_FALSE(IsWindow(second));
+
+  REQUIRE(dialog.CreateMenuBar(0));
+  HWND last = dialog.GetMenuBar();
+  dialog.Destroy();
+  // The bar goes with its dialog.
+  CHECK_FALSE(IsWindow(last));
+  CHECK(dialog.GetMenuBar() == nullptr);
+}
+
+TEST_CASE("BaseDialog: InheritTitle takes the title of the top-most ancestor") {
+  HWND top = CreateWindowExW(0, L"STATIC", L"Top title", WS_POPUP, 0, 0, 50, 50, nullptr, nullptr, Module(),
+                             nullptr);
+  HWND middle =
+      CreateWindowExW(0, L"STATIC", L"Middle title", WS_POPUP, 0, 0, 50, 50, top, nullptr, Module(), nullptr);
+  REQUIRE(top != nullptr);
+  REQUIRE(middle != nullptr);
+  RecordingDialog dialog(100);
+  HWND made = dialog.CreateModeless(middle, FALSE);
+  REQUIRE(made != nullptr);
+  dialog.InheritTitle();
+  wchar_t title[64] = L"";
+  GetWindowTextW(made, title, 64);
+  CHECK(std::wstring(title) == L"Top title");
+  dialog.Destroy();
+
+  // Without an ancestor the dialog keeps its own title.
+  RecordingDialog alone(100);
+  HWND own = alone.CreateModeless(nullptr, FALSE);
+  REQUIRE(own != nullptr);
+  alone.InheritTitle();
+  GetWindowTextW(own, title, 64);
+  CHECK(std::wstring(title) == L"Dialog");
+  alone.Destroy();
+  DestroyWindow(top);
 }
