@@ -1,5 +1,6 @@
-// A datasource_helper process seen from the test: started by the constructor, which waits (at most
-// 30 s) until its window stands; the destructor asks it to leave and ends it if it doesn't in 10 s.
+// A datasource_helper process seen from the test (HelperProcess.h of the shared support): commands
+// that get no answer within 60 s fail the test, and the test's own windows are served while the
+// helper leaves, since it may still speak to them then.
 #pragma once
 #include <windows.h>
 
@@ -7,6 +8,7 @@
 #include <vector>
 
 #include "DataSourceHelperProtocol.h"
+#include "HelperProcess.h"
 
 namespace dstest {
 
@@ -15,21 +17,9 @@ std::wstring HelperLogPath();
 void ClearHelperLog();
 std::vector<std::string> HelperLog();
 
-class HelperProcess {
+class HelperProcess : public helperproc::HelperProcess {
  public:
   explicit HelperProcess(const std::string& name);
-  ~HelperProcess();
-  HelperProcess(const HelperProcess&) = delete;
-  HelperProcess& operator=(const HelperProcess&) = delete;
-
-  // Sends a command and gives its result; a helper that doesn't answer within 60 s fails the test.
-  LRESULT Command(UINT command, WPARAM wParam = 0, LPARAM lParam = 0);
-  HWND Window() const { return window; }
-
- private:
-  std::string name;
-  PROCESS_INFORMATION process;
-  HWND window;
 };
 
 }  // namespace dstest

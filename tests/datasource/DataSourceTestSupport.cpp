@@ -1,5 +1,6 @@
 #include "DataSourceTestSupport.h"
 
+#include "HiddenWindow.h"
 #include "storage/contact/ContactFieldTable.h"
 #include "sync/SyncMessageHandler.h"
 
@@ -15,12 +16,6 @@ std::vector<std::string> EventsStartingWith(const std::string& prefix) {
   for (const std::string& event : Events())
     if (event.compare(0, prefix.size(), prefix) == 0) found.push_back(event);
   return found;
-}
-
-std::string Narrow(const wchar_t* text) {
-  std::string out;
-  for (; text && *text; ++text) out += static_cast<char>(*text < 128 ? *text : '?');
-  return out;
 }
 
 namespace {
@@ -116,8 +111,7 @@ BOOL ScriptedManager::SetDefaultItem(CEOID id, uint32_t item) {
 BOOL ScriptedManager::Plain(const char* name, const Str& query, int sortKind, const CategoryFilter& filter,
                             Array<CEOID>& out) {
   out.RemoveAll();
-  Record(std::string(name) + " '" + Narrow(query) + "' sort " + std::to_string(sortKind) +
-         FilterText(filter));
+  Record(std::string(name) + " '" + Ascii(query) + "' sort " + std::to_string(sortKind) + FilterText(filter));
   if (!searchResult) return FALSE;
   for (CEOID id : plain) out.Add(id);
   return TRUE;
@@ -127,7 +121,7 @@ BOOL ScriptedManager::Grouped(const char* name, const Str& query, const Category
                               Array<uint32_t>& out, Array<Str>& outTitles) {
   out.RemoveAll();
   outTitles.RemoveAll();
-  Record(std::string(name) + " '" + Narrow(query) + "'" + FilterText(filter));
+  Record(std::string(name) + " '" + Ascii(query) + "'" + FilterText(filter));
   if (!searchResult) return FALSE;
   for (uint32_t word : flat) out.Add(word);
   for (const std::wstring& title : titles) outTitles.Add(Str(title.c_str()));
@@ -216,19 +210,7 @@ LRESULT CALLBACK ItemLikeProc(HWND window, UINT message, WPARAM wParam, LPARAM l
 
 }  // namespace
 
-HWND MakeItemLikeWindow() {
-  static bool registered = false;
-  HINSTANCE instance = GetModuleHandleW(nullptr);
-  if (!registered) {
-    WNDCLASSW windowClass = {};
-    windowClass.lpfnWndProc = ItemLikeProc;
-    windowClass.hInstance = instance;
-    windowClass.lpszClassName = kItemLikeClass;
-    registered = RegisterClassW(&windowClass) != 0;
-  }
-  return CreateWindowExW(0, kItemLikeClass, L"item", WS_POPUP, 0, 0, 10, 10, nullptr, nullptr, instance,
-                         nullptr);
-}
+HWND MakeItemLikeWindow() { return MakeHiddenWindow(kItemLikeClass, ItemLikeProc, L"item"); }
 
 std::vector<std::vector<CEOID>> Groups(const ContactDataSource& source) {
   std::vector<std::vector<CEOID>> groups;
@@ -242,7 +224,7 @@ std::vector<std::vector<CEOID>> Groups(const ContactDataSource& source) {
 
 std::vector<std::string> Titles(const ContactDataSource& source) {
   std::vector<std::string> titles;
-  for (int g = 0; g < source.GroupCount(); ++g) titles.push_back(Narrow(source.GroupTitle(g)));
+  for (int g = 0; g < source.GroupCount(); ++g) titles.push_back(Ascii(source.GroupTitle(g)));
   return titles;
 }
 

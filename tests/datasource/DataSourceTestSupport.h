@@ -6,37 +6,17 @@
 #include <windows.h>
 #include <windbase.h>
 
-#include <doctest/doctest.h>
-
 #include <set>
 #include <string>
 #include <vector>
 
+#include "DoctestVectors.h"
+#include "WideText.h"
 #include "manager/datasource/ContactDataSource.h"
 #include "manager/core/ContactManager.h"
 #include "storage/contact/Contact.h"
 #include "sync/PimSync.h"
 #include "manager/datasource/ItemListener.h"
-
-// Lists of lines as doctest shows them in a failed comparison.
-namespace doctest {
-template <>
-struct StringMaker<std::vector<std::string>> {
-  static String convert(const std::vector<std::string>& lines) {
-    std::string text = "{";
-    for (size_t i = 0; i < lines.size(); ++i) text += (i ? ", \"" : "\"") + lines[i] + "\"";
-    return String((text + "}").c_str());
-  }
-};
-template <>
-struct StringMaker<std::vector<CEOID>> {
-  static String convert(const std::vector<CEOID>& ids) {
-    std::string text = "{";
-    for (size_t i = 0; i < ids.size(); ++i) text += (i ? ", " : "") + std::to_string(ids[i]);
-    return String((text + "}").c_str());
-  }
-};
-}  // namespace doctest
 
 namespace dstest {
 
@@ -45,8 +25,6 @@ namespace dstest {
 std::vector<std::string>& Events();
 // Those of the events that begin with `prefix`.
 std::vector<std::string> EventsStartingWith(const std::string& prefix);
-
-std::string Narrow(const wchar_t* text);
 
 // A contact manager that opens nothing: its searches give what the test put in, and every call is
 // written to Events() as a line such as "Search 'ann' sort 1", "GroupedKeypadSearch '4'",

@@ -4,10 +4,10 @@
 #include "DataSourceHelperProtocol.h"
 
 #include <windows.h>
-#include <shellapi.h>
 
 #include <string>
 
+#include "HelperWindow.h"
 #include "manager/datasource/ContactDataSource.h"
 #include "storage/contact/Contact.h"
 #include "storage/contact/ContactDatabase.h"
@@ -21,21 +21,9 @@ using namespace dshelper;
 
 namespace {
 
-std::string g_name;
-std::wstring g_log;
-const UINT_PTR kLifetimeTimer = 1;
-const UINT kLifetimeMs = 120000;
-int g_written = 0;
+using helperwindow::Log;
 
-void Log(const std::string& event) {
-  HANDLE file = CreateFileW(g_log.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                            OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return;
-  std::string line = g_name + " " + event + "\n";
-  DWORD done = 0;
-  WriteFile(file, line.data(), static_cast<DWORD>(line.size()), &done, nullptr);
-  CloseHandle(file);
-}
+int g_written = 0;
 
 class LoggingView : public ItemListener {
  public:
@@ -106,17 +94,9 @@ LRESULT Carry(HWND window, UINT command, WPARAM wParam) {
       }
       return written;
     }
-    case CmdDrain: {
-      MSG message;
-      while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
-        if (message.message == WM_QUIT) {
-          PostQuitMessage(static_cast<int>(message.wParam));
-          break;
-        }
-        DispatchMessageW(&message);
-      }
+    case CmdDrain:
+      helperwindow::Drain();
       return 1;
-    }
     case CmdQuit:
       PostQuitMessage(0);
       return 1;
@@ -132,45 +112,11 @@ LRESULT CALLBACK HelperProc(HWND window, UINT message, WPARAM wParam, LPARAM lPa
     return 0;
   }
   if (message >= CmdRegister && message <= CmdQuit) return Carry(window, message, wParam);
-  if (message == WM_TIMER && wParam == kLifetimeTimer) {
-    PostQuitMessage(2);
-    return 0;
-  }
   return DefWindowProcW(window, message, wParam, lParam);
 }
 
-std::string NarrowText(const wchar_t* text) {
-  std::string out;
-  for (; *text; ++text) out += static_cast<char>(*text < 128 ? *text : '?');
-  return out;
-}
+void Leaving() { g_dataSource.Close(); }
 
 }  // namespace
 
-int main() {
-  int argc = 0;
-  wchar_t** argv = CommandLineToArgvW(GetCommandLineW(), &argc);
-  if (argv == nullptr || argc < 3) return 3;
-  g_name = NarrowText(argv[1]);
-  g_log = argv[2];
-  if (!PimSync::GetInstance()->Open()) return 5;
-
-  HINSTANCE instance = GetModuleHandleW(nullptr);
-  WNDCLASSW windowClass = {};
-  windowClass.lpfnWndProc = HelperProc;
-  windowClass.hInstance = instance;
-  windowClass.lpszClassName = kDataSourceHelperClass;
-  RegisterClassW(&windowClass);
-  HWND window = CreateWindowExW(0, kDataSourceHelperClass, argv[1], WS_POPUP, 0, 0, 10, 10, nullptr, nullptr,
-                                instance, nullptr);
-  if (window == nullptr) return 4;
-  SetTimer(window, kLifetimeTimer, kLifetimeMs, nullptr);
-
-  MSG message;
-  while (GetMessageW(&message, nullptr, 0, 0) > 0) DispatchMessageW(&message);
-  const int code = static_cast<int>(message.wParam);
-  g_dataSource.Close();
-  DestroyWindow(window);
-  PimSync::DestroyInstance();
-  return code;
-}
+int main() { return helperwindow::Run(kDataSourceHelperClass, HelperProc, Leaving); }

@@ -6,7 +6,7 @@
 #include <algorithm>
 
 #include "DataSourceTestSupport.h"
-#include "HelperProcess.h"
+#include "DataSourceHelper.h"
 #include "ManagerTestSupport.h"
 #include "storage/contact/ContactDatabase.h"
 #include "storage/index/ContactIndex.h"
@@ -82,7 +82,7 @@ struct IndexOnDisk {
     index.SetKeySource(&keys);
     Str text;
     const bool sound = index.Check(text) != FALSE;
-    report = Narrow(text);
+    report = Ascii(text);
     return sound;
   }
 };
@@ -121,13 +121,13 @@ TEST_CASE(
   CHECK(AllRows(live.source()) == std::vector<CEOID>{named});
   Contact* contact = nullptr;
   REQUIRE(live.source().GetCachedContact(0, 0, contact, 1));
-  CHECK(Narrow(contact->text[ContactField::Company]) == "Omnicorp");
+  CHECK(Ascii(contact->text[ContactField::Company]) == "Omnicorp");
 
   // A change: the cached contact is let go and read anew.
   REQUIRE(managertest::TouchRecord(named, L"Initech"));
   CHECK(PumpUntil([&] { return live.source().FindCached(named) == nullptr; }, 10000));
   REQUIRE(live.source().GetCachedContact(0, 0, contact, 1));
-  CHECK(Narrow(contact->text[ContactField::Company]) == "Initech");
+  CHECK(Ascii(contact->text[ContactField::Company]) == "Initech");
 
   // A deletion: the remembered keypad search runs again and comes back empty; the view hears which.
   REQUIRE(managertest::DeleteRecord(named));
@@ -164,7 +164,7 @@ TEST_CASE(
   for (int row = 0; row < live.source().TotalRows(); ++row) {
     Contact* contact = nullptr;
     REQUIRE(live.source().GetCachedContact(0, row, contact, 1));
-    CHECK(Narrow(contact->text[ContactField::FirstName]) == "Written");
+    CHECK(Ascii(contact->text[ContactField::FirstName]) == "Written");
   }
   // Under sort kind 2 they form one group without company.
   REQUIRE(

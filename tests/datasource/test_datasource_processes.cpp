@@ -6,7 +6,7 @@
 #include <algorithm>
 
 #include "DataSourceTestSupport.h"
-#include "HelperProcess.h"
+#include "DataSourceHelper.h"
 #include "ManagerTestSupport.h"
 #include "storage/contact/ContactDatabase.h"
 

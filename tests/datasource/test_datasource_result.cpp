@@ -197,7 +197,7 @@ TEST_CASE("GetCachedContact reads a contact once and then gives it from the cach
   REQUIRE(s.source.GetCachedContact(0, 0, first, 1));
   REQUIRE(first != nullptr);
   CHECK(first->oid == 21u);
-  CHECK(dstest::Narrow(first->text[ContactField::LastName]) == "Name21");
+  CHECK(Ascii(first->text[ContactField::LastName]) == "Name21");
   CHECK(s.manager->reads == 1);
   Contact* again = nullptr;
   REQUIRE(s.source.GetCachedContact(0, 0, again, 1));
@@ -282,7 +282,7 @@ TEST_CASE("a plain search gives one group with an empty title and remembers its 
   CHECK(Titles(s.source) == std::vector<std::string>{""});
   CHECK(s.source.TotalRows() == 3);
   CHECK(s.source.GetSearchKind() == SearchKindKeypad);
-  CHECK(dstest::Narrow(s.source.GetKeypadQuery()) == "43");
+  CHECK(Ascii(s.source.GetKeypadQuery()) == "43");
   CHECK(s.source.GetTextQuery().IsEmpty());
   CHECK(s.source.GetSortKind() == SortKindFileAs);
   CHECK(s.source.GetFilter().active == 1);
@@ -296,8 +296,8 @@ TEST_CASE("a plain search gives one group with an empty title and remembers its 
   CHECK(s.source.RowsInGroup(0) == 0);
   CHECK(s.source.TotalRows() == 0);
   // Both queries are kept apart.
-  CHECK(dstest::Narrow(s.source.GetTextQuery()) == "zz");
-  CHECK(dstest::Narrow(s.source.GetKeypadQuery()) == "43");
+  CHECK(Ascii(s.source.GetTextQuery()) == "zz");
+  CHECK(Ascii(s.source.GetKeypadQuery()) == "43");
   CHECK(s.source.GetSearchKind() == SearchKindText);
   CHECK_FALSE(s.source.GetFilter().active);
 }
@@ -312,14 +312,14 @@ TEST_CASE("useKeep under sort kinds 0 and 1: the keep list becomes the result, n
     REQUIRE(s.source.SearchText(Str(L"an"), sort, s.noFilter, keep, TRUE, nullptr));
     CHECK(Events().empty());
     CHECK(Groups(s.source) == GroupList{{7, 3, 9}});
-    CHECK(dstest::Narrow(s.source.GetTextQuery()) == "an");
+    CHECK(Ascii(s.source.GetTextQuery()) == "an");
     CHECK(s.source.GetSortKind() == sort);
 
     REQUIRE(s.source.SearchKeypad(Str(L"2"), sort, s.noFilter, keep, TRUE));
     CHECK(Events().empty());
     CHECK(Groups(s.source) == GroupList{{7, 3, 9}});
     CHECK(s.source.GetSearchKind() == SearchKindKeypad);
-    CHECK(dstest::Narrow(s.source.GetKeypadQuery()) == "2");
+    CHECK(Ascii(s.source.GetKeypadQuery()) == "2");
   }
   // An empty keep list gives an empty result.
   REQUIRE(s.source.SearchText(Str(L"an"), SortKindName, s.noFilter, s.noKeep, TRUE, nullptr));
@@ -387,13 +387,13 @@ TEST_CASE("a failed search empties result and cache and leaves the remembered ar
   CHECK(s.source.TotalRows() == 0);
   CHECK(s.source.CachedCount() == 0);
   CHECK(s.source.GetSearchKind() == SearchKindKeypad);
-  CHECK(dstest::Narrow(s.source.GetKeypadQuery()) == "5");
+  CHECK(Ascii(s.source.GetKeypadQuery()) == "5");
   CHECK(s.source.GetTextQuery().IsEmpty());
   CHECK(s.source.GetSortKind() == SortKindFileAs);
   CHECK_FALSE(s.source.GetFilter().active);
 
   CHECK_FALSE(s.source.SearchKeypad(Str(L"6"), SortKindName, s.noFilter, s.noKeep, FALSE));
-  CHECK(dstest::Narrow(s.source.GetKeypadQuery()) == "5");
+  CHECK(Ascii(s.source.GetKeypadQuery()) == "5");
   CHECK(s.source.GetSortKind() == SortKindFileAs);
 
   // A failed refresh empties them too.
@@ -588,13 +588,13 @@ TEST_CASE(
   REQUIRE(s.source.UpdateContact(edited));
   CHECK(Events() == std::vector<std::string>{"UpdateContact 2 photo 1", "KeypadSearch '2' sort 0"});
   CHECK(s.source.FindCached(2) == cached);
-  CHECK(dstest::Narrow(cached->text[ContactField::LastName]) == "Edited");
+  CHECK(Ascii(cached->text[ContactField::LastName]) == "Edited");
   CHECK(cached->defaultItem == 0x3A09001Fu);
   // Refused: the cached copy stays as it was.
   s.manager->writeResult = FALSE;
   edited.text[ContactField::LastName] = Str(L"Refused");
   CHECK_FALSE(s.source.UpdateContact(edited));
-  CHECK(dstest::Narrow(cached->text[ContactField::LastName]) == "Edited");
+  CHECK(Ascii(cached->text[ContactField::LastName]) == "Edited");
 }
 
 TEST_CASE(

@@ -13,6 +13,14 @@ std::wstring BinDir() {
   return dir.substr(0, dir.find_last_of(L'\\') + 1);
 }
 
+std::wstring TempFolder() {
+  wchar_t folder[MAX_PATH];
+  DWORD length = GetTempPathW(MAX_PATH, folder);
+  std::wstring path(folder, length);
+  if (path.empty() || path.back() != L'\\') path += L'\\';
+  return path;
+}
+
 std::vector<JournalLine> ReadDeviceJournal() {
   std::vector<JournalLine> lines;
   std::ifstream in(DEVICE_JOURNAL_PATH, std::ios::binary);

@@ -8,6 +8,8 @@ namespace testpaths {
 
 // The folder of the running test program (the build's bin folder), with a trailing backslash.
 std::wstring BinDir();
+// The device's temporary folder, with a trailing backslash.
+std::wstring TempFolder();
 
 struct JournalLine {
   unsigned long tick;

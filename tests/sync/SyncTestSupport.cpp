@@ -1,5 +1,7 @@
 #include "SyncTestSupport.h"
 
+#include "HiddenWindow.h"
+#include "SharedLog.h"
 #include "TestPaths.h"
 #include "sync/SyncMessageHandler.h"
 
@@ -7,16 +9,11 @@
 
 namespace synctest {
 
-std::wstring LogPath() {
-  wchar_t folder[MAX_PATH];
-  DWORD length = GetTempPathW(MAX_PATH, folder);
-  std::wstring path(folder, length);
-  return path + L"pagemark_sync_test.log";
-}
+std::wstring LogPath() { return testpaths::TempFolder() + L"pagemark_sync_test.log"; }
 
 void ClearLog() { DeleteFileW(LogPath().c_str()); }
 
-std::vector<std::string> Log() { return ReadLogLines(LogPath()); }
+std::vector<std::string> Log() { return sharedlog::ReadLines(LogPath()); }
 
 int LogIndex(const std::vector<std::string>& lines, const std::string& line) {
   for (size_t i = 0; i < lines.size(); ++i) {
@@ -25,64 +22,13 @@ int LogIndex(const std::vector<std::string>& lines, const std::string& line) {
   return -1;
 }
 
-Helper::Helper(const std::string& name) : m_name(name), m_process(), m_window(nullptr) {
-  std::wstring wideName(name.begin(), name.end());
-  std::wstring program = testpaths::BinDir() + L"sync_helper.exe";
-  std::wstring commandLine = L"\"" + program + L"\" " + wideName + L" \"" + LogPath() + L"\"";
-  STARTUPINFOW startup = {};
-  startup.cb = sizeof(startup);
-  BOOL started = CreateProcessW(program.c_str(), &commandLine[0], nullptr, nullptr, FALSE, 0, nullptr,
-                                nullptr, &startup, &m_process);
-  REQUIRE_MESSAGE(started, "sync_helper.exe can't be started, error " << GetLastError());
-  // The window appears once the helper has its coordinator open.
-  DWORD deadline = GetTickCount() + 30000;
-  while (m_window == nullptr) {
-    m_window = FindWindowW(kHelperClass, wideName.c_str());
-    if (m_window != nullptr) break;
-    DWORD exitCode = 0;
-    if (WaitForSingleObject(m_process.hProcess, 0) == WAIT_OBJECT_0) {
-      GetExitCodeProcess(m_process.hProcess, &exitCode);
-      FAIL("helper " << name << " ended with " << exitCode << " before its window stood");
-    }
-    REQUIRE_MESSAGE(static_cast<LONG>(GetTickCount() - deadline) < 0,
-                    "helper " << name << " has no window after 30 s");
-    Sleep(20);
-  }
-}
+namespace {
 
-Helper::~Helper() {
-  if (m_process.hProcess == nullptr) return;
-  if (WaitForSingleObject(m_process.hProcess, 0) == WAIT_TIMEOUT) {
-    if (m_window != nullptr) PostMessageW(m_window, CmdQuit, 0, 0);
-    if (WaitForSingleObject(m_process.hProcess, 10000) != WAIT_OBJECT_0) {
-      TerminateProcess(m_process.hProcess, 9);
-      WaitForSingleObject(m_process.hProcess, 10000);
-    }
-  }
-  CloseHandle(m_process.hThread);
-  CloseHandle(m_process.hProcess);
-}
+const helperproc::HelperProgram kSyncHelper = {L"sync_helper.exe", kHelperClass, CmdQuit, 30000, false};
 
-LRESULT Helper::Command(UINT command, WPARAM wParam, LPARAM lParam) {
-  DWORD_PTR result = 0;
-  LRESULT sent = SendMessageTimeoutW(m_window, command, wParam, lParam, SMTO_NORMAL, 30000, &result);
-  if (sent == 0) {
-    FAIL_CHECK("helper " << m_name << " didn't carry out command " << (command - WM_APP) << ", error "
-                         << GetLastError());
-    return -1;
-  }
-  return static_cast<LRESULT>(result);
-}
+}  // namespace
 
-void Helper::Kill() {
-  REQUIRE(TerminateProcess(m_process.hProcess, 9));
-  REQUIRE(WaitForSingleObject(m_process.hProcess, 10000) == WAIT_OBJECT_0);
-  DWORD deadline = GetTickCount() + 10000;
-  while (IsWindow(m_window)) {
-    REQUIRE_MESSAGE(static_cast<LONG>(GetTickCount() - deadline) < 0, "the window of a killed helper stays");
-    Sleep(10);
-  }
-}
+Helper::Helper(const std::string& name) : HelperProcess(kSyncHelper, name, LogPath()) {}
 
 RecordView::RecordView() : m_mutex(nullptr), m_mapping(nullptr), m_words(nullptr) {
   m_mutex = CreateMutexW(nullptr, FALSE, L"9694E7F0-1902-4855-AA4D-F879CF68BE6A");
@@ -146,19 +92,7 @@ LRESULT CALLBACK ListeningProc(HWND window, UINT message, WPARAM wParam, LPARAM 
 
 }  // namespace
 
-HWND MakeListeningWindow() {
-  static bool registered = false;
-  HINSTANCE instance = GetModuleHandleW(nullptr);
-  if (!registered) {
-    WNDCLASSW windowClass = {};
-    windowClass.lpfnWndProc = ListeningProc;
-    windowClass.hInstance = instance;
-    windowClass.lpszClassName = kListeningClass;
-    registered = RegisterClassW(&windowClass) != 0;
-  }
-  return CreateWindowExW(0, kListeningClass, L"listener", WS_POPUP, 0, 0, 10, 10, nullptr, nullptr, instance,
-                         nullptr);
-}
+HWND MakeListeningWindow() { return MakeHiddenWindow(kListeningClass, ListeningProc, L"listener"); }
 
 std::vector<Received>& ReceivedMessages() {
   static std::vector<Received> received;

@@ -9,24 +9,15 @@
 
 #include <stdint.h>
 
-#include <doctest/doctest.h>
-
 #include <string>
 #include <vector>
 
-// Lists of lines as doctest shows them in a failed comparison.
-namespace doctest {
-template <>
-struct StringMaker<std::vector<std::string>> {
-  static String convert(const std::vector<std::string>& lines) {
-    std::string text = "{";
-    for (size_t i = 0; i < lines.size(); ++i) text += (i ? ", \"" : "\"") + lines[i] + "\"";
-    return String((text + "}").c_str());
-  }
-};
-}  // namespace doctest
+#include "DoctestVectors.h"
+#include "HelperProcess.h"
 
 namespace synctest {
+
+inline uint32_t WordOf(HWND window) { return static_cast<uint32_t>(reinterpret_cast<UINT_PTR>(window)); }
 
 // The log that the helpers of this test program write to; ClearLog empties it.
 std::wstring LogPath();
@@ -35,34 +26,18 @@ std::vector<std::string> Log();
 // Whether `line` stands in the log, and where; -1 when it doesn't.
 int LogIndex(const std::vector<std::string>& lines, const std::string& line);
 
-// One helper process, started by the constructor, which waits (at most 30 s) until its window is
-// there. The destructor asks it to leave and ends it if it doesn't within 10 s.
-class Helper {
+// One sync_helper process; commands that get no answer within 30 s fail the test.
+class Helper : public helperproc::HelperProcess {
  public:
   explicit Helper(const std::string& name);
-  ~Helper();
-  Helper(const Helper&) = delete;
-  Helper& operator=(const Helper&) = delete;
 
-  // Sends a command and gives its result; a helper that doesn't answer within 30 s fails the test.
-  LRESULT Command(UINT command, WPARAM wParam = 0, LPARAM lParam = 0);
   // Register: 1 registered as slave, 3 as master, 0 refused.
   LRESULT Register() { return Command(CmdRegister); }
   LRESULT Unregister() { return Command(CmdUnregister); }
   bool IsMaster() { return Command(CmdIsMaster) != 0; }
   // Lets the helper handle what is queued for it already, such as posted reloads.
   void Drain() { Command(CmdDrain); }
-  // Ends the process at once, as a crash would, and waits until its window is gone.
-  void Kill();
-
-  HWND Window() const { return m_window; }
-  uint32_t Word() const { return static_cast<uint32_t>(reinterpret_cast<UINT_PTR>(m_window)); }
-  const std::string& Name() const { return m_name; }
-
- private:
-  std::string m_name;
-  PROCESS_INFORMATION m_process;
-  HWND m_window;
+  uint32_t Word() const { return WordOf(Window()); }
 };
 
 // The shared record through a view of the test's own, made with the names the processes use. The
@@ -94,7 +69,5 @@ HWND MakeListeningWindow();
 std::vector<Received>& ReceivedMessages();
 // Lets the test's own windows handle the messages queued for them.
 void PumpOwnMessages();
-
-inline uint32_t WordOf(HWND window) { return static_cast<uint32_t>(reinterpret_cast<UINT_PTR>(window)); }
 
 }  // namespace synctest

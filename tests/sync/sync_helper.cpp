@@ -6,22 +6,17 @@
 // after two minutes, so that no helper outlives a test that lost it.
 #include "SyncTestProtocol.h"
 
+#include "HelperWindow.h"
 #include "sync/PimSync.h"
 #include "sync/SyncMessageHandler.h"
 
 #include <windows.h>
-#include <shellapi.h>
 
 #include <string>
 
 namespace {
 
-std::string g_name;
-std::wstring g_log;
-const UINT_PTR kLifetimeTimer = 1;
-const UINT kLifetimeMs = 120000;
-
-void Log(const std::string& event) { synctest::AppendLogLine(g_log, g_name + " " + event); }
+using helperwindow::Log;
 
 class HelperReactions : public SyncMessageHandler {
  public:
@@ -61,17 +56,9 @@ LRESULT Carry(HWND window, UINT command, WPARAM wParam, LPARAM lParam) {
       return sync->GetFlag(static_cast<int>(wParam));
     case synctest::CmdIsMaster:
       return sync->IsMaster();
-    case synctest::CmdDrain: {
-      MSG message;
-      while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
-        if (message.message == WM_QUIT) {
-          PostQuitMessage(0);
-          break;
-        }
-        DispatchMessageW(&message);
-      }
+    case synctest::CmdDrain:
+      helperwindow::Drain();
       return 1;
-    }
     case synctest::CmdQuit:
       PostQuitMessage(0);
       return 1;
@@ -84,48 +71,14 @@ LRESULT CALLBACK HelperProc(HWND window, UINT message, WPARAM wParam, LPARAM lPa
   if (DispatchSyncMessage(g_syncMessageHandler, message, wParam, lParam)) return 0;
   if (message >= synctest::CmdRegister && message <= synctest::CmdQuit)
     return Carry(window, message, wParam, lParam);
-  if (message == WM_TIMER && wParam == kLifetimeTimer) {
-    PostQuitMessage(2);
-    return 0;
-  }
   return DefWindowProcW(window, message, wParam, lParam);
 }
 
-std::string Narrow(const wchar_t* text) {
-  std::string out;
-  for (; *text; ++text) out += static_cast<char>(*text < 128 ? *text : '?');
-  return out;
-}
+void Leaving() { g_syncMessageHandler = nullptr; }
 
 }  // namespace
 
 int main() {
-  int argc = 0;
-  wchar_t** argv = CommandLineToArgvW(GetCommandLineW(), &argc);
-  if (argv == nullptr || argc < 3) return 3;
-  g_name = Narrow(argv[1]);
-  g_log = argv[2];
-  // The coordinator first: once the window can be found, commands may come.
-  if (!PimSync::GetInstance()->Open()) return 5;
-
-  HINSTANCE instance = GetModuleHandleW(nullptr);
-  WNDCLASSW windowClass = {};
-  windowClass.lpfnWndProc = HelperProc;
-  windowClass.hInstance = instance;
-  windowClass.lpszClassName = synctest::kHelperClass;
-  RegisterClassW(&windowClass);
-  HWND window = CreateWindowExW(0, synctest::kHelperClass, argv[1], WS_POPUP, 0, 0, 10, 10, nullptr, nullptr,
-                                instance, nullptr);
-  if (window == nullptr) return 4;
   g_syncMessageHandler = &g_reactions;
-  SetTimer(window, kLifetimeTimer, kLifetimeMs, nullptr);
-
-  MSG message;
-  int code = 0;
-  while (GetMessageW(&message, nullptr, 0, 0) > 0) DispatchMessageW(&message);
-  code = static_cast<int>(message.wParam);
-  g_syncMessageHandler = nullptr;
-  DestroyWindow(window);
-  PimSync::DestroyInstance();
-  return code;
+  return helperwindow::Run(synctest::kHelperClass, HelperProc, Leaving);
 }
