@@ -62,6 +62,9 @@ Windows Registry Editor Version 5.00
 [HKEY_LOCAL_MACHINE\\System\\CurrentControlSet\\Hardware Profiles\\Current\\Software\\Fonts]
 "LogPixels"=dword:$hex_dpi
 
+[HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Windows NT\\CurrentVersion\\FontSubstitutes]
+"System"="Tahoma"
+
 [-HKEY_CURRENT_USER\\Software\\Zovrix]
 
 [HKEY_CURRENT_USER\\ControlPanel\\Owner]

@@ -17,6 +17,13 @@ LRESULT LetterBar::WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM l
       EndPaint(window, &ps);
       return 0;
     }
+    case WM_PRINTCLIENT: {
+      // Drawing into a context of the caller's, for a snapshot of the bar.
+      RECT client;
+      GetClientRect(window, &client);
+      Paint(reinterpret_cast<HDC>(wParam), client);
+      return 0;
+    }
     case WM_LBUTTONDOWN:
       OnButtonDown(point);
       return 0;

@@ -61,6 +61,8 @@ void LetterBar::LayoutCells() {
   for (int height = ScaleY(10);; --height) {
     LOGFONTW wanted = logFont;
     wanted.lfHeight = -height;
+    // The width follows the height: the stock font's own cell width would squeeze larger letters.
+    wanted.lfWidth = 0;
     font.Reset(CreateFontIndirectW(&wanted));
     fontHeight = height;
     HGDIOBJ old = SelectObject(screen.Get(), font.Get());

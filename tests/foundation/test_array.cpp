@@ -1,4 +1,4 @@
-#include "TestText.h"
+#include "WideText.h"
 #include "TracerBoxWatcher.h"
 
 #include "foundation/Array.h"

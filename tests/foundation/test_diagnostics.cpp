@@ -1,4 +1,7 @@
-#include "TestText.h"
+#include "OwnThread.h"
+#include "ProgramLog.h"
+#include "TestPaths.h"
+#include "WideText.h"
 #include "TracerBoxWatcher.h"
 
 #include "foundation/DebugUtils.h"
@@ -7,64 +10,10 @@
 
 #include <doctest/doctest.h>
 
-#include <functional>
 #include <string>
 #include <vector>
 
 namespace {
-
-// What a body run on a thread of its own raised, if anything.
-struct Raised {
-  bool raised = false;
-  DWORD code = 0;
-  DWORD flags = 0;
-  DWORD parameters = 0;
-  ULONG_PTR firstParameter = 0;
-};
-
-// A raised exception can't be caught by this compiler's C++ handlers: a vectored handler sees it first
-// on the watched thread, keeps the record and ends that thread right there.
-DWORD g_watchedThread = 0;
-Raised g_raised;
-
-LONG CALLBACK EndWatchedThread(EXCEPTION_POINTERS* info) {
-  if (GetCurrentThreadId() != g_watchedThread) return EXCEPTION_CONTINUE_SEARCH;
-  g_raised.raised = true;
-  g_raised.code = info->ExceptionRecord->ExceptionCode;
-  g_raised.flags = info->ExceptionRecord->ExceptionFlags;
-  g_raised.parameters = info->ExceptionRecord->NumberParameters;
-  if (g_raised.parameters > 0) g_raised.firstParameter = info->ExceptionRecord->ExceptionInformation[0];
-  ExitThread(2);
-}
-
-DWORD WINAPI RunBody(void* body) {
-  (*static_cast<std::function<void()>*>(body))();
-  return 1;
-}
-
-Raised RunOnOwnThread(std::function<void()> body) {
-  g_raised = Raised();
-  PVOID handler = AddVectoredExceptionHandler(1, EndWatchedThread);
-  DWORD id = 0;
-  HANDLE thread = CreateThread(nullptr, 0, RunBody, &body, CREATE_SUSPENDED, &id);
-  REQUIRE(thread != nullptr);
-  g_watchedThread = id;
-  ResumeThread(thread);
-  DWORD waited = WaitForSingleObject(thread, 20000);
-  CloseHandle(thread);
-  RemoveVectoredExceptionHandler(handler);
-  g_watchedThread = 0;
-  CHECK(waited == WAIT_OBJECT_0);
-  return g_raised;
-}
-
-std::wstring FreshProgramLog() {
-  HMODULE program = GetModuleHandleW(nullptr);
-  SetLogModule(program);
-  std::wstring path = LogPathOf(program);
-  DeleteFileW(path.c_str());
-  return path;
-}
 
 std::wstring PointerText(const void* pointer) {
   wchar_t text[64];
@@ -130,14 +79,15 @@ TEST_CASE("a missing string id raises 0xeffffffc, non-continuable, with the id a
   std::wstring log = FreshProgramLog();
   TracerBoxWatcher boxes;
   Str text;
-  Raised raised = RunOnOwnThread([&] { LoadStringOrStop(text, 39999, L"C:\\src\\item\\Caller.cpp", 31); });
+  ownthread::Outcome raised =
+      ownthread::RunChecked([&] { LoadStringOrStop(text, 39999, L"C:\\src\\item\\Caller.cpp", 31); });
   CHECK(raised.raised);
   CHECK(raised.code == 0xeffffffcu);
   CHECK((raised.flags & EXCEPTION_NONCONTINUABLE) != 0);
   CHECK(raised.parameters == 1u);
   CHECK(raised.firstParameter == 39999u);
   // The stop leaves a line in the log and shows nothing.
-  std::vector<std::string> lines = LogLines(ReadWholeFile(log));
+  std::vector<std::string> lines = LogLines(testpaths::ReadFileText(log));
   REQUIRE(lines.size() == 1);
   std::string stamp, rest;
   REQUIRE(SplitLogLine(lines[0], stamp, rest));
@@ -288,7 +238,7 @@ TEST_CASE("MemCheck writes the bytes to \"My Documents\\MemCheck<tag>.bin\"") {
 
   const char data[] = "0123456789abcdef";
   MemCheck(data, 16, 7);
-  CHECK(ReadWholeFile(path) == std::string(data, 16));
+  CHECK(testpaths::ReadFileText(path) == std::string(data, 16));
   DeleteFileW(path.c_str());
 }
 
@@ -298,15 +248,15 @@ TEST_CASE("MemCheck replaces an image of another size and overwrites one of the 
 
   WriteFileBytes(path, std::string(40, 'z'));
   MemCheck("abcd", 4, 8);
-  CHECK(ReadWholeFile(path) == "abcd");
+  CHECK(testpaths::ReadFileText(path) == "abcd");
 
   WriteFileBytes(path, "wxyz");
   MemCheck("ABCD", 4, 8);
-  CHECK(ReadWholeFile(path) == "ABCD");
+  CHECK(testpaths::ReadFileText(path) == "ABCD");
 
   WriteFileBytes(path, "");
   MemCheck("1234", 4, 8);
-  CHECK(ReadWholeFile(path) == "1234");
+  CHECK(testpaths::ReadFileText(path) == "1234");
   DeleteFileW(path.c_str());
 }
 
@@ -316,7 +266,7 @@ TEST_CASE("MemCheck without data or size writes nothing") {
   DeleteFileW(path.c_str());
   MemCheck(nullptr, 8, 9);
   MemCheck("abc", 0, 9);
-  CHECK_FALSE(FileExists(path));
+  CHECK_FALSE(testpaths::FileExists(path));
 }
 
 TEST_CASE(
@@ -331,7 +281,7 @@ TEST_CASE(
   REQUIRE(held != INVALID_HANDLE_VALUE);
   MemCheck("new!", 4, 10);
   CloseHandle(held);
-  CHECK(ReadWholeFile(path) == "old!");
+  CHECK(testpaths::ReadFileText(path) == "old!");
 
   // Held open for reading with others allowed to read: MemCheck reads it and keeps it, since its size
   // is right, and then can't open it for writing.
@@ -340,6 +290,6 @@ TEST_CASE(
   REQUIRE(held != INVALID_HANDLE_VALUE);
   MemCheck("new!", 4, 10);
   CloseHandle(held);
-  CHECK(ReadWholeFile(path) == "old!");
+  CHECK(testpaths::ReadFileText(path) == "old!");
   DeleteFileW(path.c_str());
 }

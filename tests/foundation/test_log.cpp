@@ -1,85 +1,15 @@
-#include "TestText.h"
+#include "OwnThread.h"
+#include "ProgramLog.h"
+#include "TestPaths.h"
+#include "WideText.h"
 #include "TracerBoxWatcher.h"
 
 #include "foundation/DebugUtils.h"
 
 #include <doctest/doctest.h>
 
-#include <functional>
 #include <string>
 #include <vector>
-
-namespace {
-
-// What a body run on a thread of its own raised, if anything.
-struct Raised {
-  bool raised = false;
-  DWORD code = 0;
-  DWORD flags = 0;
-  DWORD parameters = 0;
-};
-
-// The failure stop raises a non-continuable exception. With no structured exception handling in this
-// compiler, a vectored handler sees it first on the watched thread, keeps the record and ends that
-// thread right there; the test thread then reads the record.
-DWORD g_watchedThread = 0;
-Raised g_raised;
-
-LONG CALLBACK EndWatchedThread(EXCEPTION_POINTERS* info) {
-  if (GetCurrentThreadId() != g_watchedThread) return EXCEPTION_CONTINUE_SEARCH;
-  g_raised.raised = true;
-  g_raised.code = info->ExceptionRecord->ExceptionCode;
-  g_raised.flags = info->ExceptionRecord->ExceptionFlags;
-  g_raised.parameters = info->ExceptionRecord->NumberParameters;
-  ExitThread(2);
-}
-
-DWORD WINAPI RunBody(void* body) {
-  (*static_cast<std::function<void()>*>(body))();
-  return 1;
-}
-
-Raised RunOnOwnThread(std::function<void()> body) {
-  g_raised = Raised();
-  PVOID handler = AddVectoredExceptionHandler(1, EndWatchedThread);
-  DWORD id = 0;
-  HANDLE thread = CreateThread(nullptr, 0, RunBody, &body, CREATE_SUSPENDED, &id);
-  REQUIRE(thread != nullptr);
-  g_watchedThread = id;
-  ResumeThread(thread);
-  DWORD waited = WaitForSingleObject(thread, 20000);
-  DWORD exitCode = 0;
-  GetExitCodeThread(thread, &exitCode);
-  CloseHandle(thread);
-  RemoveVectoredExceptionHandler(handler);
-  g_watchedThread = 0;
-  CHECK(waited == WAIT_OBJECT_0);
-  CHECK(exitCode == (g_raised.raised ? 2u : 1u));
-  return g_raised;
-}
-
-// Points the log at this program and starts it empty; returns its path.
-std::wstring FreshProgramLog() {
-  HMODULE program = GetModuleHandleW(nullptr);
-  SetLogModule(program);
-  std::wstring path = LogPathOf(program);
-  DeleteFileW(path.c_str());
-  return path;
-}
-
-std::vector<std::string> RestOfLines(const std::wstring& path) {
-  std::vector<std::string> rests;
-  for (const std::string& line : LogLines(ReadWholeFile(path))) {
-    std::string stamp, rest;
-    if (SplitLogLine(line, stamp, rest))
-      rests.push_back(rest);
-    else
-      rests.push_back("<not a log line>" + line);
-  }
-  return rests;
-}
-
-}  // namespace
 
 TEST_CASE("the log is the module's path with .log added") {
   std::wstring path = FreshProgramLog();
@@ -87,7 +17,7 @@ TEST_CASE("the log is the module's path with .log added") {
   CHECK(path.size() > 8);
   CHECK(path.substr(path.size() - 8) == L".exe.log");
   LogError(L"first", L"Source", L"", 1);
-  CHECK(FileExists(path));
+  CHECK(testpaths::FileExists(path));
   DeleteFileW(path.c_str());
 }
 
@@ -97,7 +27,7 @@ TEST_CASE("a line: local date and time, message, two tabs, file, function and li
   LogError(L"Something broke", L"Source", L"Function", 42);
   std::string after = StampNow();
 
-  std::string bytes = ReadWholeFile(path);
+  std::string bytes = testpaths::ReadFileText(path);
   REQUIRE(bytes.size() >= 2);
   CHECK(bytes.substr(bytes.size() - 2) == "\r\n");
   std::vector<std::string> lines = LogLines(bytes);
@@ -113,7 +43,7 @@ TEST_CASE("a line: local date and time, message, two tabs, file, function and li
 TEST_CASE("a log line with no file has only date, time and message") {
   std::wstring path = FreshProgramLog();
   LogError(L"Only the message", nullptr, L"ignored", 7);
-  std::string bytes = ReadWholeFile(path);
+  std::string bytes = testpaths::ReadFileText(path);
   std::vector<std::string> lines = LogLines(bytes);
   REQUIRE(lines.size() == 1);
   std::string stamp, rest;
@@ -128,7 +58,7 @@ TEST_CASE("an empty or missing function leaves the gap between the colon and the
   std::wstring path = FreshProgramLog();
   LogError(L"a", L"File", nullptr, 3);
   LogError(L"b", L"File", L"", -4);
-  std::vector<std::string> rests = RestOfLines(path);
+  std::vector<std::string> rests = LogMessages(path);
   REQUIRE(rests.size() == 2);
   CHECK(rests[0] == "a\t\tFile:  (3)");
   CHECK(rests[1] == "b\t\tFile:  (-4)");
@@ -146,7 +76,7 @@ TEST_CASE("lines are appended to what the log holds") {
 
   LogError(L"one", nullptr, nullptr, 0);
   LogError(L"two", L"F", L"", 2);
-  std::vector<std::string> lines = LogLines(ReadWholeFile(path));
+  std::vector<std::string> lines = LogLines(testpaths::ReadFileText(path));
   REQUIRE(lines.size() == 3);
   CHECK(lines[0] == "earlier");
   std::string stamp, rest;
@@ -161,7 +91,7 @@ TEST_CASE("the text is written in the ANSI code page, one byte per character") {
   std::wstring path = FreshProgramLog();
   const wchar_t* message = L"caf\u00e9 \u4e2d!";
   LogError(message, L"Fil\u00e9", L"", 1);
-  std::vector<std::string> lines = LogLines(ReadWholeFile(path));
+  std::vector<std::string> lines = LogLines(testpaths::ReadFileText(path));
   REQUIRE(lines.size() == 1);
   std::string stamp, rest;
   REQUIRE(SplitLogLine(lines[0], stamp, rest));
@@ -190,11 +120,11 @@ TEST_CASE("without a module, or with one whose name can't be read, the log is \\
   SetLogModule(reinterpret_cast<HMODULE>(static_cast<uintptr_t>(0x7A5A0000)));
   LogError(L"not a module", nullptr, nullptr, 0);
 
-  std::vector<std::string> rests = RestOfLines(fallback);
+  std::vector<std::string> rests = LogMessages(fallback);
   REQUIRE(rests.size() == 2);
   CHECK(rests[0] == "no module\t\tHere:  (1)");
   CHECK(rests[1] == "not a module");
-  CHECK_FALSE(FileExists(programLog));
+  CHECK_FALSE(testpaths::FileExists(programLog));
   DeleteFileW(fallback.c_str());
   SetLogModule(GetModuleHandleW(nullptr));
 }
@@ -206,19 +136,19 @@ TEST_CASE("a log that can't be opened drops the line quietly") {
   REQUIRE(held != INVALID_HANDLE_VALUE);
   LogError(L"dropped", L"File", L"", 1);
   CloseHandle(held);
-  CHECK(ReadWholeFile(path).empty());
+  CHECK(testpaths::ReadFileText(path).empty());
   DeleteFileW(path.c_str());
 }
 
 TEST_CASE("the failure stop logs one line and raises 0xefffffff, non-continuable, with no arguments") {
   std::wstring path = FreshProgramLog();
-  Raised raised = RunOnOwnThread([] { FailureStop(L"Broken invariant", L"Caller", 99); });
+  ownthread::Outcome raised = ownthread::RunChecked([] { FailureStop(L"Broken invariant", L"Caller", 99); });
   CHECK(raised.raised);
   CHECK(raised.code == 0xefffffffu);
   CHECK(raised.code == kFailureStopCode);
   CHECK(raised.flags == static_cast<DWORD>(EXCEPTION_NONCONTINUABLE));
   CHECK(raised.parameters == 0u);
-  std::vector<std::string> rests = RestOfLines(path);
+  std::vector<std::string> rests = LogMessages(path);
   REQUIRE(rests.size() == 1);
   CHECK(rests[0] == "Broken invariant\t\tCaller:  (99)");
   DeleteFileW(path.c_str());
@@ -230,29 +160,29 @@ TEST_CASE("a failure stop with an unwritable log still raises 0xefffffff") {
   HANDLE held =
       CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
   REQUIRE(held != INVALID_HANDLE_VALUE);
-  Raised raised = RunOnOwnThread([] { FailureStop(L"Nowhere to write", L"Caller", 5); });
+  ownthread::Outcome raised = ownthread::RunChecked([] { FailureStop(L"Nowhere to write", L"Caller", 5); });
   CloseHandle(held);
   CHECK(raised.raised);
   CHECK(raised.code == 0xefffffffu);
-  CHECK(ReadWholeFile(path).empty());
+  CHECK(testpaths::ReadFileText(path).empty());
   DeleteFileW(path.c_str());
 }
 
 TEST_CASE("the allocation check stops on null with DebugUtils, line 172, \"Memory not allocated!!!\"") {
   std::wstring path = FreshProgramLog();
-  Raised raised = RunOnOwnThread([] { CheckAllocation(static_cast<int*>(nullptr)); });
+  ownthread::Outcome raised = ownthread::RunChecked([] { CheckAllocation(static_cast<int*>(nullptr)); });
   CHECK(raised.raised);
   CHECK(raised.code == 0xefffffffu);
-  std::vector<std::string> rests = RestOfLines(path);
+  std::vector<std::string> rests = LogMessages(path);
   REQUIRE(rests.size() == 1);
   CHECK(rests[0] == "Memory not allocated!!!\t\tDebugUtils:  (172)");
 
   int value = 3;
   int* passed = nullptr;
-  Raised none = RunOnOwnThread([&] { passed = CheckAllocation(&value); });
+  ownthread::Outcome none = ownthread::RunChecked([&] { passed = CheckAllocation(&value); });
   CHECK_FALSE(none.raised);
   CHECK(passed == &value);
-  CHECK(RestOfLines(path).size() == 1);
+  CHECK(LogMessages(path).size() == 1);
   DeleteFileW(path.c_str());
 }
 
@@ -292,7 +222,7 @@ TEST_CASE("a failed platform call is one line: the call, its error and what it w
   LogCallFailure(L"CreateFileW", ERROR_ACCESS_DENIED, L"\\Temp\\pim_index1.dat", L"MappedFile", L"Open", 12);
   // The caller reports the failure's own error after logging it.
   CHECK(GetLastError() == static_cast<DWORD>(ERROR_SHARING_VIOLATION));
-  std::vector<std::string> rests = RestOfLines(path);
+  std::vector<std::string> rests = LogMessages(path);
   REQUIRE(rests.size() == 1);
   CHECK(rests[0] == "CreateFileW failed, error 5: \\Temp\\pim_index1.dat\t\tMappedFile: Open (12)");
   DeleteFileW(path.c_str());
@@ -305,6 +235,6 @@ TEST_CASE("writing a line leaves the last error as it was, also when the log alr
   SetLastError(ERROR_HANDLE_EOF);
   LogError(L"second", L"Source", L"", 2);
   CHECK(GetLastError() == static_cast<DWORD>(ERROR_HANDLE_EOF));
-  CHECK(RestOfLines(path).size() == 2);
+  CHECK(LogMessages(path).size() == 2);
   DeleteFileW(path.c_str());
 }

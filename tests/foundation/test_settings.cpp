@@ -2,7 +2,9 @@
 #include <doctest/doctest.h>
 #include <windows.h>
 #include "TestRegistry.h"
-#include "TestText.h"
+#include "ProgramLog.h"
+#include "TestPaths.h"
+#include "WideText.h"
 #include "foundation/DebugUtils.h"
 #include "foundation/Settings.h"
 
@@ -198,30 +200,8 @@ TEST_CASE_FIXTURE(CleanSettings,
   CHECK(wcscmp(GetSettingString(L"Settings", L"AreaCode", L""), L"383") == 0);
 }
 
-namespace {
-
-// Points the log at this program and starts it empty; returns its path.
-std::wstring FreshSettingsLog() {
-  HMODULE program = GetModuleHandleW(nullptr);
-  SetLogModule(program);
-  std::wstring path = LogPathOf(program);
-  DeleteFileW(path.c_str());
-  return path;
-}
-
-std::vector<std::string> LoggedMessages(const std::wstring& path) {
-  std::vector<std::string> messages;
-  for (const std::string& line : LogLines(ReadWholeFile(path))) {
-    std::string stamp, rest;
-    if (SplitLogLine(line, stamp, rest)) messages.push_back(rest);
-  }
-  return messages;
-}
-
-}  // namespace
-
 TEST_CASE_FIXTURE(CleanSettings, "absent keys and values give their defaults without a line in the log") {
-  std::wstring log = FreshSettingsLog();
+  std::wstring log = FreshProgramLog();
   CHECK(GetSettingDword(L"Settings", L"Nothing", 3) == 3);
   CHECK(U8(GetSettingString(L"ListFont", L"Name", L"Tahoma")) == "Tahoma");
   DWORD size = 9;
@@ -230,20 +210,20 @@ TEST_CASE_FIXTURE(CleanSettings, "absent keys and values give their defaults wit
   CHECK(GetSettingDword(L"Settings", L"Absent", 4) == 4);
   CHECK_FALSE(DeleteSettingValue(L"Settings", L"Absent"));
   CHECK_FALSE(DeleteSettingKey(L"Templates"));
-  CHECK(LoggedMessages(log).empty());
+  CHECK(LogMessages(log).empty());
   DeleteFileW(log.c_str());
 }
 
 TEST_CASE_FIXTURE(CleanSettings,
                   "a registry call that fails is logged with the call, its error and the key") {
   REQUIRE(SetSettingDword(L"Settings", L"Present", 1, TRUE));
-  std::wstring log = FreshSettingsLog();
+  std::wstring log = FreshProgramLog();
   // The platform refuses a key name of more than 255 characters, where its parent exists.
   std::wstring subkey(300, L'k');
   CHECK(GetSettingDword(subkey.c_str(), L"Value", 6) == 6);
   CHECK_FALSE(SetSettingDword(subkey.c_str(), L"Value", 1, TRUE));
   CHECK(GetLastError() == static_cast<DWORD>(ERROR_INVALID_PARAMETER));
-  std::vector<std::string> messages = LoggedMessages(log);
+  std::vector<std::string> messages = LogMessages(log);
   REQUIRE(messages.size() == 2);
   const std::string key = "HKCU\\Software\\Zovrix\\PIM\\" + std::string(300, 'k');
   CHECK(messages[0].rfind("RegOpenKeyExW failed, error 87: " + key + "\t\tSettings: OpenSettingsKey (", 0) ==
@@ -255,7 +235,7 @@ TEST_CASE_FIXTURE(CleanSettings,
   std::wstring value(20000, L'v');
   CHECK_FALSE(SetSettingDword(L"Settings", value.c_str(), 1, TRUE));
   CHECK(GetLastError() == static_cast<DWORD>(ERROR_INVALID_PARAMETER));
-  messages = LoggedMessages(log);
+  messages = LogMessages(log);
   REQUIRE(messages.size() == 3);
   CHECK(messages[2].rfind("RegSetValueExW failed, error 87: HKCU\\Software\\Zovrix\\PIM\\Settings : vvv",
                           0) == 0);

@@ -1,4 +1,6 @@
-#include "TestText.h"
+#include "ProgramLog.h"
+#include "TestPaths.h"
+#include "WideText.h"
 #include "TracerBoxWatcher.h"
 #include "test_strings_ids.h"
 
@@ -824,7 +826,7 @@ TEST_CASE("a missing string: SafeLoadStr logs, shows the box and gives 0; LoadRe
   CHECK(U8(seen[0].text) == "SafeLoadStr failed, resid: 999");
   CHECK(seen[0].owner == nullptr);
 
-  std::vector<std::string> lines = LogLines(ReadWholeFile(logPath));
+  std::vector<std::string> lines = LogLines(testpaths::ReadFileText(logPath));
   REQUIRE(lines.size() == 1);
   std::string stamp, rest;
   REQUIRE(SplitLogLine(lines[0], stamp, rest));
@@ -837,7 +839,7 @@ TEST_CASE("a missing string: SafeLoadStr logs, shows the box and gives 0; LoadRe
   CHECK_FALSE(s.LoadResource(IDS_TEST_MISSING));
   CHECK(IsEmptyBlock(s));
   CHECK(boxes.Count() == 2);
-  CHECK(LogLines(ReadWholeFile(logPath)).size() == 2);
+  CHECK(LogLines(testpaths::ReadFileText(logPath)).size() == 2);
   DeleteFileW(logPath.c_str());
 }
 

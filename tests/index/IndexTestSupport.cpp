@@ -5,6 +5,7 @@
 
 #include "../mapped/ArenaWalk.h"
 #include "Generator.h"
+#include "LittleEndian.h"
 #include "TestPaths.h"
 #include "manager/letters/KeypadGroups.h"
 #include "storage/index/ContactIndex.h"
@@ -37,20 +38,10 @@ void FillGroups(const std::vector<std::wstring>& letters) {
   g_model = wordmodel::WordModel(groups);
 }
 
-uint32_t Word32(const uint8_t* data, uint32_t offset) {
-  uint32_t value;
-  std::memcpy(&value, data + offset, 4);
-  return value;
-}
-
 }  // namespace
 
 std::wstring TempPath(const std::wstring& name) {
-  wchar_t folder[MAX_PATH];
-  DWORD length = GetTempPathW(MAX_PATH, folder);
-  std::wstring path(folder, length);
-  if (path.empty() || path.back() != L'\\') path += L'\\';
-  return path + L"pagemark_index_" + name;
+  return testpaths::TempFolder() + L"pagemark_index_" + name;
 }
 
 std::string U8(const std::wstring& text) {
@@ -94,8 +85,8 @@ RawIndex ReadRaw(const uint8_t* data, uint32_t length) {
     return raw;
   }
   for (int t = 0; t < 2; ++t) {
-    raw.root[t] = Word32(data, 8 + 4 * t);
-    raw.reverseMap[t] = Word32(data, 16 + 4 * t);
+    raw.root[t] = ReadWord32(data, 8 + 4 * t);
+    raw.reverseMap[t] = ReadWord32(data, 16 + 4 * t);
     struct Pending {
       uint32_t node;
       std::wstring prefix;
@@ -115,7 +106,7 @@ RawIndex ReadRaw(const uint8_t* data, uint32_t length) {
       std::wstring key = item.prefix + static_cast<wchar_t>(ch);
       std::wstring full = key;
       if (flag == 255) {
-        uint32_t tail = Word32(data, item.node + 24);
+        uint32_t tail = ReadWord32(data, item.node + 24);
         if (!inside(tail, 2)) {
           raw.error = "bad tail";
           return raw;
@@ -127,32 +118,33 @@ RawIndex ReadRaw(const uint8_t* data, uint32_t length) {
           full += static_cast<wchar_t>(c);
         }
       }
-      uint32_t list = Word32(data, item.node + 16);
+      uint32_t list = ReadWord32(data, item.node + 16);
       if (list != 0) {
-        if (!inside(list, 4) || !inside(list, 4 + 4 * Word32(data, list))) {
+        if (!inside(list, 4) || !inside(list, 4 + 4 * ReadWord32(data, list))) {
           raw.error = "bad list";
           return raw;
         }
         std::vector<uint32_t>& ids = raw.keys[t][full];
         if (!ids.empty()) raw.error = "two nodes for one key " + U8(full);
-        for (uint32_t k = 0; k < Word32(data, list); ++k) ids.push_back(Word32(data, list + 4 + 4 * k));
+        for (uint32_t k = 0; k < ReadWord32(data, list); ++k)
+          ids.push_back(ReadWord32(data, list + 4 + 4 * k));
       }
-      const uint32_t greater = Word32(data, item.node + 4);
-      const uint32_t equal = Word32(data, item.node + 8);
-      const uint32_t less = Word32(data, item.node + 12);
+      const uint32_t greater = ReadWord32(data, item.node + 4);
+      const uint32_t equal = ReadWord32(data, item.node + 8);
+      const uint32_t less = ReadWord32(data, item.node + 12);
       if (greater != 0) pending.push_back({greater, item.prefix});
       if (less != 0) pending.push_back({less, item.prefix});
       if (equal != 0) pending.push_back({equal, key});
     }
     const uint32_t map = raw.reverseMap[t];
     if (map != 0) {
-      if (!inside(map, 4) || !inside(map, 4 + 8 * Word32(data, map))) {
+      if (!inside(map, 4) || !inside(map, 4 + 8 * ReadWord32(data, map))) {
         raw.error = "bad reverse map";
         return raw;
       }
-      for (uint32_t k = 0; k < Word32(data, map); ++k) {
-        const uint32_t oid = Word32(data, map + 4 + 8 * k);
-        const uint32_t head = Word32(data, map + 8 + 8 * k);
+      for (uint32_t k = 0; k < ReadWord32(data, map); ++k) {
+        const uint32_t oid = ReadWord32(data, map + 4 + 8 * k);
+        const uint32_t head = ReadWord32(data, map + 8 + 8 * k);
         std::vector<uint32_t>& named = raw.chains[t][oid];
         uint32_t block = head;
         int blocks = 0;
@@ -161,30 +153,31 @@ RawIndex ReadRaw(const uint8_t* data, uint32_t length) {
             raw.error = "bad chain";
             return raw;
           }
-          const uint32_t used = Word32(data, block + 8);
-          for (uint32_t s = 0; s < used && s < 20; ++s) named.push_back(Word32(data, block + 12 + 4 * s));
-          block = Word32(data, block);
+          const uint32_t used = ReadWord32(data, block + 8);
+          for (uint32_t s = 0; s < used && s < 20; ++s) named.push_back(ReadWord32(data, block + 12 + 4 * s));
+          block = ReadWord32(data, block);
         } while (block != head);
       }
     }
   }
   for (int s = 0; s < 2; ++s) {
-    const uint32_t list = Word32(data, 24 + 4 * s);
+    const uint32_t list = ReadWord32(data, 24 + 4 * s);
     if (list == 0) continue;
-    if (!inside(list, 4) || !inside(list, 4 + 4 * Word32(data, list))) {
+    if (!inside(list, 4) || !inside(list, 4 + 4 * ReadWord32(data, list))) {
       raw.error = "bad sorted list";
       return raw;
     }
-    for (uint32_t k = 0; k < Word32(data, list); ++k) raw.sorted[s].push_back(Word32(data, list + 4 + 4 * k));
+    for (uint32_t k = 0; k < ReadWord32(data, list); ++k)
+      raw.sorted[s].push_back(ReadWord32(data, list + 4 + 4 * k));
   }
-  const uint32_t map = Word32(data, 32);
+  const uint32_t map = ReadWord32(data, 32);
   if (map != 0) {
-    if (!inside(map, 4) || !inside(map, 4 + 8 * Word32(data, map))) {
+    if (!inside(map, 4) || !inside(map, 4 + 8 * ReadWord32(data, map))) {
       raw.error = "bad contact map";
       return raw;
     }
-    for (uint32_t k = 0; k < Word32(data, map); ++k)
-      raw.contactMap.push_back({Word32(data, map + 4 + 8 * k), Word32(data, map + 8 + 8 * k)});
+    for (uint32_t k = 0; k < ReadWord32(data, map); ++k)
+      raw.contactMap.push_back({ReadWord32(data, map + 4 + 8 * k), ReadWord32(data, map + 8 + 8 * k)});
   }
   return raw;
 }

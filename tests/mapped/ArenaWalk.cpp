@@ -1,21 +1,16 @@
 #include "ArenaWalk.h"
 #include <cstring>
+#include "LittleEndian.h"
 #include <map>
 #include <set>
 
 namespace {
 
 int32_t TagAt(const uint8_t* arena, uint32_t offset) {
-  int32_t value;
-  std::memcpy(&value, arena + offset, 4);
-  return value;
+  return static_cast<int32_t>(ReadWord32(arena, offset));
 }
 
-uint32_t WordAt(const uint8_t* arena, uint32_t offset) {
-  uint32_t value;
-  std::memcpy(&value, arena + offset, 4);
-  return value;
-}
+uint32_t WordAt(const uint8_t* arena, uint32_t offset) { return ReadWord32(arena, offset); }
 
 uint32_t Magnitude(int32_t size) { return size < 0 ? uint32_t(-int64_t(size)) : uint32_t(size); }
 

@@ -25,10 +25,10 @@ int Dump(const wchar_t* path, const wchar_t* out, uint32_t minimum) {
   if (!file.Open(path, minimum)) return 2;
   uint32_t length = file.Length();
   std::vector<uint8_t> bytes(4 + length + 4);
-  PutWord(bytes.data(), 0, length);
+  WriteWord32(bytes.data(), 0, length);
   std::memcpy(bytes.data() + 4, file.Data(), length + 4);
-  if (!WriteBytes(out, bytes)) return 3;
-  PutWord(file.Data(), 8, 0x5EED5EED);
+  if (!WriteFileBytes(out, bytes)) return 3;
+  WriteWord32(file.Data(), 8, 0x5EED5EED);
   return 0;
 }
 

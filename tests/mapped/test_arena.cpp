@@ -347,7 +347,7 @@ TEST_CASE("CheckArenaRef: a reference with an offset is no failure") {
 }
 
 TEST_CASE("CheckArenaRef: the null reference is the failure stop") {
-  StopRecord stop = RunOnOwnThread([] { CheckArenaRef(NullArenaRef()); });
+  ownthread::Outcome stop = ownthread::Run([] { CheckArenaRef(NullArenaRef()); });
   CHECK(stop.raised);
   CHECK(stop.code == kFailureStopCode);
 }

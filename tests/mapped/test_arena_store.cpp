@@ -116,7 +116,7 @@ TEST_CASE("growth: a full arena grows by the larger of request + 8 and 102400, a
 
 TEST_CASE("a store filled until its mapping is full is refused cleanly, with the data before intact") {
   StoreFiles files(L"store_full.dat");
-  FreshLog();
+  FreshProgramLog();
   ArenaStore store(kHeader, L"IndexStore");
   REQUIRE(store.Create(files.path.c_str(), 102400));
   FillPattern(store.Data(), kHeader, 4242);
@@ -142,7 +142,7 @@ TEST_CASE("a store filled until its mapping is full is refused cleanly, with the
   CHECK(growths > 70);
   // The last growths took what room the mapping had left.
   CHECK(store.Length() == MappedFile::kMaxLength);
-  CHECK(LogText().find("the mapping is full") != std::string::npos);
+  CHECK(ProgramLogText().find("the mapping is full") != std::string::npos);
   CHECK(HasPattern(store.Data(), kHeader, 4242));
   CHECK(AllIntact(store, stored));
   ArenaWalk walk = WalkStore(store);
@@ -194,7 +194,7 @@ TEST_CASE("a saved store extended and saved again opens: the old size word only 
   REQUIRE(store.Save(FALSE));
   uint32_t firstLength = store.Length();
   // The last word of the data now holds the image's size.
-  CHECK(WordOf(store.Data(), firstLength - 4) == firstLength + 4);
+  CHECK(ReadWord32(store.Data(), firstLength - 4) == firstLength + 4);
   CHECK_FALSE(WalkStore(store).ok());
   CHECK(WalkStore(store, false).ok());
   REQUIRE(store.ExtendTo(firstLength + 4096));
@@ -244,9 +244,9 @@ TEST_CASE("an opened store whose arena doesn't hold together is refused and clos
         structure.push_back(kHeader + block.offset + 8);
       }
     }
-    good = ReadBytes(files.path);
+    good = ReadFileBytes(files.path);
   }
-  FreshLog();
+  FreshProgramLog();
   std::mt19937 random(8);
   int refusedCount = 0;
   for (uint32_t word : structure) {
@@ -255,7 +255,7 @@ TEST_CASE("an opened store whose arena doesn't hold together is refused and clos
     CAPTURE(bit);
     std::vector<uint8_t> bytes = good;
     bytes[word + size_t(bit / 8)] ^= uint8_t(1u << (bit % 8));
-    REQUIRE(WriteBytes(files.path, bytes));
+    REQUIRE(WriteFileBytes(files.path, bytes));
     ArenaStore store(kHeader, L"IndexStore");
     bool opened = store.Open(files.path.c_str());
     if (opened) {
@@ -269,27 +269,27 @@ TEST_CASE("an opened store whose arena doesn't hold together is refused and clos
     }
   }
   CHECK(refusedCount >= int(structure.size()) - 1);
-  CHECK(LogText().find("doesn't hold together") != std::string::npos);
+  CHECK(ProgramLogText().find("doesn't hold together") != std::string::npos);
 
   // A file with a valid check word around random bytes passes the file's check, not the store's.
   for (int round = 0; round < 30; ++round) {
     std::vector<uint8_t> bytes(64 + random() % 20000);
     for (uint8_t& b : bytes) b = uint8_t(random());
-    PutWord(bytes.data(), bytes.size() - 8, uint32_t(bytes.size()));
-    REQUIRE(WriteBytes(files.path, bytes));
+    WriteWord32(bytes.data(), bytes.size() - 8, uint32_t(bytes.size()));
+    REQUIRE(WriteFileBytes(files.path, bytes));
     ArenaStore store(kHeader, L"IndexStore");
     CHECK_FALSE(store.Open(files.path.c_str()));
   }
   // Cut short anywhere, and cut to a length whose word happens to be right: refused.
   for (size_t size = 0; size < good.size(); size += 13) {
     std::vector<uint8_t> bytes(good.begin(), good.begin() + long(size));
-    if (size >= 8) PutWord(bytes.data(), size - 8, uint32_t(size));
-    REQUIRE(WriteBytes(files.path, bytes));
+    if (size >= 8) WriteWord32(bytes.data(), size - 8, uint32_t(size));
+    REQUIRE(WriteFileBytes(files.path, bytes));
     ArenaStore store(kHeader, L"IndexStore");
     CAPTURE(size);
     CHECK_FALSE(store.Open(files.path.c_str()));
   }
-  REQUIRE(WriteBytes(files.path, good));
+  REQUIRE(WriteFileBytes(files.path, good));
   ArenaStore store(kHeader, L"IndexStore");
   CHECK(store.Open(files.path.c_str()));
 }

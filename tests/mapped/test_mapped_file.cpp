@@ -20,7 +20,7 @@ namespace {
 std::vector<uint8_t> ImageOf(const MappedFile& file) {
   uint32_t length = file.Length();
   std::vector<uint8_t> image(file.Data(), file.Data() + length + 4);
-  PutWord(image.data(), length - 4, length + 4);
+  WriteWord32(image.data(), length - 4, length + 4);
   return image;
 }
 
@@ -68,7 +68,7 @@ TEST_CASE("the mapping's name is the path without backslashes, in upper case") {
 
 TEST_CASE("Create makes the named 8 MB mapping with L at offset 0 and deletes the old file") {
   CleanFiles files(L"create.dat");
-  REQUIRE(WriteBytes(files.path, std::vector<uint8_t>(100, 1)));
+  REQUIRE(WriteFileBytes(files.path, std::vector<uint8_t>(100, 1)));
   MappedFile file;
   REQUIRE(file.Create(files.path.c_str(), 1000));
   CHECK_FALSE(FileExists(files.path));
@@ -80,7 +80,7 @@ TEST_CASE("Create makes the named 8 MB mapping with L at offset 0 and deletes th
   REQUIRE(mapping != nullptr);
   BYTE* view = static_cast<BYTE*>(MapViewOfFile(mapping, FILE_MAP_ALL_ACCESS, 0, 0, 0));
   REQUIRE(view != nullptr);
-  CHECK(WordOf(view, 0) == 1000);
+  CHECK(ReadWord32(view, 0) == 1000);
   MEMORY_BASIC_INFORMATION info;
   REQUIRE(VirtualQuery(view, &info, sizeof info) == sizeof info);
   CHECK(info.RegionSize >= MappedFile::kMappingSize);
@@ -122,12 +122,12 @@ TEST_CASE("a synchronous save writes the image: L + 4 bytes, the last data word 
   FillPattern(file.Data(), 5004, 7);
   std::vector<uint8_t> expected = ImageOf(file);
   REQUIRE(file.Save(FALSE));
-  std::vector<uint8_t> written = ReadBytes(files.path);
+  std::vector<uint8_t> written = ReadFileBytes(files.path);
   CHECK(written.size() == 5004);
   CHECK(written == expected);
-  CHECK(WordOf(written.data(), 5000 - 4) == 5004);
+  CHECK(ReadWord32(written.data(), 5000 - 4) == 5004);
   // The stamp is in the live data too: the last word is lost to the data's users.
-  CHECK(WordOf(file.Data(), 5000 - 4) == 5004);
+  CHECK(ReadWord32(file.Data(), 5000 - 4) == 5004);
   CHECK(HasPattern(file.Data(), 5000 - 4, 7));
 }
 
@@ -170,7 +170,7 @@ TEST_CASE("the background save writes the same image, calls the callback first a
   CHECK(seenData.load() == file.Data());
   CHECK(seenThread.load() != 0);
   CHECK(seenThread.load() != GetCurrentThreadId());
-  CHECK(ReadBytes(files.path) == expected);
+  CHECK(ReadFileBytes(files.path) == expected);
   CHECK_FALSE(IsDirtyMark(files.path.c_str()));
   // The value is there and 0, under the file's bare name.
   DWORD mark = 7;
@@ -196,7 +196,7 @@ TEST_CASE("Close waits for a running background save, which completes") {
   std::vector<uint8_t> expected = ImageOf(file);
   REQUIRE(file.Save(TRUE));
   file.Close();
-  CHECK(ReadBytes(files.path) == expected);
+  CHECK(ReadFileBytes(files.path) == expected);
 }
 
 TEST_CASE("nothing mapped: no data, no length, no growth, no save") {
@@ -214,18 +214,18 @@ TEST_CASE("nothing mapped: no data, no length, no growth, no save") {
 
 TEST_CASE("Grow only raises L, and never past the mapping: a refusal is logged and changes nothing") {
   CleanFiles files(L"grow.dat");
-  FreshLog();
+  FreshProgramLog();
   MappedFile file;
   REQUIRE(file.Create(files.path.c_str(), 1000));
   CHECK(file.Grow(500));
   CHECK(file.Length() == 1000);
   CHECK(file.Grow(2000));
   CHECK(file.Length() == 2000);
-  CHECK(LogText().empty());
+  CHECK(ProgramLogText().empty());
   CHECK_FALSE(file.Grow(MappedFile::kMaxLength + 4));
   CHECK(GetLastError() == kMappingFullError);
   CHECK(file.Length() == 2000);
-  CHECK(LogText().find("MappedFile::Grow") != std::string::npos);
+  CHECK(ProgramLogText().find("MappedFile::Grow") != std::string::npos);
   CHECK(file.Grow(MappedFile::kMaxLength));
   CHECK(file.Length() == MappedFile::kMaxLength);
   // The largest data still leaves room in the mapping for the word behind it; its image opens again.
@@ -241,7 +241,7 @@ TEST_CASE("Grow only raises L, and never past the mapping: a refusal is logged a
 
 TEST_CASE("Create and Open refuse lengths past the mapping") {
   CleanFiles files(L"toolarge.dat");
-  FreshLog();
+  FreshProgramLog();
   MappedFile file;
   CHECK_FALSE(file.Create(files.path.c_str(), MappedFile::kMaxLength + 1));
   CHECK(GetLastError() == kMappingFullError);
@@ -251,23 +251,23 @@ TEST_CASE("Create and Open refuse lengths past the mapping") {
   file.Close();
   CHECK_FALSE(file.Open(files.path.c_str(), MappedFile::kMaxLength + 1));
   CHECK_FALSE(file.IsMapped());
-  CHECK(LogText().find("MappedFile::Create") != std::string::npos);
-  CHECK(LogText().find("MappedFile::Open") != std::string::npos);
+  CHECK(ProgramLogText().find("MappedFile::Create") != std::string::npos);
+  CHECK(ProgramLogText().find("MappedFile::Open") != std::string::npos);
 }
 
 TEST_CASE("a file larger than the mapping is refused without being read, and the mapping closed") {
   CleanFiles files(L"huge.dat");
-  FreshLog();
+  FreshProgramLog();
   // Valid by its check word, but 4 bytes too long for the mapping.
   std::vector<uint8_t> bytes(MappedFile::kMappingSize, 0x11);
-  PutWord(bytes.data(), bytes.size() - 8, uint32_t(bytes.size()));
-  REQUIRE(WriteBytes(files.path, bytes));
+  WriteWord32(bytes.data(), bytes.size() - 8, uint32_t(bytes.size()));
+  REQUIRE(WriteFileBytes(files.path, bytes));
   MappedFile file;
   CHECK_FALSE(file.Open(files.path.c_str(), 0));
   CHECK(GetLastError() == kMappingFullError);
   CHECK_FALSE(file.IsMapped());
   CHECK_FALSE(MappingExists(files.path));
-  CHECK(LogText().find("MappedFile::Open") != std::string::npos);
+  CHECK(ProgramLogText().find("MappedFile::Open") != std::string::npos);
 }
 
 TEST_CASE("two Opens of one path share memory; the second doesn't read the file") {
@@ -283,8 +283,8 @@ TEST_CASE("two Opens of one path share memory; the second doesn't read the file"
   first.Data()[10] = 0xAB;
   // The file now says something else entirely; the second open must not look at it.
   std::vector<uint8_t> other(64, 0x99);
-  PutWord(other.data(), 56, 64);
-  REQUIRE(WriteBytes(files.path, other));
+  WriteWord32(other.data(), 56, 64);
+  REQUIRE(WriteFileBytes(files.path, other));
   REQUIRE(second.Open(files.path.c_str(), 0));
   CHECK(second.Length() == 256);
   CHECK(second.Data()[10] == 0xAB);
@@ -324,11 +324,11 @@ TEST_CASE("files that are too short, random, cut or flipped in their check word 
     REQUIRE(file.Create(files.path.c_str(), 4096 + 36));
     FillPattern(file.Data(), file.Length(), 21);
     REQUIRE(file.Save(FALSE));
-    good = ReadBytes(files.path);
+    good = ReadFileBytes(files.path);
   }
   REQUIRE(good.size() == 4096 + 40);
   auto refused = [&](const std::vector<uint8_t>& bytes, bool mappingStays) {
-    REQUIRE(WriteBytes(files.path, bytes));
+    REQUIRE(WriteFileBytes(files.path, bytes));
     MappedFile file;
     bool opened = file.Open(files.path.c_str(), 0);
     bool mapped = file.IsMapped();
@@ -340,7 +340,7 @@ TEST_CASE("files that are too short, random, cut or flipped in their check word 
   for (size_t size = 0; size < 8; ++size) {
     CAPTURE(size);
     std::vector<uint8_t> bytes(size, 0);
-    if (size >= 4) PutWord(bytes.data(), 0, uint32_t(size));
+    if (size >= 4) WriteWord32(bytes.data(), 0, uint32_t(size));
     refused(bytes, true);
   }
   // Every cut of the good image.
@@ -370,7 +370,7 @@ TEST_CASE("files that are too short, random, cut or flipped in their check word 
   longer.push_back(0);
   refused(longer, true);
   // The good image itself opens.
-  REQUIRE(WriteBytes(files.path, good));
+  REQUIRE(WriteFileBytes(files.path, good));
   MappedFile file;
   CHECK(file.Open(files.path.c_str(), 0));
 }
@@ -447,7 +447,7 @@ TEST_CASE("the write-back writes 4096-byte slices at the lowest priority; Finish
   for (DWORD i = 1; i <= 10; ++i) slices.push_back(i * 4096);
   slices.push_back(10 * 4096 + 1004);
   CHECK(g_slices == slices);
-  CHECK(ReadBytes(files.path) == expected);
+  CHECK(ReadFileBytes(files.path) == expected);
 }
 
 TEST_CASE("a file cut short by a cancelled save fails Open; the stale mark stays") {
@@ -472,7 +472,7 @@ TEST_CASE("a file cut short by a cancelled save fails Open; the stale mark stays
   CloseHandle(g_atSlice);
   CHECK_FALSE(file.IsSaving());
   CHECK_FALSE(file.IsCancelRequested());
-  std::vector<uint8_t> cut = ReadBytes(files.path);
+  std::vector<uint8_t> cut = ReadFileBytes(files.path);
   CHECK(cut.size() == 3 * 4096);
   CHECK(std::equal(cut.begin(), cut.end(), image.begin()));
   CHECK(IsDirtyMark(files.path.c_str()));
@@ -504,7 +504,7 @@ TEST_CASE("starting a save while one runs cancels the first; the second complete
   file.FinishSave();
   CloseHandle(g_atSlice);
   CHECK(runs == 2);
-  CHECK(ReadBytes(files.path) == expected);
+  CHECK(ReadFileBytes(files.path) == expected);
 }
 
 #endif  // PAGEMARK_TEST_HOOKS

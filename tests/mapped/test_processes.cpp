@@ -59,15 +59,15 @@ TEST_CASE("a store's image saved here opens in a new process byte for byte") {
     FillPattern(store.Data(), 36, 1);
     REQUIRE(store.Save(TRUE));
     store.File().FinishSave();
-    image = ReadBytes(files.path);
+    image = ReadFileBytes(files.path);
     REQUIRE(image.size() == store.Length() + 4);
     // The file is the image of the live data from offset 0, the stamp included.
     CHECK(std::memcmp(image.data(), store.Data(), store.Length() + 4) == 0);
   }
   REQUIRE(RunHelper(L"dump " + Quoted(files.path) + L" " + Quoted(files.out)) == 0);
-  std::vector<uint8_t> seen = ReadBytes(files.out);
+  std::vector<uint8_t> seen = ReadFileBytes(files.out);
   REQUIRE(seen.size() == image.size() + 4);
-  CHECK(WordOf(seen.data(), 0) == image.size() - 4);
+  CHECK(ReadWord32(seen.data(), 0) == image.size() - 4);
   CHECK(std::memcmp(seen.data() + 4, image.data(), image.size()) == 0);
   // The other process finds the arena whole as well.
   CHECK(RunHelper(L"store " + Quoted(files.path)) == 0);
@@ -80,8 +80,8 @@ TEST_CASE("an image saved by a new process opens here byte for byte") {
   // The data, then the 4 bytes behind it, which a fresh mapping holds as zeros.
   std::vector<uint8_t> expected(length + 4, 0);
   FillPattern(expected.data(), length, 31);
-  PutWord(expected.data(), length - 4, length + 4);
-  CHECK(ReadBytes(files.path) == expected);
+  WriteWord32(expected.data(), length - 4, length + 4);
+  CHECK(ReadFileBytes(files.path) == expected);
   MappedFile file;
   REQUIRE(file.Open(files.path.c_str(), 0));
   CHECK(file.Length() == length);
@@ -99,23 +99,23 @@ TEST_CASE("a second process that opens the same path shares the memory and does 
   std::vector<uint8_t> live(file.Data(), file.Data() + 8192 + 4);
   REQUIRE(DeleteFileW(files.path.c_str()));
   REQUIRE(RunHelper(L"dump " + Quoted(files.path) + L" " + Quoted(files.out)) == 0);
-  std::vector<uint8_t> seen = ReadBytes(files.out);
+  std::vector<uint8_t> seen = ReadFileBytes(files.out);
   REQUIRE(seen.size() == 4 + 8192 + 4);
-  CHECK(WordOf(seen.data(), 0) == 8192);
+  CHECK(ReadWord32(seen.data(), 0) == 8192);
   CHECK(std::memcmp(seen.data() + 4, live.data(), live.size()) == 0);
   // What it wrote is here.
-  CHECK(WordOf(file.Data(), 8) == 0x5EED5EED);
+  CHECK(ReadWord32(file.Data(), 8) == 0x5EED5EED);
   CHECK_FALSE(FileExists(files.path));
 
   // A file with other contents is not read either, and a larger minimum raises the shared length.
   std::vector<uint8_t> other(128, 0xEE);
-  PutWord(other.data(), 120, 128);
-  REQUIRE(WriteBytes(files.path, other));
+  WriteWord32(other.data(), 120, 128);
+  REQUIRE(WriteFileBytes(files.path, other));
   DeleteFileW(files.out.c_str());
   REQUIRE(RunHelper(L"dump " + Quoted(files.path) + L" " + Quoted(files.out) + L" 10000") == 0);
-  seen = ReadBytes(files.out);
+  seen = ReadFileBytes(files.out);
   REQUIRE(seen.size() == 4 + 10000 + 4);
-  CHECK(WordOf(seen.data(), 0) == 10000);
+  CHECK(ReadWord32(seen.data(), 0) == 10000);
   CHECK(seen[4 + 100] == 0x3C);
   CHECK(file.Length() == 10000);
 }
@@ -144,7 +144,7 @@ TEST_CASE("a process killed during a background save leaves a file that the next
   const DWORD stops[] = {4096, 100 * 4096, DWORD((validSize / 4096 - 1) * 4096)};
   for (DWORD stopAt : stops) {
     CAPTURE(stopAt);
-    std::vector<uint8_t> before = ReadBytes(files.path);
+    std::vector<uint8_t> before = ReadFileBytes(files.path);
     REQUIRE(int64_t(before.size()) == validSize);
     const wchar_t* eventName = L"PagemarkTestSaveKill";
     HANDLE event = CreateEventW(nullptr, TRUE, FALSE, eventName);
@@ -173,7 +173,7 @@ TEST_CASE("a process killed during a background save leaves a file that the next
     CHECK(exitCode == 9);
 
     // Exactly what was written before the kill is on disk: a part of the new image.
-    std::vector<uint8_t> cut = ReadBytes(files.path);
+    std::vector<uint8_t> cut = ReadFileBytes(files.path);
     CHECK(cut.size() == stopAt);
     MappedFile file;
     CHECK_FALSE(file.Open(files.path.c_str(), 0));
@@ -181,7 +181,7 @@ TEST_CASE("a process killed during a background save leaves a file that the next
     ArenaStore store(36, L"IndexStore");
     CHECK_FALSE(store.Open(files.path.c_str()));
     // Back to the valid image for the next round.
-    REQUIRE(WriteBytes(files.path, before));
+    REQUIRE(WriteFileBytes(files.path, before));
   }
 }
 #endif

@@ -41,9 +41,9 @@ struct PropsFixture {
   std::vector<uint8_t> Image() const {
     return std::vector<uint8_t>(store.Data(), store.Data() + store.Length());
   }
-  uint32_t FirstUnused() const { return Word(store.Data(), 28 + 4); }
-  uint32_t FreeHead() const { return Word(store.Data(), 28); }
-  uint32_t FreeCount() const { return Word(store.Data(), 28 + 8); }
+  uint32_t FirstUnused() const { return ReadWord32(store.Data(), 28 + 4); }
+  uint32_t FreeHead() const { return ReadWord32(store.Data(), 28); }
+  uint32_t FreeCount() const { return ReadWord32(store.Data(), 28 + 8); }
   std::string CheckReport() const {
     Str report;
     store.Check(report);

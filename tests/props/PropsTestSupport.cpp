@@ -9,49 +9,8 @@
 // --- files and log -------------------------------------------------------------------------------------------
 
 std::wstring PropsTempFile(const std::wstring& name) {
-  wchar_t folder[MAX_PATH];
-  DWORD length = GetTempPathW(MAX_PATH, folder);
-  std::wstring path(folder, length);
-  if (path.empty() || path.back() != L'\\') path += L'\\';
-  return path + L"pagemark_props_" + name;
+  return testpaths::TempFolder() + L"pagemark_props_" + name;
 }
-
-bool WriteFileBytes(const std::wstring& path, const std::vector<uint8_t>& bytes) {
-  HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return false;
-  DWORD written = 0;
-  BOOL ok = bytes.empty() || WriteFile(file, bytes.data(), DWORD(bytes.size()), &written, nullptr);
-  CloseHandle(file);
-  return ok && written == bytes.size();
-}
-
-namespace {
-
-std::wstring LogPath() {
-  wchar_t path[MAX_PATH];
-  DWORD length = GetModuleFileNameW(GetModuleHandleW(nullptr), path, MAX_PATH);
-  return std::wstring(path, length) + L".log";
-}
-
-}  // namespace
-
-void FreshPropsLog() {
-  SetLogModule(GetModuleHandleW(nullptr));
-  DeleteFileW(LogPath().c_str());
-}
-
-std::string PropsLogText() {
-  std::vector<uint8_t> bytes = ReadFileBytes(LogPath());
-  return std::string(bytes.begin(), bytes.end());
-}
-
-uint32_t Word(const uint8_t* bytes, size_t offset) {
-  uint32_t value;
-  std::memcpy(&value, bytes + offset, 4);
-  return value;
-}
-
-void PutWord(uint8_t* bytes, size_t offset, uint32_t value) { std::memcpy(bytes + offset, &value, 4); }
 
 // --- the model ---------------------------------------------------------------------------------------------
 
@@ -261,12 +220,12 @@ std::vector<uint8_t> Serialize(const ModelRecord& model) {
   if (!model.image.empty()) out.Text(model.image);
 
   std::vector<uint8_t>& b = out.bytes;
-  PutWord(b.data(), 0, uint32_t(b.size()));
-  PutWord(b.data(), 4, model.checksum);
-  PutWord(b.data(), 8, model.homeFormat);
-  PutWord(b.data(), 12, model.workFormat);
-  PutWord(b.data(), 16, model.otherFormat);
-  for (int i = 0; i < 10; ++i) PutWord(b.data(), 20 + 4 * size_t(i), starts[i]);
+  WriteWord32(b.data(), 0, uint32_t(b.size()));
+  WriteWord32(b.data(), 4, model.checksum);
+  WriteWord32(b.data(), 8, model.homeFormat);
+  WriteWord32(b.data(), 12, model.workFormat);
+  WriteWord32(b.data(), 16, model.otherFormat);
+  for (int i = 0; i < 10; ++i) WriteWord32(b.data(), 20 + 4 * size_t(i), starts[i]);
   return b;
 }
 
@@ -358,9 +317,9 @@ StoreLayout ReadLayout(const uint8_t* data, uint32_t length) {
   if (length < 44) return fail("data shorter than the header and the pool header");
   const uint32_t poolSize = length - 28 - 4;
   const uint8_t* pool = data + 28;
-  layout.freeHead = Word(pool, 0);
-  layout.firstUnused = Word(pool, 4);
-  layout.freeCount = Word(pool, 8);
+  layout.freeHead = ReadWord32(pool, 0);
+  layout.firstUnused = ReadWord32(pool, 4);
+  layout.freeCount = ReadWord32(pool, 8);
   if (layout.firstUnused < 12 || layout.firstUnused > poolSize || (layout.firstUnused - 12) % 128 != 0)
     return fail("first never-used byte is no block boundary");
   auto usedBlock = [&](uint32_t poolOffset) {
@@ -372,21 +331,21 @@ StoreLayout ReadLayout(const uint8_t* data, uint32_t length) {
     for (uint32_t i = 0; i < layout.freeCount; ++i) {
       if (!usedBlock(at) || !seen.insert(at).second) return fail("free ring broken");
       layout.freeRing.push_back(at);
-      uint32_t next = Word(pool, at);
-      if (!usedBlock(next) || Word(pool, next + 4) != at) return fail("free ring links disagree");
+      uint32_t next = ReadWord32(pool, at);
+      if (!usedBlock(next) || ReadWord32(pool, next + 4) != at) return fail("free ring links disagree");
       at = next;
     }
     if (at != layout.freeHead) return fail("free ring doesn't close");
   } else if (layout.freeCount != 0) {
     return fail("free count without a ring");
   }
-  uint32_t count = Word(data, 24);
-  uint32_t first = Word(data, 20);
+  uint32_t count = ReadWord32(data, 24);
+  uint32_t first = ReadWord32(data, 20);
   if (count == 0 && first != 0) return fail("no records but a first record");
   uint32_t record = first;
   for (uint32_t i = 0; i < count; ++i) {
     if (record < 28 || !usedBlock(record - 28)) return fail("record is no used block");
-    uint32_t dataLength = Word(data, record + 4);
+    uint32_t dataLength = ReadWord32(data, record + 4);
     uint32_t blocks = 1 + (dataLength > 112 ? (dataLength - 112 + 123) / 124 : 0);
     std::vector<uint32_t> chain;
     uint32_t block = record;
@@ -394,13 +353,13 @@ StoreLayout ReadLayout(const uint8_t* data, uint32_t length) {
       if (block < 28 || !usedBlock(block - 28) || !seen.insert(block - 28).second)
         return fail("chain broken");
       chain.push_back(block);
-      block = Word(data, block);
+      block = ReadWord32(data, block);
     }
     if (block != 0) return fail("chain too long");
     layout.records.push_back(record);
     layout.chains.push_back(chain);
-    uint32_t next = Word(data, record + 12);
-    if (next < 28 || !usedBlock(next - 28) || Word(data, next + 8) != record)
+    uint32_t next = ReadWord32(data, record + 12);
+    if (next < 28 || !usedBlock(next - 28) || ReadWord32(data, next + 8) != record)
       return fail("record ring broken");
     record = next;
   }
@@ -412,7 +371,7 @@ StoreLayout ReadLayout(const uint8_t* data, uint32_t length) {
 std::vector<uint8_t> ChainBytes(const uint8_t* data, uint32_t length, uint32_t offset) {
   std::vector<uint8_t> bytes;
   if (offset + 128 > length) return bytes;
-  uint32_t dataLength = Word(data, offset + 4);
+  uint32_t dataLength = ReadWord32(data, offset + 4);
   uint32_t block = offset;
   bool first = true;
   while (bytes.size() < dataLength) {
@@ -421,7 +380,7 @@ std::vector<uint8_t> ChainBytes(const uint8_t* data, uint32_t length, uint32_t o
     uint32_t room = first ? 112 : 124;
     uint32_t part = std::min<uint32_t>(room, dataLength - uint32_t(bytes.size()));
     bytes.insert(bytes.end(), data + at, data + at + part);
-    block = Word(data, block);
+    block = ReadWord32(data, block);
     first = false;
   }
   return bytes;

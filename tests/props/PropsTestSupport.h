@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "LittleEndian.h"
+#include "ProgramLog.h"
 #include "TestPaths.h"
 #include "storage/contact/ContactExtended.h"
 
@@ -17,13 +19,7 @@
 // A path in the temporary folder for this test program's files.
 std::wstring PropsTempFile(const std::wstring& name);
 using testpaths::ReadFileBytes;
-bool WriteFileBytes(const std::wstring& path, const std::vector<uint8_t>& bytes);
-// Points the log at this program, empties it.
-void FreshPropsLog();
-std::string PropsLogText();
-
-uint32_t Word(const uint8_t* bytes, size_t offset);
-void PutWord(uint8_t* bytes, size_t offset, uint32_t value);
+using testpaths::WriteFileBytes;
 
 // --- the model ---------------------------------------------------------------------------------------------
 

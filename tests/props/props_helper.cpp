@@ -40,7 +40,7 @@ int Read(const wchar_t* path, const wchar_t* outPath) {
     Append(out, record);
     Append(out, uint32_t(bytes.size()));
     out.insert(out.end(), bytes.begin(), bytes.end());
-    record = Word(store.Data(), record + PropsStore::kNextRecordField);
+    record = ReadWord32(store.Data(), record + PropsStore::kNextRecordField);
   }
   store.Close();
   return WriteFileBytes(outPath, out) ? 0 : 5;

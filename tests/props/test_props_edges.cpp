@@ -13,12 +13,13 @@ TEST_CASE("a contact with an empty extended block takes one block with 60 bytes 
   uint32_t offset = f.Add(empty);
   REQUIRE(offset == BlockOffset(0));
   const uint8_t* data = f.store.Data();
-  CHECK(Word(data, offset + 0) == 0u);    // no further block
-  CHECK(Word(data, offset + 4) == 60u);   // data length
-  CHECK(f.FirstUnused() == 12u + 128u);   // exactly one block taken
-  CHECK(Word(data, offset + 16) == 60u);  // total length, the data's first word
-  CHECK(Word(data, offset + 20) == 0x12345678u);
-  for (int section = 0; section < 10; ++section) CHECK(Word(data, offset + 16 + 20 + 4 * section) == 60u);
+  CHECK(ReadWord32(data, offset + 0) == 0u);    // no further block
+  CHECK(ReadWord32(data, offset + 4) == 60u);   // data length
+  CHECK(f.FirstUnused() == 12u + 128u);         // exactly one block taken
+  CHECK(ReadWord32(data, offset + 16) == 60u);  // total length, the data's first word
+  CHECK(ReadWord32(data, offset + 20) == 0x12345678u);
+  for (int section = 0; section < 10; ++section)
+    CHECK(ReadWord32(data, offset + 16 + 20 + 4 * section) == 60u);
   CHECK(PropsStore::RecordSize(ContactExtended()) == 60u);
   bool ok = false;
   CHECK(f.Read(offset, ok) == empty);
@@ -56,7 +57,7 @@ TEST_CASE("data of 112 bytes uses one block, 113 two, 236 two, 237 three") {
     uint32_t offset = f.Add(model);
     REQUIRE(offset != 0);
     CHECK(f.FirstUnused() - before == 128 * c.blocks);
-    CHECK(Word(f.store.Data(), offset + 4) == c.bytes);
+    CHECK(ReadWord32(f.store.Data(), offset + 4) == c.bytes);
     StoreLayout layout = ReadLayout(f.store.Data(), f.store.Length());
     REQUIRE(layout.ok());
     CHECK(layout.chains.back().size() == c.blocks);
@@ -87,10 +88,10 @@ TEST_CASE(
   CHECK(f.FreeCount() == 1u);
   CHECK(f.FreeHead() == 12u + 128u);
   const uint8_t* pool = f.store.Data() + 28;
-  CHECK(Word(pool, 12 + 128) == 12u + 128u);      // next in the ring: itself
-  CHECK(Word(pool, 12 + 128 + 4) == 12u + 128u);  // previous: itself
-  CHECK(Word(f.store.Data(), offset) == 0u);      // the chain is cut behind its first block
-  CHECK(Word(f.store.Data(), offset + 4) == 100u);
+  CHECK(ReadWord32(pool, 12 + 128) == 12u + 128u);      // next in the ring: itself
+  CHECK(ReadWord32(pool, 12 + 128 + 4) == 12u + 128u);  // previous: itself
+  CHECK(ReadWord32(f.store.Data(), offset) == 0u);      // the chain is cut behind its first block
+  CHECK(ReadWord32(f.store.Data(), offset + 4) == 100u);
   bool ok = false;
   CHECK(f.Read(offset, ok) == small);
   CHECK(ok);
@@ -119,13 +120,13 @@ TEST_CASE("an empty Image leaves its section empty, its start equal to the total
   REQUIRE(offset != 0);
   std::vector<uint8_t> bytes = ChainBytes(f.store.Data(), f.store.Length(), offset);
   REQUIRE(bytes.size() >= 60);
-  CHECK(Word(bytes.data(), 20 + 4 * 9) == Word(bytes.data(), 0));
+  CHECK(ReadWord32(bytes.data(), 20 + 4 * 9) == ReadWord32(bytes.data(), 0));
   CHECK(bytes == Serialize(model));
 
   model.image = L"photo.jpg";
   REQUIRE(f.Update(offset, model));
   bytes = ChainBytes(f.store.Data(), f.store.Length(), offset);
-  CHECK(Word(bytes.data(), 0) - Word(bytes.data(), 20 + 4 * 9) == (9u + 1u) * 2u);
+  CHECK(ReadWord32(bytes.data(), 0) - ReadWord32(bytes.data(), 20 + 4 * 9) == (9u + 1u) * 2u);
   CHECK(bytes == Serialize(model));
 }
 
@@ -135,8 +136,8 @@ TEST_CASE("IsNeedInspect: the same time and one record fewer in the database is 
   for (int i = 0; i < 3; ++i) REQUIRE(f.Add(RecordOfSize(80)) != 0);
   FILETIME time = {0x89ABCDEF, 0x01D51234};
   f.store.SetDbState(time);
-  CHECK(Word(f.store.Data(), 8) == 0x89ABCDEFu);
-  CHECK(Word(f.store.Data(), 12) == 0x01D51234u);
+  CHECK(ReadWord32(f.store.Data(), 8) == 0x89ABCDEFu);
+  CHECK(ReadWord32(f.store.Data(), 12) == 0x01D51234u);
 
   CHECK(f.store.IsNeedInspect(time, 2, FALSE));
   CHECK(f.store.IsNeedInspect(time, 2, TRUE));

@@ -56,7 +56,7 @@ struct HeldMapping {
     REQUIRE(file.Create(path.c_str(), uint32_t(data.size())));
     std::memcpy(file.Data(), data.data(), data.size());
   }
-  void SetLength(uint32_t length) { PutWord(file.Data() - 4, 0, length); }
+  void SetLength(uint32_t length) { WriteWord32(file.Data() - 4, 0, length); }
 };
 
 bool RecordsRead(PropsStore& store, const std::map<uint32_t, ModelRecord>& records) {
@@ -82,7 +82,7 @@ TEST_CASE("truncated files are refused: cut anywhere, with and without a repaire
   for (uint32_t cut = 0; cut < fileSize; cut += (cut < 64 || cut + 64 > fileSize) ? 1 : 23) {
     CAPTURE(cut);
     // A cut whose word at size - 8 happens to say its size looks whole; the next loop covers those.
-    if (cut >= 8 && Word(saved.file.data(), cut - 8) == cut) continue;
+    if (cut >= 8 && ReadWord32(saved.file.data(), cut - 8) == cut) continue;
     std::vector<uint8_t> bytes(saved.file.begin(), saved.file.begin() + cut);
     REQUIRE(WriteFileBytes(path, bytes));
     CHECK_FALSE(store.Open(TRUE));
@@ -91,14 +91,14 @@ TEST_CASE("truncated files are refused: cut anywhere, with and without a repaire
   }
   // The cut file made to look like a whole image: the word at size - 8 says the size. What stays is a
   // store only when every used block lies before the new end.
-  const uint32_t firstUnused = Word(saved.image.data(), 32);
+  const uint32_t firstUnused = ReadWord32(saved.image.data(), 32);
   const uint32_t usedEnd = 28 + firstUnused;  // data bytes the pool's used region needs
   int accepted = 0;
   // Every size round the boundary between the two outcomes, and a spread of sizes elsewhere.
   for (uint32_t size = 8; size < fileSize; size += (size + 40 > usedEnd && size < usedEnd + 40) ? 4 : 44) {
     CAPTURE(size);
     std::vector<uint8_t> bytes(saved.file.begin(), saved.file.begin() + size);
-    PutWord(bytes.data(), size - 8, size);
+    WriteWord32(bytes.data(), size - 8, size);
     REQUIRE(WriteFileBytes(path, bytes));
     uint32_t length = size - 4;
     bool fits = length >= usedEnd + 4;
@@ -119,7 +119,7 @@ TEST_CASE("truncated files are refused: cut anywhere, with and without a repaire
 TEST_CASE("a mapping whose length ends early is read only up to its length, whatever lies behind") {
   SavedStore saved(L"short_source.dat");
   std::wstring path = PropsTempFile(L"short.dat");
-  const uint32_t firstUnused = Word(saved.image.data(), 32);
+  const uint32_t firstUnused = ReadWord32(saved.image.data(), 32);
   const uint32_t usedEnd = 28 + firstUnused;
   StoreLayout layout = ReadLayout(saved.image.data(), uint32_t(saved.image.size()));
   REQUIRE(layout.ok());
@@ -164,20 +164,20 @@ TEST_CASE("random files are refused, also with a sound header and size word") {
     uint32_t size = i < 40 ? uint32_t(i) : 8 + random() % 6000;
     std::vector<uint8_t> bytes(size);
     for (uint8_t& b : bytes) b = uint8_t(random());
-    if (size >= 8 && i % 3 != 0) PutWord(bytes.data(), size - 8, size);  // passes the image check
+    if (size >= 8 && i % 3 != 0) WriteWord32(bytes.data(), size - 8, size);  // passes the image check
     if (size >= 48 && i % 2 == 0) {
-      PutWord(bytes.data(), 0, 1);
-      PutWord(bytes.data(), 4, 5);
+      WriteWord32(bytes.data(), 0, 1);
+      WriteWord32(bytes.data(), 4, 5);
       bytes[16] = 0;
     }
     if (size >= 48 && i % 4 == 0) {
       // A pool header that is sound in itself, over random blocks.
       uint32_t blocks = (size - 4 - 32 - 12) / 128;
-      PutWord(bytes.data(), 28, 0);
-      PutWord(bytes.data(), 32, 12 + 128 * (blocks > 0 ? 1 + random() % blocks : 1));
-      PutWord(bytes.data(), 36, 0);
-      PutWord(bytes.data(), 24, 1 + random() % 3);
-      PutWord(bytes.data(), 20, 40);
+      WriteWord32(bytes.data(), 28, 0);
+      WriteWord32(bytes.data(), 32, 12 + 128 * (blocks > 0 ? 1 + random() % blocks : 1));
+      WriteWord32(bytes.data(), 36, 0);
+      WriteWord32(bytes.data(), 24, 1 + random() % 3);
+      WriteWord32(bytes.data(), 20, 40);
     }
     REQUIRE(WriteFileBytes(path, bytes));
     CHECK_FALSE(store.Open(TRUE));
@@ -210,7 +210,7 @@ std::vector<FlipRule> Rules(const SavedStore& saved, const StoreLayout& layout) 
   for (uint32_t block : layout.freeRing) set(28 + block, 8, MustRefuse);  // ring links
   for (size_t r = 0; r < layout.records.size(); ++r) {
     const std::vector<uint32_t>& chain = layout.chains[r];
-    uint32_t dataLength = Word(saved.image.data(), chain[0] + 4);
+    uint32_t dataLength = ReadWord32(saved.image.data(), chain[0] + 4);
     set(chain[0], 16, MustRefuse);  // next block, length, previous and next record
     // The data: its structure words are refused, its texts may change; what stands behind the data
     // in the last block is read by nothing.
@@ -319,7 +319,7 @@ TEST_CASE("bit-flipped files are refused on open through the file as well") {
 }
 
 TEST_CASE("a store filled until its mapping is full is refused cleanly, with the data before intact") {
-  FreshPropsLog();
+  FreshProgramLog();
   PropsFixture f(L"full.dat");
   REQUIRE(f.store.Create(0));
   std::mt19937 random(1234);
@@ -347,7 +347,7 @@ TEST_CASE("a store filled until its mapping is full is refused cleanly, with the
   }
   REQUIRE(refusedAt > 0);
   CHECK(f.store.Length() <= MappedFile::kMaxLength);
-  CHECK(PropsLogText().find("the mapping is full") != std::string::npos);
+  CHECK(ProgramLogText().find("the mapping is full") != std::string::npos);
   MESSAGE(model.size() << " records in " << f.store.Length() << " bytes before the refusal");
 
   // Everything stored reads back, and the check finds nothing.

@@ -25,14 +25,14 @@ struct ReadBack {
 ReadBack ParseReadBack(const std::vector<uint8_t>& out) {
   ReadBack back;
   if (out.size() < 4) return back;
-  uint32_t length = Word(out.data(), 0);
+  uint32_t length = ReadWord32(out.data(), 0);
   if (out.size() < 4 + size_t(length)) return back;
   back.data.assign(out.begin() + 4, out.begin() + 4 + length);
   size_t at = 4 + size_t(length);
   while (at < out.size()) {
     if (out.size() - at < 8) return back;
-    uint32_t offset = Word(out.data(), at);
-    uint32_t size = Word(out.data(), at + 4);
+    uint32_t offset = ReadWord32(out.data(), at);
+    uint32_t size = ReadWord32(out.data(), at + 4);
     at += 8;
     if (out.size() - at < size) return back;
     back.records[offset].assign(out.begin() + long(at), out.begin() + long(at + size));
@@ -100,12 +100,12 @@ TEST_CASE("a store saved in the background opens in a new process byte for byte,
   std::vector<uint8_t> file = ReadFileBytes(f.path);
   REQUIRE(file.size() >= 8);
   std::vector<uint8_t> image(file.begin(), file.end() - 4);
-  CHECK(Word(image.data(), image.size() - 4) == file.size());
+  CHECK(ReadWord32(image.data(), image.size() - 4) == file.size());
 
   // Nothing holds the mapping now: the helper reads the file.
   REQUIRE(RunHelper(L"read " + Quoted(f.path) + L" " + Quoted(out)) == 0);
   CheckReadBack(out, image, model);
-  CHECK(Word(image.data(), 8) == 0x12345678u);
+  CHECK(ReadWord32(image.data(), 8) == 0x12345678u);
 
   // And this process opens it again the same way.
   REQUIRE(f.store.Open(TRUE));
@@ -135,8 +135,8 @@ TEST_CASE("a synchronous save does the same, and a refused file is refused in th
   // A record link cut: refused there by the check on open.
   std::vector<uint8_t> bytes = ReadFileBytes(f.path);
   bytes[16] = 0;
-  uint32_t first = Word(bytes.data(), 20);
-  PutWord(bytes.data(), first + 12, 0);
+  uint32_t first = ReadWord32(bytes.data(), 20);
+  WriteWord32(bytes.data(), first + 12, 0);
   REQUIRE(WriteFileBytes(f.path, bytes));
   CHECK(RunHelper(L"read " + Quoted(f.path) + L" " + Quoted(out)) == 2);
   DeleteFileW(out.c_str());
@@ -156,7 +156,7 @@ TEST_CASE("a process that attaches to a held store shares its memory: what it ad
   REQUIRE(offsets.size() == 150 * 4);
   std::mt19937 random(4711);
   for (size_t i = 0; i < 150; ++i) {
-    uint32_t offset = Word(offsets.data(), i * 4);
+    uint32_t offset = ReadWord32(offsets.data(), i * 4);
     REQUIRE(model.count(offset) == 0);
     model[offset] = RandomRecord(random, 1);
   }

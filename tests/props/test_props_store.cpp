@@ -22,12 +22,12 @@ TEST_CASE(
   REQUIRE(f.store.Create(12800));
   CHECK(f.store.Length() == 12968u);
   const uint8_t* data = f.store.Data();
-  CHECK(Word(data, 0) == 1u);
-  CHECK(Word(data, 4) == 5u);
+  CHECK(ReadWord32(data, 0) == 1u);
+  CHECK(ReadWord32(data, 4) == 5u);
   for (int i = 8; i < 28; ++i) CHECK(data[i] == 0);
-  CHECK(Word(data, 28) == 0u);   // free ring head
-  CHECK(Word(data, 32) == 12u);  // first never-used byte
-  CHECK(Word(data, 36) == 0u);   // free blocks
+  CHECK(ReadWord32(data, 28) == 0u);   // free ring head
+  CHECK(ReadWord32(data, 32) == 12u);  // first never-used byte
+  CHECK(ReadWord32(data, 36) == 0u);   // free blocks
   CHECK(f.store.RecordCount() == 0u);
   CHECK(f.CheckReport() == "");
   // Exactly the 100 blocks of 12800 bytes fit without growing; the data's last word stays out of the
@@ -37,13 +37,13 @@ TEST_CASE(
 }
 
 TEST_CASE("a store too large for the mapping isn't created, and the refusal is logged") {
-  FreshPropsLog();
+  FreshProgramLog();
   PropsFixture f(L"create_large.dat");
   SetLastError(0);
   CHECK_FALSE(f.store.Create(0x7F0000));
   CHECK(GetLastError() == kMappingFullError);
   CHECK_FALSE(f.store.IsOpen());
-  CHECK(PropsLogText().find("don't fit the mapping") != std::string::npos);
+  CHECK(ProgramLogText().find("don't fit the mapping") != std::string::npos);
 }
 
 TEST_CASE("open: the length comes from the file; short data, a wrong mark or version are refused") {
@@ -73,7 +73,7 @@ TEST_CASE("open: the length comes from the file; short data, a wrong mark or ver
   for (const Bad& bad : bads) {
     CAPTURE(bad.what);
     std::vector<uint8_t> changed = file;
-    PutWord(changed.data(), bad.at, bad.value);
+    WriteWord32(changed.data(), bad.at, bad.value);
     REQUIRE(WriteFileBytes(f.path, changed));
     CHECK_FALSE(f.store.Open(TRUE));
     CHECK_FALSE(f.store.IsOpen());
@@ -81,9 +81,9 @@ TEST_CASE("open: the length comes from the file; short data, a wrong mark or ver
 
   // Data shorter than the header: a valid image of 24 bytes.
   std::vector<uint8_t> tiny(28, 0);
-  PutWord(tiny.data(), 0, 1);
-  PutWord(tiny.data(), 4, 5);
-  PutWord(tiny.data(), 20, 28);
+  WriteWord32(tiny.data(), 0, 1);
+  WriteWord32(tiny.data(), 4, 5);
+  WriteWord32(tiny.data(), 20, 28);
   REQUIRE(WriteFileBytes(f.path, tiny));
   CHECK_FALSE(f.store.Open(TRUE));
   // No file at all.
@@ -102,8 +102,8 @@ TEST_CASE("the header holds the database time and the in-change byte; a fresh st
   f.store.SetDbState(time);
   f.store.SetInChange(1);
   const uint8_t* data = f.store.Data();
-  CHECK(Word(data, 8) == 0x11223344u);
-  CHECK(Word(data, 12) == 0x01D60000u);
+  CHECK(ReadWord32(data, 8) == 0x11223344u);
+  CHECK(ReadWord32(data, 12) == 0x01D60000u);
   CHECK(data[16] == 1);
   CHECK(data[17] == 0);
   f.store.SetInChange(0);
@@ -146,34 +146,34 @@ TEST_CASE("entries: lengths by their rules, texts with NULs, addresses with the 
   PropsRecord::Write(block, model.checksum, bytes.data(), size);
   CHECK(bytes == Serialize(model));
   // Header.
-  CHECK(Word(bytes.data(), 0) == size);
-  CHECK(Word(bytes.data(), 4) == 0xCAFEBABEu);
-  CHECK(Word(bytes.data(), 8) == 3u);
-  CHECK(Word(bytes.data(), 12) == 4u);
-  CHECK(Word(bytes.data(), 16) == 5u);
+  CHECK(ReadWord32(bytes.data(), 0) == size);
+  CHECK(ReadWord32(bytes.data(), 4) == 0xCAFEBABEu);
+  CHECK(ReadWord32(bytes.data(), 8) == 3u);
+  CHECK(ReadWord32(bytes.data(), 12) == 4u);
+  CHECK(ReadWord32(bytes.data(), 16) == 5u);
   // Phone at 60, one entry of 24; the next five sections empty.
-  CHECK(Word(bytes.data(), 20) == 60u);
-  for (int s = 1; s <= 6; ++s) CHECK(Word(bytes.data(), 20 + 4 * size_t(s)) == 84u);
-  CHECK(Word(bytes.data(), 60) == 24u);
+  CHECK(ReadWord32(bytes.data(), 20) == 60u);
+  for (int s = 1; s <= 6; ++s) CHECK(ReadWord32(bytes.data(), 20 + 4 * size_t(s)) == 84u);
+  CHECK(ReadWord32(bytes.data(), 60) == 24u);
   CHECK(std::memcmp(bytes.data() + 64, L"Work", 10) == 0);
   CHECK(std::memcmp(bytes.data() + 74, L"123", 8) == 0);
   // Messenger at 84: 28 bytes; Address at 112.
-  CHECK(Word(bytes.data(), 84) == 28u);
-  uint32_t a = Word(bytes.data(), 20 + 4 * 7);
+  CHECK(ReadWord32(bytes.data(), 84) == 28u);
+  uint32_t a = ReadWord32(bytes.data(), 20 + 4 * 7);
   CHECK(a == 112u);
   // Bytes of the texts with NULs: label 12, parts 18 + 14 + 2 + 2 + 6 = 54 in all; (54 + 37) & ~3 = 88.
-  CHECK(Word(bytes.data(), a) == 88u);
-  CHECK(Word(bytes.data(), a + 4) == 7u);
-  CHECK(Word(bytes.data(), a + 8) == 40u);  // part 0 behind the label
-  CHECK(Word(bytes.data(), a + 12) == 58u);
-  CHECK(Word(bytes.data(), a + 16) == 72u);
-  CHECK(Word(bytes.data(), a + 20) == 74u);
-  CHECK(Word(bytes.data(), a + 24) == 76u);
+  CHECK(ReadWord32(bytes.data(), a) == 88u);
+  CHECK(ReadWord32(bytes.data(), a + 4) == 7u);
+  CHECK(ReadWord32(bytes.data(), a + 8) == 40u);  // part 0 behind the label
+  CHECK(ReadWord32(bytes.data(), a + 12) == 58u);
+  CHECK(ReadWord32(bytes.data(), a + 16) == 72u);
+  CHECK(ReadWord32(bytes.data(), a + 20) == 74u);
+  CHECK(ReadWord32(bytes.data(), a + 24) == 76u);
   CHECK(std::memcmp(bytes.data() + a + 28, L"Dacha", 12) == 0);
   CHECK(std::memcmp(bytes.data() + a + 76, L"RU", 6) == 0);
   // Date and Image sections empty, at the end.
-  CHECK(Word(bytes.data(), 20 + 4 * 8) == size);
-  CHECK(Word(bytes.data(), 20 + 4 * 9) == size);
+  CHECK(ReadWord32(bytes.data(), 20 + 4 * 8) == size);
+  CHECK(ReadWord32(bytes.data(), 20 + 4 * 9) == size);
   CHECK(size == 200u);
 
   ContactExtended parsed;
@@ -261,26 +261,26 @@ TEST_CASE("records make a closed ring: each new one stands before the first, a d
   uint32_t a = f.Add(RecordOfSize(60));
   const uint8_t* data = f.store.Data();
   CHECK(f.store.FirstRecord() == a);
-  CHECK(Word(data, a + 8) == a);
-  CHECK(Word(data, a + 12) == a);
+  CHECK(ReadWord32(data, a + 8) == a);
+  CHECK(ReadWord32(data, a + 12) == a);
   uint32_t b = f.Add(RecordOfSize(60));
   uint32_t c = f.Add(RecordOfSize(60));
   CHECK(f.store.RecordCount() == 3u);
   CHECK(f.store.FirstRecord() == a);
   // a -> b -> c -> a, and back.
-  CHECK(Word(data, a + 12) == b);
-  CHECK(Word(data, b + 12) == c);
-  CHECK(Word(data, c + 12) == a);
-  CHECK(Word(data, a + 8) == c);
-  CHECK(Word(data, c + 8) == b);
-  CHECK(Word(data, b + 8) == a);
+  CHECK(ReadWord32(data, a + 12) == b);
+  CHECK(ReadWord32(data, b + 12) == c);
+  CHECK(ReadWord32(data, c + 12) == a);
+  CHECK(ReadWord32(data, a + 8) == c);
+  CHECK(ReadWord32(data, c + 8) == b);
+  CHECK(ReadWord32(data, b + 8) == a);
 
   // Deleting the first record moves the first-record field to its successor, so the header never names
   // a freed block.
   REQUIRE(f.store.DeleteRecord(a));
   CHECK(f.store.FirstRecord() == b);
-  CHECK(Word(data, b + 8) == c);
-  CHECK(Word(data, c + 12) == b);
+  CHECK(ReadWord32(data, b + 8) == c);
+  CHECK(ReadWord32(data, c + 12) == b);
   CHECK(f.CheckReport() == "");
   // The freed block comes back for the next record and joins the ring in good order.
   uint32_t d = f.Add(RecordOfSize(300));
@@ -289,8 +289,8 @@ TEST_CASE("records make a closed ring: each new one stands before the first, a d
   REQUIRE(f.store.DeleteRecord(b));
   REQUIRE(f.store.DeleteRecord(c));
   CHECK(f.store.FirstRecord() == d);
-  CHECK(Word(data, d + 8) == d);
-  CHECK(Word(data, d + 12) == d);
+  CHECK(ReadWord32(data, d + 8) == d);
+  CHECK(ReadWord32(data, d + 12) == d);
   REQUIRE(f.store.DeleteRecord(d));
   CHECK(f.store.FirstRecord() == 0u);
   CHECK(f.store.RecordCount() == 0u);
@@ -348,7 +348,7 @@ TEST_CASE("the checksum is the data's second word, read from the first block; Co
   uint32_t checksum = 0;
   REQUIRE(f.store.GetChecksum(offset, checksum));
   CHECK(checksum == 0xA5A5F00Du);
-  CHECK(Word(f.store.Data(), offset + 20) == 0xA5A5F00Du);
+  CHECK(ReadWord32(f.store.Data(), offset + 20) == 0xA5A5F00Du);
 
   Contact back;
   REQUIRE(f.store.GetRecord(offset, back));
@@ -420,10 +420,10 @@ struct CheckedStore : PropsFixture {
     REQUIRE(multi != 0);
   }
   std::string ReportAfter(size_t at, uint32_t value) {
-    uint32_t old = Word(store.Data(), at);
-    PutWord(store.Data(), at, value);
+    uint32_t old = ReadWord32(store.Data(), at);
+    WriteWord32(store.Data(), at, value);
     std::string report = CheckReport();
-    PutWord(store.Data(), at, old);
+    WriteWord32(store.Data(), at, old);
     return report;
   }
 };
@@ -447,7 +447,7 @@ TEST_CASE("the check names each broken invariant") {
   CHECK(Has(s.ReportAfter(28, 0), "free ring is empty but counts"));
   CHECK(Has(s.ReportAfter(28 + s.FreeHead(), s.FreeHead()), "pool:"));  // ring link cut short
   CHECK(Has(s.ReportAfter(r1 + 12, r0), "whose previous is"));
-  CHECK(Has(s.ReportAfter(r1 + 4, Word(s.store.Data(), r1 + 4) + 200), "record"));
+  CHECK(Has(s.ReportAfter(r1 + 4, ReadWord32(s.store.Data(), r1 + 4) + 200), "record"));
   CHECK(Has(s.ReportAfter(r1 + 16 + 20, 61), "well-formed"));  // a section offset
   CHECK(Has(s.ReportAfter(s.multi, r0), "belongs to a chain already"));
   CHECK(Has(s.ReportAfter(s.multi, s.FreeHead() + 28), "is in the free ring"));
@@ -492,10 +492,10 @@ TEST_CASE("the block pool: takes the ring's head first, gives back before the he
   pool.GiveBlock(b);
   CHECK(pool.FreeCount() == 2u);
   CHECK(pool.FreeHead() == 12u);
-  CHECK(Word(memory.data(), 12) == 140u);  // a -> b
-  CHECK(Word(memory.data(), 16) == 140u);  // a's previous: b, the ring's end
-  CHECK(Word(memory.data(), 140) == 12u);
-  CHECK(Word(memory.data(), 144) == 12u);
+  CHECK(ReadWord32(memory.data(), 12) == 140u);  // a -> b
+  CHECK(ReadWord32(memory.data(), 16) == 140u);  // a's previous: b, the ring's end
+  CHECK(ReadWord32(memory.data(), 140) == 12u);
+  CHECK(ReadWord32(memory.data(), 144) == 12u);
   pool.GiveBlock(c);  // the last block used: the region shrinks, and only by this block
   CHECK(pool.FirstUnused() == 268u);
   CHECK(pool.FreeCount() == 2u);

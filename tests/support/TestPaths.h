@@ -1,4 +1,4 @@
-// Where the test programs and the device's files are.
+// Where the test programs and the device's files are, and whole files read and written.
 #pragma once
 #include <cstdint>
 #include <string>
@@ -29,6 +29,12 @@ int RunAndWait(const std::wstring& program, const std::wstring& arguments, unsig
 
 // The whole content of a file; empty when it can't be read.
 std::vector<uint8_t> ReadFileBytes(const std::wstring& path);
+std::string ReadFileText(const std::wstring& path);
+// Makes the file anew with these bytes; false when not all of them could be written.
+bool WriteFileBytes(const std::wstring& path, const std::vector<uint8_t>& bytes);
+bool FileExists(const std::wstring& path);
+// The size of a file; -1 when it isn't there.
+int64_t FileSizeOf(const std::wstring& path);
 
 // Keeps a test program to an object store file of its own, made afresh for each run, so that the
 // device's own databases are never touched: unless PAGEMARK_OBJECT_STORE names one already, it is set
