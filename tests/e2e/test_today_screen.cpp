@@ -90,14 +90,20 @@ bool LoadPng(const std::wstring& path, Image* image) {
   return ok;
 }
 
-// The rows of the strip: the longest run of rows whose middle pixel is of the strip's bluish gradient.
+// The rows of the strip: the longest run of rows of which a third or more of the pixels are of the
+// strip's bluish gradient (the cells' letters and frames take the rest).
 int StripRows(const Image& image, int* firstRow) {
   int best = 0, run = 0;
   *firstRow = -1;
   for (UINT y = 0; y < image.height; ++y) {
-    COLORREF c = image.At(image.width / 2, y);
-    bool strip = GetBValue(c) >= 0xE0 && GetRValue(c) >= 0x60 && GetRValue(c) <= 0xE0 &&
-                 GetBValue(c) > GetRValue(c) + 0x10;
+    UINT gradient = 0;
+    for (UINT x = 0; x < image.width; ++x) {
+      COLORREF c = image.At(x, y);
+      if (GetBValue(c) >= 0xE0 && GetRValue(c) >= 0x60 && GetRValue(c) <= 0xE0 &&
+          GetBValue(c) > GetRValue(c) + 0x10)
+        ++gradient;
+    }
+    bool strip = gradient * 3 >= image.width;
     run = strip ? run + 1 : 0;
     if (run > best) {
       best = run;
@@ -185,4 +191,93 @@ TEST_CASE(
                    "item Pagemark loaded \\Program Files\\Zovrix Pagemark\\PagemarkToday.dll"));
   CHECK(JournalHas(journal, "TodayHost", "item Pagemark height 19"));
   FreshDevice();
+}
+
+namespace {
+
+// Where the letter bar's cells stand in a screenshot: the frame columns (0x4A4A4A) along the middle
+// row of the strip; cell i runs from frames[i] to frames[i + 1].
+std::vector<int> CellFrames(const Image& image, int row) {
+  std::vector<int> frames;
+  for (UINT x = 0; x < image.width; ++x)
+    if (image.At(x, row) == RGB(0x4A, 0x4A, 0x4A)) frames.push_back(static_cast<int>(x));
+  return frames;
+}
+
+int Centre(const std::vector<int>& frames, int cell) { return (frames[cell] + frames[cell + 1]) / 2; }
+
+bool IsWhite(COLORREF c) { return c == RGB(255, 255, 255); }
+
+// Pixels of the pick marks' pure blue in columns [left, right) and rows [top, bottom).
+int BlueIn(const Image& image, int left, int right, int top, int bottom) {
+  int count = 0;
+  for (int y = top; y < bottom && y < static_cast<int>(image.height); ++y)
+    for (int x = left; x < right; ++x) count += image.At(x, y) == RGB(0, 0, 255);
+  return count;
+}
+
+}  // namespace
+
+TEST_CASE(
+    "taps on the Today screen: a group opens the list with its mark, a second group with one hit opens the "
+    "contact") {
+  FreshDevice();
+  std::wstring cards = BinDir() + L"e2e-people.vcf";
+  std::ofstream(cards.c_str(), std::ios::binary)
+      << "BEGIN:VCARD\r\nVERSION:2.1\r\nN:Moss;Ivan\r\nEND:VCARD\r\n"
+         "BEGIN:VCARD\r\nVERSION:2.1\r\nN:Quinn;Otto\r\nEND:VCARD\r\n"
+         "BEGIN:VCARD\r\nVERSION:2.1\r\nN:Hart;Gina\r\nEND:VCARD\r\n";
+  REQUIRE(RunAndWait(BinDir() + L"pimtool.exe", L"import \"" + cards + L"\"", kHostTimeoutMs) == 0);
+
+  // First where the bar stands.
+  std::wstring before = BinDir() + L"e2e-bar.png";
+  DeleteFileW(before.c_str());
+  CHECK(RunHost(WriteScript(L"e2e-bar.txt", "wait 2500\nshot " + Narrow(before) + "\nquit\n")) == 0);
+  Image bar;
+  REQUIRE(LoadPng(before, &bar));
+  int first = -1;
+  int rows = StripRows(bar, &first);
+  REQUIRE(rows > 10);
+  int middle = first + rows / 2;
+  std::vector<int> frames = CellFrames(bar, middle);
+  // Eight letter cells and the last one: ten frame columns where the cells meet.
+  REQUIRE(frames.size() == 10);
+  int below = first + rows + 4;
+  CHECK(IsWhite(bar.At(bar.width / 2, below)));
+
+  // MNO (Moss, Otto), then TUV: only Otto begins with "mt".
+  std::wstring list = BinDir() + L"e2e-list.png";
+  std::wstring contact = BinDir() + L"e2e-contact.png";
+  DeleteFileW(list.c_str());
+  DeleteFileW(contact.c_str());
+  std::string y = std::to_string(middle);
+  std::string script = "wait 2500\ntap " + std::to_string(Centre(frames, 4)) + " " + y + "\nwait 800\nshot " +
+                       Narrow(list) + "\ntap " + std::to_string(Centre(frames, 6)) + " " + y +
+                       "\nwait 800\nshot " + Narrow(contact) + "\nquit\n";
+  CHECK(RunHost(WriteScript(L"e2e-taps.txt", script)) == 0);
+
+  Image afterOne;
+  REQUIRE(LoadPng(list, &afterOne));
+  // One mark under MNO, none under ABC.
+  int blueUnderMno = BlueIn(afterOne, frames[4], frames[5], first, first + rows + 3);
+  int blueUnderAbc = BlueIn(afterOne, frames[0], frames[1], first, first + rows + 3);
+  CHECK(blueUnderMno > 0);
+  CHECK(blueUnderAbc == 0);
+  // The popup's strip lies under the bar now.
+  CHECK_FALSE(IsWhite(afterOne.At(afterOne.width / 2, below)));
+  // The last cell shows another picture while the popup is open.
+  bool lastCellChanged = false;
+  for (int x = frames[8]; x < frames[9]; ++x)
+    for (int row = first; row < first + rows; ++row)
+      if (afterOne.At(x, row) != bar.At(x, row)) lastCellChanged = true;
+  CHECK(lastCellChanged);
+
+  Image afterTwo;
+  REQUIRE(LoadPng(contact, &afterTwo));
+  CHECK_FALSE(IsWhite(afterTwo.At(afterTwo.width / 2, below)));
+  int blueUnderTuv = BlueIn(afterTwo, frames[6], frames[7], first, first + rows + 3);
+  CHECK(blueUnderTuv > 0);
+
+  std::vector<JournalLine> journal = ReadDeviceJournal();
+  CHECK(JournalHas(journal, "TodayHost", "tap " + std::to_string(Centre(frames, 4)) + " " + y));
 }
