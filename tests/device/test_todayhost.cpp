@@ -580,21 +580,16 @@ TEST_CASE("TodayHost: keys, pen strokes, the input panel and the OK button reach
         {L"HostTestItem", BinDir() + L"testitem.dll", tlitCustom, 1, 0, 60,
          TODAY_SELECTABILITY_CUSTOMSELECTION},
     });
-    return RunHost(
-        "key down\nkey 80\nwait 200\n"
-        "key talk\nkey end\nkey left\nkey back\n"
-        "sip on\nsip off\n"
-        "drag " +
-        from + " " + to +
-        " 4\n"
-        "hold " +
-        held +
-        " 900\n"
-        "tap " +
-        held +
-        "\n"
-        "ok\nwait 200\n"
-        "key home\nkey left\nwait 100\nquit\n");
+    std::string script = "key down\nkey 80\nwait 200\n";
+    script += "key talk\nkey end\nkey left\nkey back\n";
+    script += "sip on\nsip off\n";
+    script += "drag " + from + " " + to + " 4\n";
+    script += "hold " + held + " 900\n";
+    script += "tap " + held + "\n";
+    script += "down " + from + "\nmove " + to + "\nup " + to + "\n";
+    script += "ok\nwait 200\n";
+    script += "key home\nkey left\nwait 100\nquit\n";
+    return RunHost(script);
   }();
   const Journal& j = run.journal;
   INFO("journal of the run:\n" << j.Dump());
@@ -679,6 +674,22 @@ TEST_CASE("TodayHost: keys, pen strokes, the input panel and the OK button reach
     int tapGesture = j.Find(kItem, "HostTestItem popup gesture 0", tapDown);
     REQUIRE(tapGesture > tapDown);
     CHECK(j.Find(kItem, "HostTestItem popup button up " + heldLocal, tapGesture) > tapGesture);
+  }
+
+  SUBCASE("down, move and up one command at a time make the same stroke") {
+    int press = j.Find(kHost, "down " + from);
+    REQUIRE(press > shown);
+    int down = j.Find(kItem, "HostTestItem popup button down " + fromLocal, press);
+    REQUIRE(down > press);
+    int gesture = j.Find(kItem, "HostTestItem popup gesture 0", down);
+    REQUIRE(gesture > down);
+    int move = j.Find(kItem, "HostTestItem popup move " + toLocal, gesture);
+    REQUIRE(move > gesture);
+    int up = j.Find(kItem, "HostTestItem popup button up " + toLocal, move);
+    REQUIRE(up > move);
+    int release = j.Find(kHost, "up " + to, press);
+    CHECK(release > move);
+    CHECK(release < up);
   }
 
   SUBCASE("ok taps the navigation bar's button of the window in front: WM_COMMAND IDOK") {

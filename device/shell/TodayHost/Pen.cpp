@@ -53,6 +53,7 @@ HWND CaptureOf(HWND hwnd) {
 
 void Host::Pen(PenAction action, int x, int y) {
   const POINT screen = {x, y};
+  penAt_ = screen;
   // Real input while the system takes it: the press decides for the whole stroke.
   if (action == PenAction::kDown) {
     penByInput_ = MovePointer(x, y) && SendButton(MOUSEEVENTF_LEFTDOWN);
@@ -90,6 +91,10 @@ void Host::Pen(PenAction action, int x, int y) {
                        : action == PenAction::kMove ? WM_MOUSEMOVE
                                                     : WM_LBUTTONUP;
   PostMessageW(target, message, pressed ? MK_LBUTTON : 0, at);
+}
+
+void Host::LiftPen() {
+  if (penDown_) Pen(PenAction::kUp, penAt_.x, penAt_.y);
 }
 
 }  // namespace todayhost

@@ -156,6 +156,7 @@ void Host::RunScript() {
 
 void Host::EndScript() {
   scriptRunning_ = false;
+  LiftPen();
   DeviceJournalWrite(kJournalSource, L"script done");
   if (exitAtEnd_) PostMessageW(hwnd_, WM_CLOSE, 0, 0);
 }
@@ -228,6 +229,7 @@ UINT Host::RunCommand(const ScriptCommand& c) {
   if (c.verb == L"quit" && c.args.empty()) {
     DeviceJournalWrite(kJournalSource, L"quit");
     scriptRunning_ = false;
+    LiftPen();
     PostMessageW(hwnd_, WM_CLOSE, 0, 0);
     return kStepMs;
   }

@@ -100,6 +100,7 @@ class Host {
   UINT RunCommand(const ScriptCommand& command);  // returns the delay before the next command
   void Pen(PenAction action, int x, int y);
   void QueuePen(PenAction action, int x, int y, UINT delayMs);
+  void LiftPen();  // a stroke the script left pressed ends where the pen is
   void Shot(const std::wstring& path);
 
   // Hardware keys and the shell's own buttons, delivered as the device does.
@@ -133,6 +134,7 @@ class Host {
   std::vector<PenStep> penSteps_;  // stylus events still to come before the next command
   size_t penNext_ = 0;
   bool penDown_ = false;
+  POINT penAt_{};
   bool penByInput_ = false;   // the stylus went down as real input
   HWND penTarget_ = nullptr;  // the window that got the press when it was posted
 };
