@@ -2,6 +2,7 @@
 # Builds the item and starts it on the stand-in device's Today screen.
 #   With a display: an interactive Wine desktop of the device's size (close it to end).
 #   Without one: a scripted tour whose screenshots are written to build/tour/.
+# The device gets PAGEMARK_SAMPLE_CONTACTS (default 200) generated contacts first.
 # PAGEMARK_PROFILE chooses the device: qvga-phone (default), qvga, vga-phone, vga.
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
@@ -17,6 +18,11 @@ device_ensure
 "$root/scripts/device-profile.sh" "$PAGEMARK_PROFILE"
 host="$(winepath -w "$PAGEMARK_BUILD_DIR/bin/TodayHost.exe")"
 cd "$WINEPREFIX/drive_c"
+# Sample contacts, so that the letter bar has something to find (PAGEMARK_SAMPLE_CONTACTS=0: none).
+samples="${PAGEMARK_SAMPLE_CONTACTS:-200}"
+if ((samples > 0)); then
+  wine "$(winepath -w "$PAGEMARK_BUILD_DIR/bin/pimtool.exe")" generate "$samples" --seed 1 >/dev/null
+fi
 if ((interactive)); then
   read -r size _ < <(profile_screen "$PAGEMARK_PROFILE")
   exec wine explorer "/desktop=Pagemark,$size" "$host"
