@@ -14,28 +14,12 @@ bar_contacts_vga.png). The files are committed; run this again only to change th
 """
 import math
 import os
-import struct
 import sys
-import zlib
+
+from pngwrite import write_png
 
 BLACK = (0, 0, 0)
 MAGENTA = (255, 0, 255)
-
-
-def write_png(path, pixels):
-    height, width = len(pixels), len(pixels[0])
-    raw = b"".join(b"\x00" + bytes(c for px in row for c in px) for row in pixels)
-
-    def chunk(kind, data):
-        body = kind + data
-        return struct.pack(">I", len(data)) + body + struct.pack(">I", zlib.crc32(body) & 0xFFFFFFFF)
-
-    png = b"\x89PNG\r\n\x1a\n"
-    png += chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, 2, 0, 0, 0))
-    png += chunk(b"IDAT", zlib.compress(raw, 9))
-    png += chunk(b"IEND", b"")
-    with open(path, "wb") as f:
-        f.write(png)
 
 
 def rasterise(size, inside):

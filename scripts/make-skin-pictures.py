@@ -26,7 +26,8 @@ import math
 import os
 import struct
 import sys
-import zlib
+
+from pngwrite import write_png
 
 GRID = 6
 
@@ -286,23 +287,6 @@ def render(size, layers):
                 row.append((0, 0, 0, 0.0))
         rows.append(row)
     return rows
-
-
-def write_png(path, rows):
-    """rows of (r, g, b) tuples, written as 24-bit colour."""
-    height, width = len(rows), len(rows[0])
-    raw = b"".join(b"\x00" + bytes(c for px in row for c in px) for row in rows)
-
-    def chunk(kind, data):
-        body = kind + data
-        return struct.pack(">I", len(data)) + body + struct.pack(">I", zlib.crc32(body) & 0xFFFFFFFF)
-
-    png = b"\x89PNG\r\n\x1a\n"
-    png += chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, 2, 0, 0, 0))
-    png += chunk(b"IDAT", zlib.compress(raw, 9))
-    png += chunk(b"IEND", b"")
-    with open(path, "wb") as f:
-        f.write(png)
 
 
 def picture_pixels(rendered):
