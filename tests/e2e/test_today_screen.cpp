@@ -281,3 +281,71 @@ TEST_CASE(
   std::vector<JournalLine> journal = ReadDeviceJournal();
   CHECK(JournalHas(journal, "TodayHost", "tap " + std::to_string(Centre(frames, 4)) + " " + y));
 }
+
+namespace {
+
+// Runs the host once to find the bar: its first row, its rows and the frames between its cells.
+void FindBar(const std::wstring& name, Image* image, int* first, int* rows, std::vector<int>* frames) {
+  std::wstring shot = BinDir() + name;
+  DeleteFileW(shot.c_str());
+  CHECK(RunHost(WriteScript(name + L".txt", "wait 2500\nshot " + Narrow(shot) + "\nquit\n")) == 0);
+  REQUIRE(LoadPng(shot, image));
+  *rows = StripRows(*image, first);
+  REQUIRE(*rows > 10);
+  *frames = CellFrames(*image, *first + *rows / 2);
+  REQUIRE(frames->size() == 10);
+}
+
+}  // namespace
+
+TEST_CASE(
+    "over 2,000 contacts: a tap on a cell marks it and opens the list; a hold on the last cell clears the "
+    "picks") {
+  FreshDevice();
+  REQUIRE(RunAndWait(BinDir() + L"pimtool.exe", L"generate 2000 --seed 3", 10 * kHostTimeoutMs) == 0);
+  Image bar;
+  int first = -1, rows = 0;
+  std::vector<int> frames;
+  FindBar(L"e2e-many.png", &bar, &first, &rows, &frames);
+  std::string y = std::to_string(first + rows / 2);
+  std::wstring picked = BinDir() + L"e2e-many-picked.png";
+  std::wstring cleared = BinDir() + L"e2e-many-cleared.png";
+  DeleteFileW(picked.c_str());
+  DeleteFileW(cleared.c_str());
+  std::string script = "wait 2500\ntap " + std::to_string(Centre(frames, 2)) + " " + y + "\nwait 800\ntap " +
+                       std::to_string(Centre(frames, 0)) + " " + y + "\nwait 800\nshot " + Narrow(picked) +
+                       "\nhold " + std::to_string(Centre(frames, 8)) + " " + y + " 900\nwait 800\nshot " +
+                       Narrow(cleared) + "\nquit\n";
+  CHECK(RunHost(WriteScript(L"e2e-many.txt", script)) == 0);
+  Image one, two;
+  REQUIRE(LoadPng(picked, &one));
+  REQUIRE(LoadPng(cleared, &two));
+  int below = first + rows + 4;
+  CHECK(BlueIn(one, frames[2], frames[3], first, first + rows + 3) > 0);
+  CHECK(BlueIn(one, frames[0], frames[1], first, first + rows + 3) > 0);
+  CHECK_FALSE(IsWhite(one.At(one.width / 2, below)));
+  // The long press: every mark gone, the list still open with all contacts.
+  CHECK(BlueIn(two, 0, static_cast<int>(two.width), first, first + rows + 3) == 0);
+  CHECK_FALSE(IsWhite(two.At(two.width / 2, below)));
+}
+
+TEST_CASE("a skin.txt beside the main program paints the bar in its colours") {
+  FreshDevice();
+  const wchar_t program[] = L"\\Program Files\\Zovrix Pagemark\\Pagemark.exe";
+  WriteString(HKEY_CURRENT_USER, kSettingsKey, L"ProgramPath", program);
+  std::wstring skin = L"\\Program Files\\Zovrix Pagemark\\skin.txt";
+  std::ofstream(skin.c_str(), std::ios::binary) << "TodayAbcColor1 = FF0000\r\nTodayAbcColor2=FF0000\r\n\r\n";
+  Image image;
+  int first = -1, rows = 0;
+  std::wstring shot = BinDir() + L"e2e-skin.png";
+  DeleteFileW(shot.c_str());
+  CHECK(RunHost(WriteScript(L"e2e-skin.txt", "wait 2500\nshot " + Narrow(shot) + "\nquit\n")) == 0);
+  DeleteFileW(skin.c_str());
+  REQUIRE(LoadPng(shot, &image));
+  // The blue strip is gone; its rows are red now.
+  CHECK(StripRows(image, &first) < 5);
+  int red = 0;
+  for (UINT y = 30; y < 80 && y < image.height; ++y)
+    for (UINT x = 0; x < image.width; ++x) red += image.At(x, y) == RGB(255, 0, 0);
+  CHECK(static_cast<UINT>(red) > image.width * 8);
+}
