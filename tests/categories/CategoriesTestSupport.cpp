@@ -1,5 +1,6 @@
 #include "CategoriesTestSupport.h"
 
+#include "DeviceDatabases.h"
 #include "TestPaths.h"
 #include "storage/categories/PPC2003CategoryDBManager.h"
 
@@ -10,17 +11,6 @@ testpaths::OwnObjectStore g_ownStore(cattest::kTestStoreFile);
 
 const wchar_t kContacts[] = L"Contacts Database";
 const wchar_t kCategories[] = L"\\Categories Database";
-
-void Recreate(const wchar_t* name, std::vector<SORTORDERSPEC> sorts) {
-  for (;;) {
-    CEOID oid = 0;
-    HANDLE handle = CeOpenDatabase(&oid, const_cast<LPWSTR>(name), 0, 0, nullptr);
-    if (handle == INVALID_HANDLE_VALUE) break;
-    CloseHandle(handle);
-    if (!CeDeleteDatabase(oid)) break;
-  }
-  CeCreateDatabase(const_cast<LPWSTR>(name), 0, static_cast<WORD>(sorts.size()), sorts.data());
-}
 
 // A handle on the categories database in the platform's own order.
 struct Handle {
@@ -67,11 +57,11 @@ Category Hidden(const std::wstring& name, int position, int contacts) {
 
 void MakeCleanStore(bool withNameOrder) {
   const DWORD text = CEDB_SORT_CASEINSENSITIVE | CEDB_SORT_UNKNOWNFIRST;
-  Recreate(kContacts,
-           {{MAKE_CEPROPID(0x4013, CEVT_LPWSTR), text}, {MAKE_CEPROPID(0x3A11, CEVT_LPWSTR), text}});
+  RecreateDatabase(kContacts, 0,
+                   {{MAKE_CEPROPID(0x4013, CEVT_LPWSTR), text}, {MAKE_CEPROPID(0x3A11, CEVT_LPWSTR), text}});
   std::vector<SORTORDERSPEC> sorts = {{MAKE_CEPROPID(0x4002, CEVT_I2), 0}};
   if (withNameOrder) sorts.push_back({MAKE_CEPROPID(0x4001, CEVT_LPWSTR), CEDB_SORT_CASEINSENSITIVE});
-  Recreate(kCategories, sorts);
+  RecreateDatabase(kCategories, 0, sorts);
 }
 
 CEOID PutCategory(const Category& category) {
@@ -144,14 +134,6 @@ int ContactsCountOf(CEOID oid) {
   RawCategory raw;
   if (!ReadCategory(oid, raw)) return kAbsent;
   return raw.Number(0x4004);
-}
-
-std::string U8(const wchar_t* text) {
-  if (text == nullptr) return "<null>";
-  int bytes = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
-  std::string out(bytes > 0 ? bytes - 1 : 0, '\0');
-  if (bytes > 1) WideCharToMultiByte(CP_UTF8, 0, text, -1, &out[0], bytes, nullptr, nullptr);
-  return out;
 }
 
 std::vector<BYTE> BytesOf(const ByteBuffer& buffer) {

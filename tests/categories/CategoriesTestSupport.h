@@ -2,6 +2,7 @@
 // categories written and read with the platform's own calls, beside the code under test.
 #pragma once
 
+#include "WideText.h"
 #include "foundation/Str.h"
 #include "storage/db/ByteBuffer.h"
 
@@ -53,10 +54,6 @@ int CategoryCount();
 unsigned long long CategoriesModified();
 // The contacts count (0x4004) of record `oid`; kAbsent when it has none or is gone.
 int ContactsCountOf(CEOID oid);
-
-// UTF-8 copy of a wide text, for doctest's messages.
-std::string U8(const wchar_t* text);
-inline std::string U8(const Str& text) { return U8(static_cast<const wchar_t*>(text)); }
 
 inline ByteBuffer Mask(const std::vector<BYTE>& bytes) {
   return ByteBuffer(bytes.data(), static_cast<uint32_t>(bytes.size()));

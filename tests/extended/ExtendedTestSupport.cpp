@@ -76,17 +76,14 @@ std::vector<RawRecord> Records(const Bytes& document) {
 
 }  // namespace
 
-std::string U8(const wchar_t* text, int length) {
-  if (text == nullptr) return "<null>";
-  if (length < 0) length = static_cast<int>(wcslen(text));
-  if (length == 0) return std::string();
-  int bytes = WideCharToMultiByte(CP_UTF8, 0, text, length, nullptr, 0, nullptr, nullptr);
-  std::string out(bytes, '\0');
-  WideCharToMultiByte(CP_UTF8, 0, text, length, &out[0], bytes, nullptr, nullptr);
-  return out;
-}
-
 std::wstring W(const Str& text) { return std::wstring(static_cast<const wchar_t*>(text), text.GetLength()); }
+
+LabelValue Pair(const wchar_t* label, const wchar_t* value) {
+  LabelValue entry;
+  entry.label = label;
+  entry.value = value;
+  return entry;
+}
 
 std::string Hex(const Bytes& bytes) {
   std::string text;

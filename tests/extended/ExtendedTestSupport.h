@@ -3,6 +3,7 @@
 // blocks, and a readable dump of an extended block that the helper program prints the same way.
 #pragma once
 
+#include "WideText.h"
 #include "extended/NoteBlob.h"
 #include "storage/db/ByteBuffer.h"
 #include "storage/contact/Contact.h"
@@ -19,11 +20,10 @@ namespace exttest {
 
 typedef std::vector<BYTE> Bytes;
 
-std::string U8(const wchar_t* text, int length = -1);
-inline std::string U8(const Str& text) { return U8(static_cast<const wchar_t*>(text), text.GetLength()); }
-inline std::string U8(const std::wstring& text) { return U8(text.c_str(), static_cast<int>(text.size())); }
 std::wstring W(const Str& text);
 std::string Hex(const Bytes& bytes);
+// A label and value pair of the extended lists.
+LabelValue Pair(const wchar_t* label, const wchar_t* value);
 inline std::string Hex(const BYTE* data, uint32_t length) { return Hex(Bytes(data, data + length)); }
 
 Bytes BytesOf(const ByteBuffer& buffer);

@@ -28,7 +28,7 @@ int main(int argc, char** argv) {
   note.StripBlock(contact);
 
   std::string out = std::string("understood: ") + (understood ? "yes" : "no") + "\n";
-  out += "text: " + exttest::U8(text) + "\n";
+  out += "text: " + U8(text) + "\n";
   out += exttest::DumpExtended(contact);
   out += "raw: " + exttest::Hex(exttest::BytesOf(contact.rawNote)) + "\n";
   FILE* file = fopen(argv[2], "wb");

@@ -14,13 +14,6 @@ namespace {
 const std::wstring kStart = kPimStartMarker;
 const std::wstring kEnd = kPimEndMarker;
 
-LabelValue Pair(const wchar_t* label, const wchar_t* value) {
-  LabelValue entry;
-  entry.label = label;
-  entry.value = value;
-  return entry;
-}
-
 }  // namespace
 
 TEST_CASE("GetNoteText: an empty Note gives an empty text and leaves the contact alone") {

@@ -2,6 +2,7 @@
 // another process, from its Note alone.
 #include "ExtendedTestSupport.h"
 
+#include "DeviceDatabases.h"
 #include "TestPaths.h"
 #include "extended/ContactNote.h"
 #include "extended/PimInfoText.h"
@@ -9,9 +10,7 @@
 
 #include <doctest/doctest.h>
 
-#include <fstream>
 #include <random>
-#include <sstream>
 
 using namespace exttest;
 
@@ -19,43 +18,12 @@ namespace {
 
 const wchar_t kStoreFile[] = L"\\windows\\test_extended.cdb";
 
-// This program keeps to a store file of its own, made afresh for each run; the store reads the
-// variable at the first database call, which comes after this.
-struct OwnStoreFile {
-  OwnStoreFile() {
-    SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", kStoreFile);
-    DeleteFileW(kStoreFile);
-  }
-};
-OwnStoreFile g_ownStoreFile;
-
-void RecreateDatabase(const wchar_t* name, std::vector<SORTORDERSPEC> sorts) {
-  for (;;) {
-    CEOID oid = 0;
-    HANDLE handle = CeOpenDatabase(&oid, const_cast<LPWSTR>(name), 0, 0, nullptr);
-    if (handle == INVALID_HANDLE_VALUE) break;
-    CloseHandle(handle);
-    REQUIRE(CeDeleteDatabase(oid));
-  }
-  REQUIRE(CeCreateDatabase(const_cast<LPWSTR>(name), 0, static_cast<WORD>(sorts.size()), sorts.data()) != 0);
-}
+// This program keeps to a store file of its own.
+testpaths::OwnObjectStore g_ownStore(kStoreFile);
 
 void MakeCleanStore() {
-  const DWORD text = CEDB_SORT_CASEINSENSITIVE | CEDB_SORT_UNKNOWNFIRST;
-  RecreateDatabase(kContactsDatabaseName, {{MAKE_CEPROPID(0x4013, CEVT_LPWSTR), text},
-                                           {MAKE_CEPROPID(0x3A11, CEVT_LPWSTR), text},
-                                           {MAKE_CEPROPID(0x3A16, CEVT_LPWSTR), text},
-                                           {MAKE_CEPROPID(0x3A06, CEVT_LPWSTR), text}});
-  RecreateDatabase(
-      kCategoriesDatabaseName,
-      {{MAKE_CEPROPID(0x4002, CEVT_I2), 0}, {MAKE_CEPROPID(0x4001, CEVT_LPWSTR), CEDB_SORT_CASEINSENSITIVE}});
-}
-
-LabelValue Pair(const wchar_t* label, const wchar_t* value) {
-  LabelValue entry;
-  entry.label = label;
-  entry.value = value;
-  return entry;
+  REQUIRE(RecreateDatabase(kContactsDatabaseName, 0, ContactSortOrders()) != 0);
+  REQUIRE(RecreateDatabase(kCategoriesDatabaseName, 0, CategorySortOrders()) != 0);
 }
 
 // Every kind of entry, with escaped characters and Cyrillic.
@@ -87,13 +55,6 @@ void FullBlock(ContactExtended& block) {
   date.value = Midnight(1999, 6, 30);
   block.Date.Add(date);
   block.Image = L"Петров [1].jpg";
-}
-
-std::string ReadAll(const std::wstring& path) {
-  std::ifstream in(path.c_str(), std::ios::binary);
-  std::stringstream bytes;
-  bytes << in.rdbuf();
-  return bytes.str();
 }
 
 std::wstring Hex32(CEOID oid) {
@@ -171,7 +132,7 @@ TEST_CASE("a contact written with an extended block is read back whole by anothe
     int code = testpaths::RunAndWait(testpaths::BinDir() + L"extended_reader.exe",
                                      Hex32(contact.oid) + L" \"" + output + L"\"", 60000);
     REQUIRE(code == 0);
-    CHECK(ReadAll(output) == contact.expected);
+    CHECK(testpaths::ReadFileText(output) == contact.expected);
   }
   CHECK(written[0].expected.find("Phone: Дача = +7 (812) 555-01-02\n") != std::string::npos);
   CHECK(written[0].expected.find("Image: Петров [1].jpg\n") != std::string::npos);

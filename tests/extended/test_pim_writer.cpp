@@ -33,13 +33,6 @@ std::vector<std::wstring> WriterLines(const PimInfoWriter& writer) {
   return lines;
 }
 
-LabelValue Pair(const wchar_t* label, const wchar_t* value) {
-  LabelValue entry;
-  entry.label = label;
-  entry.value = value;
-  return entry;
-}
-
 }  // namespace
 
 TEST_CASE("the marker lines, byte for byte") {

@@ -44,14 +44,10 @@ std::wstring TempPath(const std::wstring& name) {
   return testpaths::TempFolder() + L"pagemark_index_" + name;
 }
 
-std::string U8(const std::wstring& text) {
-  if (text.empty()) return std::string();
-  int bytes = WideCharToMultiByte(CP_UTF8, 0, text.c_str(), static_cast<int>(text.size()), nullptr, 0,
-                                  nullptr, nullptr);
-  std::string out(bytes, '\0');
-  WideCharToMultiByte(CP_UTF8, 0, text.c_str(), static_cast<int>(text.size()), &out[0], bytes, nullptr,
-                      nullptr);
-  return out;
+int CompareKeys(const std::wstring& a, uint32_t oidA, const std::wstring& b, uint32_t oidB) {
+  int order = CompareStringW(0x800, 0, a.c_str(), -1, b.c_str(), -1) - 2;
+  if (order != 0) return order;
+  return oidA < oidB ? -1 : (oidA > oidB ? 1 : 0);
 }
 
 void UseEnglishRussianGroups() {
@@ -248,17 +244,6 @@ std::set<std::wstring> Model::AllPrefixes(int tree) const {
 }
 
 // --- contacts --------------------------------------------------------------------------------------------
-
-Contact Named(uint32_t oid, const wchar_t* last, const wchar_t* first, const wchar_t* company,
-              const wchar_t* fileAs) {
-  Contact c;
-  c.oid = oid;
-  c.text[ContactField::LastName] = last;
-  c.text[ContactField::FirstName] = first;
-  c.text[ContactField::Company] = company;
-  c.text[ContactField::FileAs] = fileAs;
-  return c;
-}
 
 Contact Generated(uint64_t seed, int index, uint32_t oid, std::wstring* note) {
   ToolContact tool = GenerateContact(seed, index);

@@ -13,6 +13,8 @@
 #include <vector>
 
 #include "TestPaths.h"
+#include "NamedContact.h"
+#include "WideText.h"
 #include "WordModel.h"
 #include "foundation/Array.h"
 #include "foundation/Str.h"
@@ -32,9 +34,9 @@ extern const wchar_t kTestStoreFile[];
 std::wstring TempPath(const std::wstring& name);
 using testpaths::ReadFileBytes;
 
-// UTF-8 for doctest's messages.
-std::string U8(const std::wstring& text);
-inline std::string U8(const wchar_t* text) { return U8(std::wstring(text != nullptr ? text : L"")); }
+// The order of the index's sorted lists for two keys and their oids: the keys by the system's
+// collation, then the oids; below zero when the first comes first.
+int CompareKeys(const std::wstring& a, uint32_t oidA, const std::wstring& b, uint32_t oidB);
 
 // The process-wide keypad groups of the English/Russian letter set: abcабвг, defдеёжз, ghiийкл,
 // jklмноп, mnoрсту, pqrsфхцч, tuvшщъы, wxyzьэюя.
@@ -88,8 +90,12 @@ struct Model {
 
 // --- contacts ----------------------------------------------------------------------------------------
 // A contact with the given names (the rest empty).
-Contact Named(uint32_t oid, const wchar_t* last, const wchar_t* first, const wchar_t* company = L"",
-              const wchar_t* fileAs = L"");
+inline Contact Named(uint32_t oid, const wchar_t* last, const wchar_t* first, const wchar_t* company = L"",
+                     const wchar_t* fileAs = L"") {
+  Contact c = NamedContact(last, first, company, fileAs);
+  c.oid = oid;
+  return c;
+}
 // The contact number `index` of the pimtool generator for `seed`, and its Note text.
 Contact Generated(uint64_t seed, int index, uint32_t oid, std::wstring* note);
 

@@ -41,8 +41,7 @@ int Lookup(const wchar_t* indexPath, const wchar_t* propsPath, const wchar_t* qu
   if (!Open(index, indexPath, propsPath)) return 2;
   std::string result;
   Str report;
-  result +=
-      index.Check(report) ? "check ok\n" : "check: " + indextest::U8(static_cast<const wchar_t*>(report));
+  result += index.Check(report) ? "check ok\n" : "check: " + U8(static_cast<const wchar_t*>(report));
   std::vector<uint8_t> bytes = indextest::ReadFileBytes(queries);
   std::string text(bytes.begin(), bytes.end());
   size_t at = 0;

@@ -18,12 +18,6 @@ namespace {
 
 typedef std::vector<uint32_t> Ids_;
 
-int CompareKeys(const std::wstring& a, uint32_t oidA, const std::wstring& b, uint32_t oidB) {
-  int order = CompareStringW(0x800, 0, a.c_str(), -1, b.c_str(), -1) - 2;
-  if (order != 0) return order;
-  return oidA < oidB ? -1 : (oidA > oidB ? 1 : 0);
-}
-
 // The test's own verdict on a sorted list: in the order of its keys, without repeats.
 bool ListInOrder(IndexFixture& f, int kind) {
   std::vector<uint32_t> ids = f.List(kind);

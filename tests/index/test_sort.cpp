@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <random>
 
+#include "DeviceDatabases.h"
 #include "IndexFixture.h"
 #include "manager/search/ContactGroups.h"
 #include "storage/index/RebuildSort.h"
@@ -19,42 +20,22 @@ namespace {
 
 typedef std::vector<uint32_t> Ids_;
 
-int CompareKeys(const std::wstring& a, uint32_t oidA, const std::wstring& b, uint32_t oidB) {
-  int order = CompareStringW(0x800, 0, a.c_str(), -1, b.c_str(), -1) - 2;
-  if (order != 0) return order;
-  return oidA < oidB ? -1 : (oidA > oidB ? 1 : 0);
-}
-
-void RecreateDatabase(const wchar_t* name, std::vector<SORTORDERSPEC> sorts) {
-  for (;;) {
-    CEOID oid = 0;
-    HANDLE handle = CeOpenDatabase(&oid, const_cast<LPWSTR>(name), 0, 0, nullptr);
-    if (handle == INVALID_HANDLE_VALUE) break;
-    CloseHandle(handle);
-    REQUIRE(CeDeleteDatabase(oid));
-  }
-  REQUIRE(CeCreateDatabase(const_cast<LPWSTR>(name), 0, static_cast<WORD>(sorts.size()),
-                           sorts.empty() ? nullptr : sorts.data()) != 0);
-}
-
 // A clean contacts database and categories database, opened.
 struct Database {
   ContactDatabase db;
   Database() {
     const DWORD text = CEDB_SORT_CASEINSENSITIVE | CEDB_SORT_UNKNOWNFIRST;
-    RecreateDatabase(kContactsDatabaseName, {{MAKE_CEPROPID(0x4013, CEVT_LPWSTR), text},
-                                             {MAKE_CEPROPID(0x3A11, CEVT_LPWSTR), text}});
-    RecreateDatabase(kCategoriesDatabaseName, {{MAKE_CEPROPID(0x4002, CEVT_I2), 0}});
+    REQUIRE(RecreateDatabase(kContactsDatabaseName, 0,
+                             {{MAKE_CEPROPID(0x4013, CEVT_LPWSTR), text},
+                              {MAKE_CEPROPID(0x3A11, CEVT_LPWSTR), text}}) != 0);
+    REQUIRE(RecreateDatabase(kCategoriesDatabaseName, 0, {{MAKE_CEPROPID(0x4002, CEVT_I2), 0}}) != 0);
     REQUIRE(db.Open(nullptr));
   }
   ~Database() { db.Close(); }
 
   CEOID Add(const wchar_t* last, const wchar_t* first, const wchar_t* company, BYTE categories = 0,
             const wchar_t* title = L"") {
-    Contact c;
-    c.text[ContactField::LastName] = last;
-    c.text[ContactField::FirstName] = first;
-    c.text[ContactField::Company] = company;
+    Contact c = NamedContact(last, first, company);
     c.text[ContactField::Title] = title;
     c.categories = ByteBuffer(&categories, 1);
     REQUIRE(db.AddContact(c, false));

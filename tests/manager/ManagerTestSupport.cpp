@@ -3,9 +3,11 @@
 #include <cstdio>
 
 #include "DeviceContacts.h"
+#include "DeviceDatabases.h"
 #include "Generator.h"
 #include "TestPaths.h"
 #include "ToolCategories.h"
+#include "WordModel.h"
 #include "foundation/Settings.h"
 #include "manager/letters/KeypadGroups.h"
 #include "storage/contact/ContactDatabase.h"
@@ -17,28 +19,11 @@ namespace {
 // The manager tests keep to an object store file of their own.
 testpaths::OwnObjectStore g_ownStore(L"\\windows\\test_manager.cdb");
 
-void DropDatabase(const wchar_t* name) {
-  CEOID oid = 0;
-  HANDLE handle = CeOpenDatabase(&oid, const_cast<LPWSTR>(name), 0, 0, nullptr);
-  if (handle == INVALID_HANDLE_VALUE) return;
-  CloseHandle(handle);
-  CeDeleteDatabase(oid);
-}
-
 }  // namespace
 
 namespace managertest {
 
-void ResetDatabases() {
-  DropDatabase(kContactsDatabaseName);
-  DropDatabase(kCategoriesDatabaseName);
-  const DWORD text = CEDB_SORT_CASEINSENSITIVE | CEDB_SORT_UNKNOWNFIRST;
-  SORTORDERSPEC contacts[4] = {
-      {0x4013001F, text}, {0x3A11001F, text}, {0x3A16001F, text}, {0x3A06001F, text}};
-  SORTORDERSPEC categories[2] = {{0x40020002, 0}, {0x4001001F, CEDB_SORT_CASEINSENSITIVE}};
-  CeCreateDatabase(const_cast<LPWSTR>(kContactsDatabaseName), 0, 4, contacts);
-  CeCreateDatabase(const_cast<LPWSTR>(kCategoriesDatabaseName), 0, 2, categories);
-}
+void ResetDatabases() { MakeEmptyContactDatabases(); }
 
 void ResetIndexFiles() {
   Str index = IndexStore::DefaultPath();
@@ -53,8 +38,7 @@ void FreshDevice() {
   ResetDatabases();
   ResetIndexFiles();
   Array<Str> letters;
-  const wchar_t* english[] = {L"abc", L"def", L"ghi", L"jkl", L"mno", L"pqrs", L"tuv", L"wxyz"};
-  for (const wchar_t* group : english) letters.Add(Str(group));
+  for (const std::wstring& group : wordmodel::EnglishGroups()) letters.Add(Str(group.c_str()));
   g_keypadGroups.Fill(letters);
 }
 
@@ -163,15 +147,6 @@ std::string CheckIndex(ContactManager& manager) {
   Str report;
   if (manager.Index().Check(report)) return std::string();
   return U8(static_cast<const wchar_t*>(report));
-}
-
-std::string U8(const std::wstring& text) {
-  if (text.empty()) return std::string();
-  int n = WideCharToMultiByte(CP_UTF8, 0, text.c_str(), static_cast<int>(text.size()), nullptr, 0, nullptr,
-                              nullptr);
-  std::string out(static_cast<size_t>(n), '\0');
-  WideCharToMultiByte(CP_UTF8, 0, text.c_str(), static_cast<int>(text.size()), &out[0], n, nullptr, nullptr);
-  return out;
 }
 
 }  // namespace managertest

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "WideText.h"
 #include "manager/core/ContactManager.h"
 #include "storage/contact/Contact.h"
 
@@ -51,6 +52,20 @@ class RecordingListener : public ContactManagerListener {
   std::vector<std::string> calls;
 };
 
+// A manager of the test's own, opened with the recording listener, without progress, and by default
+// without coordinator (so that it writes the index). `Manager` is ContactManager or a test's class
+// derived from it.
+template <class Manager>
+struct OpenedManagerOf {
+  explicit OpenedManagerOf(PimSync* sync = nullptr, IndexProgressSink* sink = nullptr) {
+    opened = manager.Open(GetModuleHandleW(nullptr), &listener, sync, sink);
+  }
+  RecordingListener listener;
+  Manager manager;
+  BOOL opened;
+};
+using OpenedManager = OpenedManagerOf<ContactManager>;
+
 // Runs the thread's messages for `ms` milliseconds.
 void Pump(DWORD ms);
 // Runs messages until `done` says so or `timeoutMs` pass; gives `done()`.
@@ -59,7 +74,6 @@ bool PumpUntil(const std::function<bool()>& done, DWORD timeoutMs);
 // The index's whole check; empty when sound.
 std::string CheckIndex(ContactManager& manager);
 
-std::string U8(const std::wstring& text);
 std::string Hex(CEOID oid);
 
 }  // namespace managertest

@@ -28,12 +28,7 @@ class TimedManager : public ContactManager {
   std::vector<DWORD> saveTicks;
 };
 
-struct OpenedManager {
-  OpenedManager() { opened = manager.Open(GetModuleHandleW(nullptr), &listener, nullptr, nullptr); }
-  RecordingListener listener;
-  TimedManager manager;
-  BOOL opened;
-};
+using OpenedTimedManager = OpenedManagerOf<TimedManager>;
 
 // A target that only counts.
 class CountingTarget : public DbEventTarget {
@@ -68,7 +63,7 @@ TEST_CASE("fourteen writes of a burst by another program are applied one by one,
     CAPTURE(burst);
     FreshDevice();
     WriteGenerated(30);
-    OpenedManager m;
+    OpenedTimedManager m;
     REQUIRE(m.opened);
     m.listener.calls.clear();
     const std::vector<CEOID> before = AllRecordIds();
@@ -104,7 +99,7 @@ TEST_CASE("fourteen writes of a burst by another program are applied one by one,
 TEST_CASE("events of another database are queued and counted but change nothing") {
   FreshDevice();
   std::vector<CEOID> ids = WriteGenerated(20);
-  OpenedManager m;
+  OpenedTimedManager m;
   REQUIRE(m.opened);
   const CEOID other = m.manager.Categories().GetOid();
   REQUIRE(other != 0);
@@ -134,7 +129,7 @@ TEST_CASE("events of another database are queued and counted but change nothing"
 TEST_CASE("every event restarts the 500 ms gathering") {
   FreshDevice();
   std::vector<CEOID> ids = WriteGenerated(10);
-  OpenedManager m;
+  OpenedTimedManager m;
   REQUIRE(m.opened);
   const CEOID contacts = m.manager.Contacts().GetOid();
   DWORD last = 0;
@@ -155,7 +150,7 @@ TEST_CASE(
     "an event during the 2-second wait cancels nothing until it is applied; then the wait starts again") {
   FreshDevice();
   std::vector<CEOID> ids = WriteGenerated(10);
-  OpenedManager m;
+  OpenedTimedManager m;
   REQUIRE(m.opened);
   // Let the commit of the opening's rebuild pass first.
   REQUIRE(PumpUntil([&] { return m.manager.saveTicks.size() == 1; }, 6000));
@@ -249,7 +244,7 @@ TEST_CASE("every notification is given back to the platform, an unknown type too
 TEST_CASE("a deleted contact that the index doesn't know gives no listener call") {
   FreshDevice();
   WriteGenerated(5);
-  OpenedManager m;
+  OpenedTimedManager m;
   REQUIRE(m.opened);
   m.listener.calls.clear();
   m.manager.OnDbEvent(ChangeDeleted, m.manager.Contacts().GetOid(), 0x7ffffff0);
@@ -261,7 +256,7 @@ TEST_CASE("a deleted contact that the index doesn't know gives no listener call"
 TEST_CASE("changes and deletions by another program reach the index and the listener") {
   FreshDevice();
   std::vector<CEOID> ids = WriteGenerated(12);
-  OpenedManager m;
+  OpenedTimedManager m;
   REQUIRE(m.opened);
   m.listener.calls.clear();
   REQUIRE(TouchRecord(ids[2], L"Zebraworks"));

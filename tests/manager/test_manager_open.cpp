@@ -14,16 +14,6 @@ using namespace managertest;
 
 namespace {
 
-// A manager of the test's own, opened without coordinator (it writes) and without progress.
-struct OpenedManager {
-  explicit OpenedManager(PimSync* sync = nullptr, IndexProgressSink* sink = nullptr) {
-    opened = manager.Open(GetModuleHandleW(nullptr), &listener, sync, sink);
-  }
-  RecordingListener listener;
-  ContactManager manager;
-  BOOL opened;
-};
-
 // Opens, lets the 2-second commit save both files, and closes.
 void OpenSaveClose() {
   OpenedManager m;

@@ -18,13 +18,6 @@ using namespace managertest;
 
 namespace {
 
-struct OpenedManager {
-  OpenedManager() { opened = manager.Open(GetModuleHandleW(nullptr), &listener, nullptr, nullptr); }
-  RecordingListener listener;
-  ContactManager manager;
-  BOOL opened;
-};
-
 std::vector<CEOID> Found(ContactManager& manager, int tree, const wchar_t* key) {
   Array<CEOID> ids;
   manager.Index().FindPrefix(tree, key, ids);

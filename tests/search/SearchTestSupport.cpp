@@ -117,16 +117,6 @@ CEOID WriteContact(Contact& contact) {
   return contact.oid;
 }
 
-Contact NamedContact(const wchar_t* last, const wchar_t* first, const wchar_t* company,
-                     const wchar_t* fileAs) {
-  Contact c;
-  c.text[ContactField::LastName] = last;
-  c.text[ContactField::FirstName] = first;
-  c.text[ContactField::Company] = company;
-  c.text[ContactField::FileAs] = fileAs;
-  return c;
-}
-
 CEOID CategoryId(const wchar_t* name) {
   CategoriesDBManager categories;
   if (!categories.Open()) return 0;
@@ -146,10 +136,6 @@ std::vector<uint8_t> CategoryMask(const std::vector<std::wstring>& names) {
     mask[position / 8] |= static_cast<uint8_t>(1u << (position % 8));
   }
   return mask;
-}
-
-OpenedManager::OpenedManager() {
-  opened = manager.Open(GetModuleHandleW(nullptr), &listener, nullptr, nullptr);
 }
 
 std::vector<CEOID> Ids(const Array<CEOID>& ids) {
@@ -176,7 +162,7 @@ std::string Show(const std::vector<CEOID>& ids) {
   return text + "]";
 }
 
-std::string Show(const std::wstring& text) { return managertest::U8(text); }
+std::string Show(const std::wstring& text) { return U8(text); }
 
 // --- the reference ---------------------------------------------------------------------------------------
 

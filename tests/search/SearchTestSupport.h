@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "ManagerTestSupport.h"
+#include "NamedContact.h"
 #include "manager/core/ContactManager.h"
 #include "storage/contact/Contact.h"
 
@@ -24,21 +25,12 @@ void ForgetLetterSetting();
 
 // Writes `contact` straight into the database; gives its id.
 CEOID WriteContact(Contact& contact);
-// A contact with the given names and File As.
-Contact NamedContact(const wchar_t* last, const wchar_t* first, const wchar_t* company = L"",
-                     const wchar_t* fileAs = L"");
 // The id of the category `name` in the categories database, made when missing.
 CEOID CategoryId(const wchar_t* name);
 // The mask of categories `names` as a contact stores it: bit p % 8 of byte p / 8 for position p.
 std::vector<uint8_t> CategoryMask(const std::vector<std::wstring>& names);
 
-// A manager of the test's own, opened without coordinator (it writes) and without progress.
-struct OpenedManager {
-  OpenedManager();
-  managertest::RecordingListener listener;
-  ContactManager manager;
-  BOOL opened;
-};
+using managertest::OpenedManager;
 
 std::vector<CEOID> Ids(const Array<CEOID>& ids);
 std::vector<uint32_t> Flat(const Array<uint32_t>& flat);

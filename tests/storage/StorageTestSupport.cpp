@@ -1,37 +1,21 @@
 #include "StorageTestSupport.h"
 
+#include "TestPaths.h"
+
 #include "storage/contact/ContactDatabase.h"
 
 #include <stdio.h>
 
 namespace {
 
-// The storage tests keep to a store file of their own, made afresh for each run, so that the device's
-// own databases are never touched. The store reads the variable when it is first used, after this.
-struct OwnStoreFile {
-  OwnStoreFile() {
-    wchar_t given[MAX_PATH];
-    if (GetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", given, MAX_PATH) == 0) {
-      SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", storetest::kTestStoreFile);
-      DeleteFileW(storetest::kTestStoreFile);
-    }
-  }
-};
-OwnStoreFile g_ownStoreFile;
+// The storage tests keep to a store file of their own.
+testpaths::OwnObjectStore g_ownStore(storetest::kTestStoreFile);
 
 }  // namespace
 
 namespace storetest {
 
 const wchar_t kTestStoreFile[] = L"\\windows\\test_storage.cdb";
-
-std::string U8(const wchar_t* text) {
-  if (text == nullptr) return "<null>";
-  int bytes = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
-  std::string out(bytes > 0 ? bytes - 1 : 0, '\0');
-  if (bytes > 1) WideCharToMultiByte(CP_UTF8, 0, text, -1, &out[0], bytes, nullptr, nullptr);
-  return out;
-}
 
 std::string Bytes(const ByteBuffer& buffer) {
   if (buffer.GetLength() == 0) return std::string();
@@ -46,44 +30,6 @@ std::string Hex(const ByteBuffer& buffer) {
     text += piece;
   }
   return text.empty() ? "-" : text;
-}
-
-bool DeleteDatabaseNamed(const wchar_t* name) {
-  for (;;) {
-    CEOID oid = 0;
-    HANDLE handle = CeOpenDatabase(&oid, const_cast<LPWSTR>(name), 0, 0, nullptr);
-    if (handle == INVALID_HANDLE_VALUE) return GetLastError() == ERROR_FILE_NOT_FOUND;
-    CloseHandle(handle);
-    if (!CeDeleteDatabase(oid)) return false;
-  }
-}
-
-CEOID RecreateDatabase(const wchar_t* name, DWORD type, std::vector<SORTORDERSPEC> sorts) {
-  DeleteDatabaseNamed(name);
-  return CeCreateDatabase(const_cast<LPWSTR>(name), type, static_cast<WORD>(sorts.size()),
-                          sorts.empty() ? nullptr : sorts.data());
-}
-
-std::vector<SORTORDERSPEC> ContactSortOrders(bool withCompany) {
-  // The device's own: file-as, last name, company and first name.
-  const DWORD text = CEDB_SORT_CASEINSENSITIVE | CEDB_SORT_UNKNOWNFIRST;
-  std::vector<SORTORDERSPEC> sorts = {{MAKE_CEPROPID(0x4013, CEVT_LPWSTR), text},
-                                      {MAKE_CEPROPID(0x3A11, CEVT_LPWSTR), text}};
-  if (withCompany) sorts.push_back({MAKE_CEPROPID(0x3A16, CEVT_LPWSTR), text});
-  sorts.push_back({MAKE_CEPROPID(0x3A06, CEVT_LPWSTR), text});
-  return sorts;
-}
-
-std::vector<SORTORDERSPEC> CategorySortOrders() {
-  return {
-      {MAKE_CEPROPID(0x4002, CEVT_I2), 0},
-      {MAKE_CEPROPID(0x4001, CEVT_LPWSTR), CEDB_SORT_CASEINSENSITIVE},
-  };
-}
-
-void MakeCleanContactStore(bool withCompanySort) {
-  RecreateDatabase(kContactsDatabaseName, 0, ContactSortOrders(withCompanySort));
-  RecreateDatabase(kCategoriesDatabaseName, 0, CategorySortOrders());
 }
 
 std::map<CEPROPID, RawValue> RawRecord(HANDLE db, CEOID oid) {

@@ -20,7 +20,7 @@ struct Store {
   RecordingCounter counter;
 
   explicit Store(bool withCompanySort = true) {
-    MakeCleanContactStore(withCompanySort);
+    MakeEmptyContactDatabases(withCompanySort);
     REQUIRE(db.Open(nullptr));
   }
   ~Store() { db.Close(); }
@@ -105,7 +105,7 @@ Contact RandomContact(std::mt19937& random) {
 }  // namespace
 
 TEST_CASE("Open needs both databases; Close closes both") {
-  MakeCleanContactStore();
+  MakeEmptyContactDatabases();
   ContactDatabase db;
   REQUIRE(db.Open(nullptr));
   CHECK(db.Contacts().IsOpen());

@@ -4,6 +4,7 @@
 #include "SyncTestSupport.h"
 
 #include "TestRegistry.h"
+#include "TodayFixture.h"
 #include "foundation/Settings.h"
 #include "presentation/Skin.h"
 #include "sync/PimSync.h"
@@ -30,34 +31,17 @@ class DataSideStandIn : public SyncMessageHandler {
   }
 };
 
-// A clean registry, an empty record and log, and a window standing in for the Today host.
-struct ItemAmongProcesses {
-  RecordView record;
-  HWND host = nullptr;
-  TODAYLISTITEM item = {};
+// The log emptied before the test and after it, when all else has gone.
+struct ClearedLog {
+  ClearedLog() { ClearLog(); }
+  ~ClearedLog() { ClearLog(); }
+};
 
-  ItemAmongProcesses() {
-    ClearLog();
-    testreg::DeleteTree(HKEY_CURRENT_USER, testreg::kSettingsRoot);
-    testreg::DeleteTree(HKEY_LOCAL_MACHINE, testreg::kTodayItemKey);
-    host = CreateWindowExW(0, L"STATIC", L"host", WS_OVERLAPPEDWINDOW, 0, 0, 240, 320, nullptr, nullptr,
-                           GetModuleHandleW(nullptr), nullptr);
-    wcscpy(item.szName, L"Pagemark");
-    item.tlit = tlitCustom;
-    item.fEnabled = TRUE;
-    item.hinstDLL = GetModuleHandleW(nullptr);
-  }
-  ~ItemAmongProcesses() {
-    g_syncMessageHandler = nullptr;
-    if (g_pimToday && g_pimToday->GetHwnd()) DestroyWindow(g_pimToday->GetHwnd());
-    if (host) DestroyWindow(host);
-    delete g_pimToday;
-    g_pimToday = nullptr;
-    for (const wchar_t* name : kItemWindowClasses) UnregisterClassW(name, GetModuleHandleW(nullptr));
-    testreg::DeleteTree(HKEY_CURRENT_USER, testreg::kSettingsRoot);
-    testreg::DeleteTree(HKEY_LOCAL_MACHINE, testreg::kTodayItemKey);
-    ClearLog();
-  }
+// A clean registry, an empty record and log, and a window standing in for the Today host.
+struct ItemAmongProcesses : ClearedLog, TodayFixture {
+  RecordView record;
+
+  ~ItemAmongProcesses() { g_syncMessageHandler = nullptr; }
   HWND Start() {
     HWND window = InitializeCustomItem(&item, host);
     REQUIRE(window != nullptr);
