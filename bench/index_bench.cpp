@@ -14,7 +14,9 @@
 #include <utility>
 #include <vector>
 
+#include "BenchFolder.h"
 #include "BenchTimer.h"
+#include "DeviceContacts.h"
 #include "Generator.h"
 #include "manager/letters/KeypadGroups.h"
 #include "storage/index/BulkBuilder.h"
@@ -36,44 +38,11 @@ const int kLookups = 1000;
 
 // --- contacts ------------------------------------------------------------------------------------------
 
-Str ToStr(const std::wstring& text) { return Str(text.c_str()); }
-
-FILETIME ToFileTime(uint64_t value) {
-  FILETIME time;
-  time.dwLowDateTime = static_cast<DWORD>(value);
-  time.dwHighDateTime = static_cast<DWORD>(value >> 32);
-  return time;
-}
-
-void AddPairs(const std::vector<LabelledValue>& from, LabelValueList& to) {
-  for (const LabelledValue& pair : from) to.Add(LabelValue{ToStr(pair.label), ToStr(pair.value)});
-}
-
 // The whole generated contact, its extended block included, as the item holds it.
 Contact ToContact(const ToolContact& source, CEOID oid) {
   Contact contact;
   contact.oid = oid;
-  for (int f = 0; f < kContactTextCount; ++f) contact.text[f] = ToStr(source.text[f]);
-  contact.birthday = ToFileTime(source.birthday);
-  contact.anniversary = ToFileTime(source.anniversary);
-  AddPairs(source.phones, contact.Phone);
-  AddPairs(source.emails, contact.Email);
-  AddPairs(source.webPages, contact.WebPage);
-  AddPairs(source.people, contact.People);
-  AddPairs(source.links, contact.Link);
-  AddPairs(source.otherValues, contact.OtherProp);
-  for (const ToolMessenger& messenger : source.messengers)
-    contact.Messenger.Add(MessengerEntry{ToStr(messenger.kind), ToStr(messenger.id), ToStr(messenger.note)});
-  for (const ToolAddress& address : source.addresses) {
-    AddressEntry entry;
-    for (int part = 0; part < 5; ++part) entry.parts[part] = ToStr(address.parts[part]);
-    entry.format = address.format;
-    entry.label = ToStr(address.label);
-    contact.Address.Add(entry);
-  }
-  for (const ToolDate& date : source.dates)
-    contact.Date.Add(DateEntry{ToStr(date.label), ToFileTime(date.date)});
-  contact.Image = ToStr(source.photo);
+  ToContactFields(source, contact);
   contact.checksum = contact.ComputeChecksum();
   return contact;
 }
@@ -129,28 +98,6 @@ class MemoryKeySource : public ContactKeySource {
 std::wstring g_folder;
 
 std::wstring BenchPath(const std::wstring& name) { return g_folder + name; }
-
-void MakeFolder() {
-  wchar_t temp[MAX_PATH];
-  DWORD length = GetTempPathW(MAX_PATH, temp);
-  g_folder.assign(temp, length);
-  if (g_folder.empty() || g_folder.back() != L'\\') g_folder += L'\\';
-  g_folder += L"pagemark-index-bench\\";
-  CreateDirectoryW(g_folder.c_str(), nullptr);
-}
-
-void RemoveFolder() {
-  WIN32_FIND_DATAW found;
-  HANDLE search = FindFirstFileW((g_folder + L"*").c_str(), &found);
-  if (search != INVALID_HANDLE_VALUE) {
-    do {
-      if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY))
-        DeleteFileW((g_folder + found.cFileName).c_str());
-    } while (FindNextFileW(search, &found));
-    FindClose(search);
-  }
-  RemoveDirectoryW(g_folder.c_str());
-}
 
 uint64_t FileBytes(const std::wstring& path) {
   WIN32_FILE_ATTRIBUTE_DATA info;
@@ -413,7 +360,7 @@ void CapacityBySingleAdds() {
 
 int main() {
   setvbuf(stdout, nullptr, _IONBF, 0);
-  MakeFolder();
+  g_folder = MakeBenchFolder(L"pagemark-index-bench");
   // The keypad letters of a device with English and Russian: the generated contacts have names of both.
   Array<Str> letters;
   const wchar_t* const groups[] = {L"ABCабвг", L"DEFдеёжз", L"GHIийкл", L"JKLмноп",
@@ -429,6 +376,6 @@ int main() {
   Capacity(10000);
   CapacityBySingleAdds();
   std::printf("\n(%.1f s in all)\n", (NowMs() - begin) / 1000.0);
-  RemoveFolder();
+  RemoveBenchFolder(g_folder);
   return 0;
 }

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <vector>
 #include "BenchTimer.h"
+#include "DeviceDatabases.h"
 #include "Generator.h"
 #include "storage/contact/ContactDatabase.h"
 
@@ -13,35 +14,12 @@ namespace {
 
 const wchar_t kStore[] = L"\\Temp\\bench-objectstore.cdb";
 
-// Drops a database of the store if it is there, so that every run starts empty.
-void Drop(const wchar_t* name) {
-  CEOID oid = 0;
-  HANDLE handle = CeOpenDatabase(&oid, const_cast<LPWSTR>(name), 0, 0, nullptr);
-  if (handle == INVALID_HANDLE_VALUE) return;
-  CloseHandle(handle);
-  CeDeleteDatabase(oid);
-}
-
-bool CreateDatabases() {
-  Drop(kContactsDatabaseName);
-  Drop(kCategoriesDatabaseName);
-  SORTORDERSPEC contacts[4] = {
-      {MAKE_CEPROPID(0x4013, CEVT_LPWSTR), CEDB_SORT_CASEINSENSITIVE | CEDB_SORT_UNKNOWNFIRST},
-      {MAKE_CEPROPID(0x3A11, CEVT_LPWSTR), CEDB_SORT_CASEINSENSITIVE | CEDB_SORT_UNKNOWNFIRST},
-      {MAKE_CEPROPID(0x3A16, CEVT_LPWSTR), CEDB_SORT_CASEINSENSITIVE | CEDB_SORT_UNKNOWNFIRST},
-      {MAKE_CEPROPID(0x3A06, CEVT_LPWSTR), CEDB_SORT_CASEINSENSITIVE | CEDB_SORT_UNKNOWNFIRST}};
-  SORTORDERSPEC categories[2] = {{MAKE_CEPROPID(0x4002, CEVT_I2), 0},
-                                 {MAKE_CEPROPID(0x4001, CEVT_LPWSTR), CEDB_SORT_CASEINSENSITIVE}};
-  return CeCreateDatabase(const_cast<LPWSTR>(kContactsDatabaseName), 0, 4, contacts) != 0 &&
-         CeCreateDatabase(const_cast<LPWSTR>(kCategoriesDatabaseName), 0, 2, categories) != 0;
-}
-
 void Row(const char* what, int count, double ms) {
   std::printf("  %-44s %9.1f ms  %9.1f us/record\n", what, ms, ms * 1000.0 / count);
 }
 
 void Run(int count) {
-  if (!CreateDatabases()) {
+  if (!MakeEmptyContactDatabases()) {
     std::printf("could not create the databases (error %lu)\n", GetLastError());
     return;
   }

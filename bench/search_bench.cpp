@@ -28,9 +28,12 @@
 #include <string>
 #include <vector>
 
+#include "BenchFolder.h"
 #include "BenchTimer.h"
 #include "DeviceContacts.h"
+#include "DeviceDatabases.h"
 #include "Generator.h"
+#include "Output.h"
 #include "ToolCategories.h"
 #include "extended/ContactNote.h"
 #include "foundation/Settings.h"
@@ -59,15 +62,6 @@ const int kMinDigits = 4;
 
 // --- small helpers ---------------------------------------------------------------------------------------
 
-std::string Utf8(const std::wstring& text) {
-  if (text.empty()) return std::string();
-  const int n = WideCharToMultiByte(CP_UTF8, 0, text.c_str(), static_cast<int>(text.size()), nullptr, 0,
-                                    nullptr, nullptr);
-  std::string out(static_cast<size_t>(n), '\0');
-  WideCharToMultiByte(CP_UTF8, 0, text.c_str(), static_cast<int>(text.size()), &out[0], n, nullptr, nullptr);
-  return out;
-}
-
 std::wstring DigitsOf(const wchar_t* text) {
   std::wstring digits;
   for (const wchar_t* at = text; at != nullptr && *at != 0; ++at) {
@@ -92,25 +86,6 @@ void Progress(const char* format, ...) {
 }
 
 // --- the device: a contacts database of the bench's own -------------------------------------------------
-
-void DropDatabase(const wchar_t* name) {
-  CEOID oid = 0;
-  HANDLE handle = CeOpenDatabase(&oid, const_cast<LPWSTR>(name), 0, 0, nullptr);
-  if (handle == INVALID_HANDLE_VALUE) return;
-  CloseHandle(handle);
-  CeDeleteDatabase(oid);
-}
-
-bool MakeDatabases() {
-  DropDatabase(kContactsDatabaseName);
-  DropDatabase(kCategoriesDatabaseName);
-  const DWORD text = CEDB_SORT_CASEINSENSITIVE | CEDB_SORT_UNKNOWNFIRST;
-  SORTORDERSPEC contacts[4] = {
-      {0x4013001F, text}, {0x3A11001F, text}, {0x3A16001F, text}, {0x3A06001F, text}};
-  SORTORDERSPEC categories[2] = {{0x40020002, 0}, {0x4001001F, CEDB_SORT_CASEINSENSITIVE}};
-  return CeCreateDatabase(const_cast<LPWSTR>(kContactsDatabaseName), 0, 4, contacts) != 0 &&
-         CeCreateDatabase(const_cast<LPWSTR>(kCategoriesDatabaseName), 0, 2, categories) != 0;
-}
 
 // The records of the database in the order they were written: record k holds generated contact k.
 std::vector<CEOID> g_records;
@@ -170,15 +145,6 @@ bool g_summary = false;
 
 std::wstring IndexPath() { return g_folder + L"search-bench-index1.dat"; }
 std::wstring PropsPath() { return g_folder + L"search-bench-index2.dat"; }
-
-void MakeIndexFolder() {
-  wchar_t temp[MAX_PATH];
-  const DWORD length = GetTempPathW(MAX_PATH, temp);
-  g_folder.assign(temp, length);
-  if (g_folder.empty() || g_folder.back() != L'\\') g_folder += L'\\';
-  g_folder += L"pagemark-search-bench\\";
-  CreateDirectoryW(g_folder.c_str(), nullptr);
-}
 
 void DeleteIndexFiles() {
   DeleteFileW(IndexPath().c_str());
@@ -547,7 +513,7 @@ class Export {
     std::fputc('\n', file);
   }
   void Query(QueryKind kind, const std::wstring& query, const std::vector<uint32_t>& result) {
-    std::fprintf(file, "Q\t%s\t%s\t", kKindName[kind], Utf8(query).c_str());
+    std::fprintf(file, "Q\t%s\t%s\t", kKindName[kind], ToUtf8(query).c_str());
     for (size_t k = 0; k < result.size(); ++k) std::fprintf(file, k == 0 ? "%u" : " %u", result[k]);
     std::fputc('\n', file);
   }
@@ -556,7 +522,7 @@ class Export {
   void Words(const std::vector<std::wstring>& words) {
     for (size_t k = 0; k < words.size(); ++k) {
       if (k > 0) std::fputc(' ', file);
-      std::fputs(Utf8(words[k]).c_str(), file);
+      std::fputs(ToUtf8(words[k]).c_str(), file);
     }
   }
   FILE* file = nullptr;
@@ -876,7 +842,7 @@ class LetterSetForRun {
 int main(int argc, char** argv) {
   // With a folder the exports go there for the SQLite peer; without one this program runs alone (as
   // scripts/bench.sh runs it), prints its own figures and keeps its exports in its temporary folder.
-  MakeIndexFolder();
+  g_folder = MakeBenchFolder(L"pagemark-search-bench");
   std::wstring outFolder = g_folder;
   if (argc >= 2) {
     wchar_t folder[MAX_PATH];
@@ -900,7 +866,7 @@ int main(int argc, char** argv) {
 
   SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", kStore);
   DeleteFileW(kStore);
-  if (!MakeDatabases()) {
+  if (!MakeEmptyContactDatabases()) {
     std::printf("could not make the databases (error %lu)\n", GetLastError());
     return 1;
   }
@@ -921,18 +887,9 @@ int main(int argc, char** argv) {
   Progress("(%.1f s on the device)\n", (NowMs() - begin) / 1000.0);
 
   // The bench's own folder with the index files (and the exports when it ran alone).
-  WIN32_FIND_DATAW found;
-  HANDLE search = FindFirstFileW((g_folder + L"*").c_str(), &found);
-  if (search != INVALID_HANDLE_VALUE) {
-    do {
-      if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY))
-        DeleteFileW((g_folder + found.cFileName).c_str());
-    } while (FindNextFileW(search, &found));
-    FindClose(search);
-  }
-  RemoveDirectoryW(g_folder.c_str());
-  DropDatabase(kContactsDatabaseName);
-  DropDatabase(kCategoriesDatabaseName);
+  RemoveBenchFolder(g_folder);
+  DeleteDatabaseNamed(kContactsDatabaseName);
+  DeleteDatabaseNamed(kCategoriesDatabaseName);
   DeleteFileW(kStore);
   return 0;
 }

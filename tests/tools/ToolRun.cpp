@@ -83,15 +83,6 @@ std::vector<std::string> Lines(const std::string& text) {
   return lines;
 }
 
-std::string Utf8(const std::wstring& text) {
-  if (text.empty()) return std::string();
-  int n = WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0, nullptr,
-                              nullptr);
-  std::string out(n, '\0');
-  WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), &out[0], n, nullptr, nullptr);
-  return out;
-}
-
 void FreshStore() {
   DeleteFileW(IndexStore::DefaultPath());
   DeleteFileW(PropsStore::DefaultPath());

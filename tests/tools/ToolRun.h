@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "Output.h"
+
 namespace tooltest {
 
 // The object store the programs are run with.
@@ -19,7 +21,6 @@ struct Run {
 // without the console's CR.
 Run Tool(const std::wstring& program, const std::wstring& arguments);
 std::vector<std::string> Lines(const std::string& text);
-std::string Utf8(const std::wstring& text);
 // A new, empty store with the two databases, and no index files or reset marks.
 void FreshStore();
 

@@ -27,24 +27,24 @@ std::vector<std::string> ExpectedExtendedLines(const ToolContact& c) {
   std::vector<std::string> lines;
   auto pairs = [&lines](const char* name, const std::vector<LabelledValue>& list) {
     for (const LabelledValue& pair : list)
-      lines.push_back(std::string(name) + " (" + Utf8(pair.label) + "): " + Utf8(pair.value));
+      lines.push_back(std::string(name) + " (" + ToUtf8(pair.label) + "): " + ToUtf8(pair.value));
   };
   pairs("Phone", c.phones);
   pairs("Email", c.emails);
   for (const ToolMessenger& m : c.messengers)
-    lines.push_back("Messenger (" + Utf8(m.kind) + "): " + Utf8(m.id) +
-                    (m.note.empty() ? "" : " (" + Utf8(m.note) + ")"));
+    lines.push_back("Messenger (" + ToUtf8(m.kind) + "): " + ToUtf8(m.id) +
+                    (m.note.empty() ? "" : " (" + ToUtf8(m.note) + ")"));
   pairs("WebPage", c.webPages);
   for (const ToolAddress& a : c.addresses) {
-    std::string line = "Address (" + Utf8(a.label) + "): ";
-    for (const std::wstring& part : a.parts) line += Utf8(part) + "; ";
+    std::string line = "Address (" + ToUtf8(a.label) + "): ";
+    for (const std::wstring& part : a.parts) line += ToUtf8(part) + "; ";
     lines.push_back(line + std::to_string(a.format));
   }
   pairs("People", c.people);
-  for (const ToolDate& d : c.dates) lines.push_back("Date (" + Utf8(d.label) + "): " + DateOf(d.date));
+  for (const ToolDate& d : c.dates) lines.push_back("Date (" + ToUtf8(d.label) + "): " + DateOf(d.date));
   pairs("Link", c.links);
   pairs("Other", c.otherValues);
-  if (!c.photo.empty()) lines.push_back("Photo: " + Utf8(c.photo));
+  if (!c.photo.empty()) lines.push_back("Photo: " + ToUtf8(c.photo));
   return lines;
 }
 
@@ -69,8 +69,8 @@ TEST_CASE("generate writes the generator's contacts and list shows them in order
     CAPTURE(line);
     REQUIRE(line.size() >= 10);
     CHECK(line.find_first_not_of("0123456789abcdef") == 8);  // the record id in hexadecimal
-    CHECK(line.substr(10, Utf8(static_cast<const wchar_t*>(name)).size()) ==
-          Utf8(static_cast<const wchar_t*>(name)));
+    CHECK(line.substr(10, ToUtf8(static_cast<const wchar_t*>(name)).size()) ==
+          ToUtf8(static_cast<const wchar_t*>(name)));
   }
 }
 
@@ -88,17 +88,17 @@ TEST_CASE("dump prints the stored fields, dates, categories, Note and extended d
     REQUIRE(dump.code == 0);
     CHECK(dump.out.rfind("Id: " + id + "\n", 0) == 0);
     if (!expected.text[FieldLastName].empty())
-      CHECK(dump.out.find("LastName: " + Utf8(expected.text[FieldLastName]) + "\n") != std::string::npos);
+      CHECK(dump.out.find("LastName: " + ToUtf8(expected.text[FieldLastName]) + "\n") != std::string::npos);
     if (!expected.text[FieldMobilePhone].empty())
-      CHECK(dump.out.find("MobilePhone: " + Utf8(expected.text[FieldMobilePhone]) + "\n") !=
+      CHECK(dump.out.find("MobilePhone: " + ToUtf8(expected.text[FieldMobilePhone]) + "\n") !=
             std::string::npos);
     if (!expected.categories.empty()) CHECK(dump.out.find("Categories: ") != std::string::npos);
     for (const std::wstring& category : expected.categories)
-      CHECK(dump.out.find(Utf8(category)) != std::string::npos);
+      CHECK(dump.out.find(ToUtf8(category)) != std::string::npos);
     if (!expected.note.empty()) {
       // A Note kept rich, or made rich to carry extended data, shows its lines joined by spaces.
       std::string note;
-      for (char c : Utf8(expected.note))
+      for (char c : ToUtf8(expected.note))
         if (c != '\r') note += c;
       if (expected.richNote || expected.HasExtended())
         for (char& c : note)
@@ -151,7 +151,7 @@ TEST_CASE("import writes the extended data of a card into its Note, and dump rea
       << "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Petrov;Ivan\r\n"
          "TEL;TYPE=CELL:+7 900 000-00-01\r\nTEL;TYPE=CELL:+7 900 000-00-02\r\n"
          "item1.TEL;TYPE=CELL:+7 812 555-01-02\r\nitem1.X-ABLabel:" +
-             Utf8(L"Дача") +
+             ToUtf8(L"Дача") +
              "\r\n"
              "X-ICQ:123456789\r\nIMPP;TYPE=WORK:xmpp:ivan@jabber.example\r\n"
              "ADR;TYPE=HOME:;;1 Main St;Springfield;;12345;USA\r\nADR;TYPE=HOME:;;2 Lake "
@@ -176,7 +176,7 @@ TEST_CASE("import writes the extended data of a card into its Note, and dump rea
                       "Note: Call after 6 Key: [42]\n"
                       "Phone (Mobile): +7 900 000-00-02\n"
                       "Phone (" +
-                      Utf8(L"Дача") +
+                      ToUtf8(L"Дача") +
                       "): +7 812 555-01-02\n"
                       "Messenger (ICQ): 123456789\n"
                       "Messenger (Jabber): ivan@jabber.example (work)\n"

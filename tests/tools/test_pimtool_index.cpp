@@ -30,7 +30,7 @@ void UseToolStore() { SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", kStore);
 std::string ListNameOf(ContactManager& manager, CEOID oid) {
   Str last, first, company, title;
   manager.ReadNameFields(oid, last, first, company, title);
-  return Utf8(static_cast<const wchar_t*>(ListName(last, first, company, title)));
+  return ToUtf8(static_cast<const wchar_t*>(ListName(last, first, company, title)));
 }
 
 // The rows pimtool prints for a plain result.
@@ -46,7 +46,7 @@ std::vector<std::string> GroupedRows(ContactManager& manager, const Array<uint32
   int at = 0;
   for (int g = 0; at < flat.GetSize(); ++g) {
     const int size = static_cast<int>(flat[at++]);
-    rows.push_back("[" + Utf8(static_cast<const wchar_t*>(titles[g])) + "]");
+    rows.push_back("[" + ToUtf8(static_cast<const wchar_t*>(titles[g])) + "]");
     for (int k = 0; k < size; ++k, ++at)
       rows.push_back(HexOf(flat[at]) + "  " + ListNameOf(manager, flat[at]));
   }
@@ -157,7 +157,7 @@ TEST_CASE("pimtool search on 10,000 contacts prints the manager's own results an
   REQUIRE(manager.LastOpenReport().state == IndexInStep);
   CategoryFilter none;
   for (const wchar_t* digits : {L"4", L"44", L"446", L"2", L"73", L"5263"}) {
-    CAPTURE(Utf8(digits));
+    CAPTURE(ToUtf8(digits));
     for (int sort : {0, 1, 2}) {
       CAPTURE(sort);
       Run run = Tool(L"pimtool.exe",
@@ -184,7 +184,7 @@ TEST_CASE("pimtool search on 10,000 contacts prints the manager's own results an
   for (const wchar_t* digits : {L"4", L"44", L"446"}) {
     const std::wstring query = static_cast<const wchar_t*>(KeypadQuery(digits));
     for (int sort : {0, 1, 2}) {
-      CAPTURE(Utf8(digits));
+      CAPTURE(ToUtf8(digits));
       CAPTURE(sort);
       Run run = Tool(L"pimtool.exe",
                      std::wstring(L"search --keypad ") + digits + L" --sort " + std::to_wstring(sort));

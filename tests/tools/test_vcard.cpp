@@ -4,7 +4,7 @@
 
 namespace {
 
-std::string Utf8(const std::wstring& text) {
+std::string ToUtf8(const std::wstring& text) {
   std::string out;
   for (wchar_t c : text) {
     unsigned u = c;
@@ -119,7 +119,7 @@ TEST_CASE("vCard 2.1: bare types, quoted-printable with soft breaks, character s
 }
 
 TEST_CASE("UTF-8 and UTF-16 files with byte-order marks") {
-  std::string card = "BEGIN:VCARD\r\nVERSION:3.0\r\nN:" + Utf8(L"Müller;Jürgen") + "\r\nEND:VCARD\r\n";
+  std::string card = "BEGIN:VCARD\r\nVERSION:3.0\r\nN:" + ToUtf8(L"Müller;Jürgen") + "\r\nEND:VCARD\r\n";
   VCardResult utf8 = ParseVCards("\xEF\xBB\xBF" + card);
   REQUIRE(utf8.contacts.size() == 1);
   CHECK(utf8.contacts[0].text[FieldLastName] == L"Müller");

@@ -84,12 +84,17 @@ bool RichNoteOf(const std::wstring& text, ByteBuffer& document) {
   return true;
 }
 
-bool ToContactRecord(const ToolContact& source, ToolCategories& categories, ContactNote& note,
-                     Contact& contact) {
-  contact.Clear();
+void ToContactFields(const ToolContact& source, Contact& contact) {
   for (int f = 0; f < ToolFieldCount; ++f) contact.text[f] = source.text[f].c_str();
   contact.birthday = ToFileTime(source.birthday);
   contact.anniversary = ToFileTime(source.anniversary);
+  FillExtended(source, contact);
+}
+
+bool ToContactRecord(const ToolContact& source, ToolCategories& categories, ContactNote& note,
+                     Contact& contact) {
+  contact.Clear();
+  ToContactFields(source, contact);
 
   // Bit n of byte k stands for the category id 8k + n.
   std::vector<BYTE> mask;
@@ -113,7 +118,6 @@ bool ToContactRecord(const ToolContact& source, ToolCategories& categories, Cont
       contact.rawNote.Assign(blob.data(), static_cast<uint32_t>(blob.size()));
     }
   }
-  FillExtended(source, contact);
   return note.MergeIntoNote(contact);
 }
 

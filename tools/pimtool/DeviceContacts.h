@@ -9,6 +9,10 @@
 #include "storage/contact/Contact.h"
 #include "storage/contact/ContactDatabase.h"
 
+// The texts, the two dates and the extended block of a tool contact in a contact record, without
+// categories and Note.
+void ToContactFields(const ToolContact& source, Contact& contact);
+
 // Fills a contact record from a tool contact: texts, dates, the category mask (categories are made
 // when missing), the extended block, and the Note: the user's text as plain wide text or as a rich
 // document, with the extended block merged into it by the item's writer. False (with the last error)
