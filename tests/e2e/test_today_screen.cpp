@@ -336,7 +336,7 @@ TEST_CASE("a skin.txt beside the main program paints the bar in its colours") {
   std::wstring skin = L"\\Program Files\\Zovrix Pagemark\\skin.txt";
   std::ofstream(skin.c_str(), std::ios::binary) << "TodayAbcColor1 = FF0000\r\nTodayAbcColor2=FF0000\r\n\r\n";
   Image image;
-  int first = -1, rows = 0;
+  int first = -1;
   std::wstring shot = BinDir() + L"e2e-skin.png";
   DeleteFileW(shot.c_str());
   CHECK(RunHost(WriteScript(L"e2e-skin.txt", "wait 2500\nshot " + Narrow(shot) + "\nquit\n")) == 0);
