@@ -38,15 +38,6 @@ std::wstring MemCheckPath(int tag) {
   return kMemCheckFolder + L"\\MemCheck" + std::to_wstring(tag) + L".bin";
 }
 
-void WriteFileBytes(const std::wstring& path, const std::string& bytes) {
-  HANDLE file =
-      CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-  REQUIRE(file != INVALID_HANDLE_VALUE);
-  DWORD written = 0;
-  WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
-  CloseHandle(file);
-}
-
 }  // namespace
 
 TEST_CASE("every private and system code has its name in the report table; others have none") {
@@ -246,15 +237,15 @@ TEST_CASE("MemCheck replaces an image of another size and overwrites one of the 
   CreateDirectoryW(kMemCheckFolder.c_str(), nullptr);
   std::wstring path = MemCheckPath(8);
 
-  WriteFileBytes(path, std::string(40, 'z'));
+  REQUIRE(testpaths::WriteFileText(path, std::string(40, 'z')));
   MemCheck("abcd", 4, 8);
   CHECK(testpaths::ReadFileText(path) == "abcd");
 
-  WriteFileBytes(path, "wxyz");
+  REQUIRE(testpaths::WriteFileText(path, "wxyz"));
   MemCheck("ABCD", 4, 8);
   CHECK(testpaths::ReadFileText(path) == "ABCD");
 
-  WriteFileBytes(path, "");
+  REQUIRE(testpaths::WriteFileText(path, ""));
   MemCheck("1234", 4, 8);
   CHECK(testpaths::ReadFileText(path) == "1234");
   DeleteFileW(path.c_str());
@@ -275,7 +266,7 @@ TEST_CASE(
   std::wstring path = MemCheckPath(10);
 
   // Held open without sharing: the read fails, and the call ends there.
-  WriteFileBytes(path, "old!");
+  REQUIRE(testpaths::WriteFileText(path, "old!"));
   HANDLE held =
       CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
   REQUIRE(held != INVALID_HANDLE_VALUE);

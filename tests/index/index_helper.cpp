@@ -5,23 +5,15 @@
 //                                    each contact's props record with its checksum. Exit 2: refused.
 //   resave INDEX PROPS               opens both files and saves them again at once.
 #include <windows.h>
-#include <shellapi.h>
 
 #include <string>
 #include <vector>
 
 #include "IndexTestSupport.h"
+#include "Output.h"
 #include "storage/index/ContactIndex.h"
 
 namespace {
-
-std::wstring FromU8(const std::string& text) {
-  if (text.empty()) return std::wstring();
-  int n = MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0);
-  std::wstring out(n, L'\0');
-  MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), &out[0], n);
-  return out;
-}
 
 std::string Numbers(const Array<CEOID>& ids) {
   std::string text;
@@ -42,17 +34,10 @@ int Lookup(const wchar_t* indexPath, const wchar_t* propsPath, const wchar_t* qu
   std::string result;
   Str report;
   result += index.Check(report) ? "check ok\n" : "check: " + U8(static_cast<const wchar_t*>(report));
-  std::vector<uint8_t> bytes = indextest::ReadFileBytes(queries);
-  std::string text(bytes.begin(), bytes.end());
-  size_t at = 0;
-  while (at < text.size()) {
-    size_t end = text.find('\n', at);
-    if (end == std::string::npos) end = text.size();
-    std::string line = text.substr(at, end - at);
-    at = end + 1;
+  for (const std::string& line : testpaths::ReadFileLines(queries)) {
     if (line.size() < 3) continue;
     Array<CEOID> ids;
-    index.FindPrefix(line[0] == '1' ? KeypadTree : WordTree, FromU8(line.substr(2)).c_str(), ids);
+    index.FindPrefix(line[0] == '1' ? KeypadTree : WordTree, FromUtf8(line.substr(2)).c_str(), ids);
     result += line + ": " + Numbers(ids) + "\n";
   }
   for (int kind = 0; kind < 2; ++kind) {
@@ -71,13 +56,8 @@ int Lookup(const wchar_t* indexPath, const wchar_t* propsPath, const wchar_t* qu
                 "\n";
     }
   }
-  HANDLE file = CreateFileW(out, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return 3;
-  DWORD written = 0;
-  WriteFile(file, result.data(), static_cast<DWORD>(result.size()), &written, nullptr);
-  CloseHandle(file);
   index.CloseStores();
-  return written == result.size() ? 0 : 3;
+  return testpaths::WriteFileText(out, result) ? 0 : 3;
 }
 
 int Resave(const wchar_t* indexPath, const wchar_t* propsPath) {
@@ -91,11 +71,9 @@ int Resave(const wchar_t* indexPath, const wchar_t* propsPath) {
 }  // namespace
 
 int main() {
-  int count = 0;
-  wchar_t** args = CommandLineToArgvW(GetCommandLineW(), &count);
-  if (args == nullptr || count < 2) return 1;
-  std::wstring command = args[1];
-  if (command == L"lookup" && count == 6) return Lookup(args[2], args[3], args[4], args[5]);
-  if (command == L"resave" && count == 4) return Resave(args[2], args[3]);
+  const std::vector<std::wstring> args = testpaths::ProgramArguments();
+  if (args.size() == 6 && args[1] == L"lookup")
+    return Lookup(args[2].c_str(), args[3].c_str(), args[4].c_str(), args[5].c_str());
+  if (args.size() == 4 && args[1] == L"resave") return Resave(args[2].c_str(), args[3].c_str());
   return 1;
 }

@@ -24,20 +24,6 @@ std::string Numbers(const std::vector<uint32_t>& ids) {
   return text;
 }
 
-bool WriteText(const std::wstring& path, const std::string& text) {
-  HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return false;
-  DWORD written = 0;
-  WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
-  CloseHandle(file);
-  return written == text.size();
-}
-
-std::string ReadText(const std::wstring& path) {
-  std::vector<uint8_t> bytes = ReadFileBytes(path);
-  return std::string(bytes.begin(), bytes.end());
-}
-
 struct Queries {
   std::string text;      // "<tree> <key>" lines for the helper
   std::string expected;  // what the helper must answer, as this process answers
@@ -101,7 +87,7 @@ TEST_CASE("a saved index opened in a new process answers alike and is saved agai
   Queries q = MakeQueries(f, 4000);
   const std::wstring queries = TempPath(L"process_queries.txt");
   const std::wstring out = TempPath(L"process_out.txt");
-  REQUIRE(WriteText(queries, q.text));
+  REQUIRE(testpaths::WriteFileText(queries, q.text));
 
   REQUIRE(f.index.Save(FALSE));
   // This process lets go, so the mapping goes and the helper must read the files.
@@ -115,7 +101,7 @@ TEST_CASE("a saved index opened in a new process answers alike and is saved agai
                                 L"lookup " + Quoted(f.indexPath) + L" " + Quoted(f.propsPath) + L" " +
                                     Quoted(queries) + L" " + Quoted(out),
                                 kHelperTimeoutMs) == 0);
-  const std::string answered = ReadText(out);
+  const std::string answered = testpaths::ReadFileText(out);
   CHECK(answered.size() == q.expected.size());
   CHECK(answered == q.expected);
 
@@ -146,13 +132,13 @@ TEST_CASE("a second process that opens a held index shares its memory and doesn'
   f.Add(late, L"inmemoryonly");
   const std::wstring queries = TempPath(L"shared_queries.txt");
   const std::wstring out = TempPath(L"shared_out.txt");
-  REQUIRE(WriteText(queries, "0 inmemoryonly\n0 latecomer\n"));
+  REQUIRE(testpaths::WriteFileText(queries, "0 inmemoryonly\n0 latecomer\n"));
   DeleteFileW(out.c_str());
   REQUIRE(testpaths::RunAndWait(Helper(),
                                 L"lookup " + Quoted(f.indexPath) + L" " + Quoted(f.propsPath) + L" " +
                                     Quoted(queries) + L" " + Quoted(out),
                                 kHelperTimeoutMs) == 0);
-  const std::string answered = ReadText(out);
+  const std::string answered = testpaths::ReadFileText(out);
   CHECK(answered.find("check ok\n") == 0);
   CHECK(answered.find("0 inmemoryonly: 90001\n") != std::string::npos);
   CHECK(answered.find("0 latecomer: 90001\n") != std::string::npos);

@@ -6,7 +6,6 @@
 //   savekill PATH EVENT AT    opens PATH, changes it, starts a background save that signals EVENT
 //                             after AT bytes and then waits there for this process to be killed
 #include <windows.h>
-#include <shellapi.h>
 
 #include <cstring>
 #include <cwchar>
@@ -82,15 +81,15 @@ int SaveKill(const wchar_t* path, const wchar_t* eventName, DWORD at) {
 }  // namespace
 
 int main() {
-  int argc = 0;
-  wchar_t** argv = CommandLineToArgvW(GetCommandLineW(), &argc);
-  if (argv == nullptr || argc < 3) return 100;
-  std::wstring command = argv[1];
-  if (command == L"dump" && argc >= 4)
-    return Dump(argv[2], argv[3], argc >= 5 ? uint32_t(_wtoi(argv[4])) : 0);
-  if (command == L"store") return Store(argv[2]);
-  if (command == L"create" && argc >= 5)
-    return Create(argv[2], uint32_t(_wtoi(argv[3])), uint32_t(_wtoi(argv[4])));
-  if (command == L"savekill" && argc >= 5) return SaveKill(argv[2], argv[3], DWORD(_wtoi(argv[4])));
+  const std::vector<std::wstring> args = testpaths::ProgramArguments();
+  const size_t count = args.size();
+  if (count < 3) return 100;
+  auto word = [&](size_t i) { return args[i].c_str(); };
+  auto number = [&](size_t i) { return _wtoi(args[i].c_str()); };
+  const std::wstring& command = args[1];
+  if (command == L"dump" && count >= 4) return Dump(word(2), word(3), count >= 5 ? uint32_t(number(4)) : 0);
+  if (command == L"store") return Store(word(2));
+  if (command == L"create" && count >= 5) return Create(word(2), uint32_t(number(3)), uint32_t(number(4)));
+  if (command == L"savekill" && count >= 5) return SaveKill(word(2), word(3), DWORD(number(4)));
   return 101;
 }

@@ -7,7 +7,6 @@
 //                        attaches to the store of PATH, adds COUNT random records of SEED and writes
 //                        their offsets to OUT. Exit 2: refused; 4: an add failed; 5: OUT not written.
 #include <windows.h>
-#include <shellapi.h>
 
 #include <cstdlib>
 #include <random>
@@ -66,12 +65,10 @@ int Add(const wchar_t* path, uint32_t seed, int count, const wchar_t* outPath) {
 }  // namespace
 
 int main() {
-  int argc = 0;
-  wchar_t** argv = CommandLineToArgvW(GetCommandLineW(), &argc);
-  if (argv == nullptr || argc < 2) return 100;
-  std::wstring command = argv[1];
-  if (command == L"read" && argc == 4) return Read(argv[2], argv[3]);
-  if (command == L"add" && argc == 6)
-    return Add(argv[2], uint32_t(wcstoul(argv[3], nullptr, 10)), int(wcstol(argv[4], nullptr, 10)), argv[5]);
+  const std::vector<std::wstring> args = testpaths::ProgramArguments();
+  if (args.size() == 4 && args[1] == L"read") return Read(args[2].c_str(), args[3].c_str());
+  if (args.size() == 6 && args[1] == L"add")
+    return Add(args[2].c_str(), uint32_t(wcstoul(args[3].c_str(), nullptr, 10)),
+               int(wcstol(args[4].c_str(), nullptr, 10)), args[5].c_str());
   return 100;
 }

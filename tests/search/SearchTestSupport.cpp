@@ -68,13 +68,6 @@ std::wstring Trim(const std::wstring& text) {
   return text.substr(first, last - first);
 }
 
-std::vector<CEOID> Walk(const std::vector<CEOID>& list, const std::set<CEOID>& keep) {
-  std::vector<CEOID> out;
-  for (CEOID id : list)
-    if (keep.count(id)) out.push_back(id);
-  return out;
-}
-
 std::set<CEOID> Common(const std::set<CEOID>& a, const std::set<CEOID>& b) {
   std::set<CEOID> out;
   for (CEOID id : a)
@@ -136,6 +129,13 @@ std::vector<uint8_t> CategoryMask(const std::vector<std::wstring>& names) {
     mask[position / 8] |= static_cast<uint8_t>(1u << (position % 8));
   }
   return mask;
+}
+
+std::vector<CEOID> Among(const std::vector<CEOID>& list, const std::set<CEOID>& keep) {
+  std::vector<CEOID> out;
+  for (CEOID id : list)
+    if (keep.count(id)) out.push_back(id);
+  return out;
 }
 
 std::vector<CEOID> Ids(const Array<CEOID>& ids) {
@@ -268,7 +268,7 @@ std::vector<CEOID> Reference::PlainOrder(bool emptyQuery, const std::set<CEOID>&
   std::set<CEOID> keep = match;
   if (emptyQuery) keep = std::set<CEOID>(list.begin(), list.end());
   if (filter.active) keep = Common(keep, Allowed(filter));
-  return Walk(list, keep);
+  return Among(list, keep);
 }
 
 std::vector<CEOID> Reference::Widen(const std::wstring& query, const std::vector<CEOID>& list,
@@ -380,7 +380,7 @@ std::vector<CEOID> Reference::FindByPhone(const std::wstring& number, std::vecto
   std::wstring query = L"~" + std::wstring(digits.rbegin(), digits.rend());
   std::vector<CEOID> candidates;
   for (;;) {
-    candidates = Walk(sorted[0], TextMatch(query));
+    candidates = Among(sorted[0], TextMatch(query));
     if (!candidates.empty()) break;
     query.pop_back();
     if (query.empty() || static_cast<int>(query.size()) <= minDigits) break;

@@ -33,6 +33,8 @@ std::vector<uint8_t> CategoryMask(const std::vector<std::wstring>& names);
 using managertest::OpenedManager;
 
 std::vector<CEOID> Ids(const Array<CEOID>& ids);
+// The ids of `list` that are in `keep`, in the order of `list`.
+std::vector<CEOID> Among(const std::vector<CEOID>& list, const std::set<CEOID>& keep);
 std::vector<uint32_t> Flat(const Array<uint32_t>& flat);
 std::vector<std::wstring> Titles(const Array<Str>& titles);
 std::string Show(const std::vector<CEOID>& ids);

@@ -57,14 +57,6 @@ std::vector<CEOID> Sorted(std::vector<CEOID> ids) {
   return ids;
 }
 
-// The ids of `list` that are in `keep`, in the order of `list`.
-std::vector<CEOID> Among(const std::vector<CEOID>& list, const std::set<CEOID>& keep) {
-  std::vector<CEOID> out;
-  for (CEOID id : list)
-    if (keep.count(id)) out.push_back(id);
-  return out;
-}
-
 CEOID WriteWithPhones(const wchar_t* last, const wchar_t* first, const wchar_t* mobile,
                       const wchar_t* further = L"", const wchar_t* fileAs = L"") {
   Contact c = NamedContact(last, first, L"", fileAs);

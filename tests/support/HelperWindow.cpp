@@ -1,9 +1,10 @@
 #include "HelperWindow.h"
 
-#include <shellapi.h>
+#include <vector>
 
 #include "HiddenWindow.h"
 #include "SharedLog.h"
+#include "TestPaths.h"
 #include "WideText.h"
 #include "sync/PimSync.h"
 
@@ -27,12 +28,10 @@ LRESULT CALLBACK FrameProc(HWND window, UINT message, WPARAM wParam, LPARAM lPar
 }
 
 bool ReadCommandLine(std::wstring& name) {
-  int argc = 0;
-  wchar_t** argv = CommandLineToArgvW(GetCommandLineW(), &argc);
-  if (argv == nullptr || argc < 3) return false;
-  name = argv[1];
-  g_log = argv[2];
-  LocalFree(argv);
+  const std::vector<std::wstring> words = testpaths::ProgramArguments();
+  if (words.size() < 3) return false;
+  name = words[1];
+  g_log = words[2];
   g_name = Ascii(name.c_str());
   return true;
 }

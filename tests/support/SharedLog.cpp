@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-#include <fstream>
+#include "TestPaths.h"
 
 namespace sharedlog {
 
@@ -50,14 +50,7 @@ bool AppendLine(const std::wstring& path, const std::string& line) {
 
 std::vector<std::string> ReadLines(const std::wstring& path) {
   LogLock lock;
-  std::vector<std::string> lines;
-  std::ifstream in(path.c_str(), std::ios::binary);
-  std::string line;
-  while (std::getline(in, line)) {
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-    lines.push_back(line);
-  }
-  return lines;
+  return testpaths::ReadFileLines(path);
 }
 
 }  // namespace sharedlog

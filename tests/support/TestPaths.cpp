@@ -1,5 +1,6 @@
 #include "TestPaths.h"
 #include <windows.h>
+#include <shellapi.h>
 #include <DeviceJournal.h>
 #include <fstream>
 #include <sstream>
@@ -19,6 +20,16 @@ std::wstring TempFolder() {
   std::wstring path(folder, length);
   if (path.empty() || path.back() != L'\\') path += L'\\';
   return path;
+}
+
+std::vector<std::wstring> ProgramArguments() {
+  std::vector<std::wstring> words;
+  int count = 0;
+  wchar_t** argv = CommandLineToArgvW(GetCommandLineW(), &count);
+  if (argv == nullptr) return words;
+  for (int i = 0; i < count; ++i) words.push_back(argv[i]);
+  LocalFree(argv);
+  return words;
 }
 
 std::vector<JournalLine> ReadDeviceJournal() {
@@ -90,6 +101,17 @@ std::string ReadFileText(const std::wstring& path) {
   return bytes;
 }
 
+std::vector<std::string> ReadFileLines(const std::wstring& path) {
+  std::vector<std::string> lines;
+  std::istringstream in(ReadFileText(path));
+  std::string line;
+  while (std::getline(in, line)) {
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    lines.push_back(line);
+  }
+  return lines;
+}
+
 std::vector<uint8_t> ReadFileBytes(const std::wstring& path) {
   const std::string text = ReadFileText(path);
   return std::vector<uint8_t>(text.begin(), text.end());
@@ -102,6 +124,10 @@ bool WriteFileBytes(const std::wstring& path, const std::vector<uint8_t>& bytes)
   BOOL ok = bytes.empty() || WriteFile(file, bytes.data(), DWORD(bytes.size()), &written, nullptr);
   CloseHandle(file);
   return ok && written == bytes.size();
+}
+
+bool WriteFileText(const std::wstring& path, const std::string& text) {
+  return WriteFileBytes(path, std::vector<uint8_t>(text.begin(), text.end()));
 }
 
 bool FileExists(const std::wstring& path) {

@@ -10,6 +10,8 @@ namespace testpaths {
 std::wstring BinDir();
 // The device's temporary folder, with a trailing backslash.
 std::wstring TempFolder();
+// The words of this program's command line, its own name first.
+std::vector<std::wstring> ProgramArguments();
 
 struct JournalLine {
   unsigned long tick;
@@ -30,8 +32,11 @@ int RunAndWait(const std::wstring& program, const std::wstring& arguments, unsig
 // The whole content of a file; empty when it can't be read.
 std::vector<uint8_t> ReadFileBytes(const std::wstring& path);
 std::string ReadFileText(const std::wstring& path);
+// The lines of a text file without their line ends; none when it can't be read.
+std::vector<std::string> ReadFileLines(const std::wstring& path);
 // Makes the file anew with these bytes; false when not all of them could be written.
 bool WriteFileBytes(const std::wstring& path, const std::vector<uint8_t>& bytes);
+bool WriteFileText(const std::wstring& path, const std::string& text);
 bool FileExists(const std::wstring& path);
 // The size of a file; -1 when it isn't there.
 int64_t FileSizeOf(const std::wstring& path);
