@@ -1,6 +1,7 @@
 #include "DataSourceTestSupport.h"
 
 #include "HiddenWindow.h"
+#include "SyncRecordView.h"
 #include "storage/contact/ContactFieldTable.h"
 #include "sync/SyncMessageHandler.h"
 
@@ -228,33 +229,6 @@ std::vector<std::string> Titles(const ContactDataSource& source) {
   return titles;
 }
 
-std::vector<CEOID> ToVector(const Array<CEOID>& ids) {
-  std::vector<CEOID> out;
-  for (int i = 0; i < ids.GetSize(); ++i) out.push_back(ids[i]);
-  return out;
-}
-
-Array<CEOID> ToArray(const std::vector<CEOID>& ids) {
-  Array<CEOID> out;
-  for (CEOID id : ids) out.Add(id);
-  return out;
-}
-
-void ZeroSyncRecord() {
-  HANDLE mutex = CreateMutexW(nullptr, FALSE, L"9694E7F0-1902-4855-AA4D-F879CF68BE6A");
-  HANDLE mapping = CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 104,
-                                      L"450DC470-F520-401d-8A4B-F51506298DBE");
-  REQUIRE(mutex != nullptr);
-  REQUIRE(mapping != nullptr);
-  uint32_t* words = static_cast<uint32_t*>(MapViewOfFile(mapping, FILE_MAP_READ | FILE_MAP_WRITE, 0, 0, 104));
-  REQUIRE(words != nullptr);
-  REQUIRE(WaitForSingleObject(mutex, 10000) == WAIT_OBJECT_0);
-  for (int i = 0; i < 26; ++i) words[i] = 0;
-  ReleaseMutex(mutex);
-  UnmapViewOfFile(words);
-  // The mapping lives on while a coordinator of this process or another holds it; this handle may go.
-  CloseHandle(mapping);
-  CloseHandle(mutex);
-}
+void ZeroSyncRecord() { SyncRecordView zeroed; }
 
 }  // namespace dstest

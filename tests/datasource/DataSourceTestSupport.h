@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "ArrayVectors.h"
 #include "DoctestVectors.h"
 #include "WideText.h"
 #include "manager/datasource/ContactDataSource.h"
@@ -109,8 +110,8 @@ HWND MakeItemLikeWindow();
 // The ids of the result, group by group.
 std::vector<std::vector<CEOID>> Groups(const ContactDataSource& source);
 std::vector<std::string> Titles(const ContactDataSource& source);
-std::vector<CEOID> ToVector(const Array<CEOID>& ids);
-Array<CEOID> ToArray(const std::vector<CEOID>& ids);
+inline std::vector<CEOID> ToVector(const Array<CEOID>& ids) { return VectorOf<CEOID>(ids); }
+inline Array<CEOID> ToArray(const std::vector<CEOID>& ids) { return ArrayOf(ids); }
 
 // The shared record of the coordinator, zeroed, so that a test starts with no process in it.
 void ZeroSyncRecord();

@@ -57,18 +57,6 @@ void UseEnglishRussianGroups() {
 
 void UseEnglishGroups() { FillGroups({L"ABC", L"DEF", L"GHI", L"JKL", L"MNO", L"PQRS", L"TUV", L"WXYZ"}); }
 
-std::vector<uint32_t> Ids(const Array<CEOID>& ids) {
-  std::vector<uint32_t> out;
-  for (int i = 0; i < ids.GetSize(); ++i) out.push_back(static_cast<uint32_t>(ids[i]));
-  return out;
-}
-
-std::vector<uint32_t> Ids(const Array<uint32_t>& ids) {
-  std::vector<uint32_t> out;
-  for (int i = 0; i < ids.GetSize(); ++i) out.push_back(ids[i]);
-  return out;
-}
-
 // --- raw reading ---------------------------------------------------------------------------------------
 
 RawIndex ReadRaw(const uint8_t* data, uint32_t length) {

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "TestPaths.h"
+#include "ArrayVectors.h"
 #include "NamedContact.h"
 #include "WideText.h"
 #include "WordModel.h"
@@ -43,8 +44,10 @@ int CompareKeys(const std::wstring& a, uint32_t oidA, const std::wstring& b, uin
 void UseEnglishRussianGroups();
 void UseEnglishGroups();
 
-std::vector<uint32_t> Ids(const Array<CEOID>& ids);
-std::vector<uint32_t> Ids(const Array<uint32_t>& ids);
+template <typename E>
+std::vector<uint32_t> Ids(const Array<E>& ids) {
+  return VectorOf<uint32_t>(ids);
+}
 
 // --- an independent reading of the index file -------------------------------------------------------
 // Everything below reads the file's structures by their layout only, without the item's code.

@@ -13,12 +13,6 @@ using namespace indextest;
 
 namespace {
 
-int CompareKeys(const std::wstring& a, uint32_t oidA, const std::wstring& b, uint32_t oidB) {
-  int order = CompareStringW(0x800, 0, a.c_str(), -1, b.c_str(), -1) - 2;
-  if (order != 0) return order;
-  return oidA < oidB ? -1 : (oidA > oidB ? 1 : 0);
-}
-
 class ModelRun {
  public:
   ModelRun(const std::wstring& name, uint32_t seed, int population)

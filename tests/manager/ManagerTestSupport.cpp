@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "ArrayVectors.h"
 #include "DeviceContacts.h"
 #include "DeviceDatabases.h"
 #include "Generator.h"
@@ -85,12 +86,10 @@ bool DeleteRecord(CEOID oid) {
 }
 
 std::vector<CEOID> AllRecordIds() {
-  std::vector<CEOID> result;
   ContactDatabase database;
   Array<CEOID> ids;
-  if (!database.Open(nullptr) || !database.EnumerateOids(ListFilter(), ids)) return result;
-  for (int i = 0; i < ids.GetSize(); ++i) result.push_back(ids[i]);
-  return result;
+  if (!database.Open(nullptr) || !database.EnumerateOids(ListFilter(), ids)) return {};
+  return VectorOf<CEOID>(ids);
 }
 
 std::string Hex(CEOID oid) {

@@ -138,24 +138,6 @@ std::vector<CEOID> Among(const std::vector<CEOID>& list, const std::set<CEOID>& 
   return out;
 }
 
-std::vector<CEOID> Ids(const Array<CEOID>& ids) {
-  std::vector<CEOID> out;
-  for (int i = 0; i < ids.GetSize(); ++i) out.push_back(ids[i]);
-  return out;
-}
-
-std::vector<uint32_t> Flat(const Array<uint32_t>& flat) {
-  std::vector<uint32_t> out;
-  for (int i = 0; i < flat.GetSize(); ++i) out.push_back(flat[i]);
-  return out;
-}
-
-std::vector<std::wstring> Titles(const Array<Str>& titles) {
-  std::vector<std::wstring> out;
-  for (int i = 0; i < titles.GetSize(); ++i) out.push_back(W(titles[i]));
-  return out;
-}
-
 std::string Show(const std::vector<CEOID>& ids) {
   std::string text = "[";
   for (size_t i = 0; i < ids.size(); ++i) text += (i ? " " : "") + managertest::Hex(ids[i]);

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "ArrayVectors.h"
 #include "ManagerTestSupport.h"
 #include "NamedContact.h"
 #include "manager/core/ContactManager.h"
@@ -32,11 +33,11 @@ std::vector<uint8_t> CategoryMask(const std::vector<std::wstring>& names);
 
 using managertest::OpenedManager;
 
-std::vector<CEOID> Ids(const Array<CEOID>& ids);
+inline std::vector<CEOID> Ids(const Array<CEOID>& ids) { return VectorOf<CEOID>(ids); }
 // The ids of `list` that are in `keep`, in the order of `list`.
 std::vector<CEOID> Among(const std::vector<CEOID>& list, const std::set<CEOID>& keep);
-std::vector<uint32_t> Flat(const Array<uint32_t>& flat);
-std::vector<std::wstring> Titles(const Array<Str>& titles);
+inline std::vector<uint32_t> Flat(const Array<uint32_t>& flat) { return VectorOf<uint32_t>(flat); }
+inline std::vector<std::wstring> Titles(const Array<Str>& titles) { return VectorOf<std::wstring>(titles); }
 std::string Show(const std::vector<CEOID>& ids);
 std::string Show(const std::wstring& text);
 

@@ -14,6 +14,7 @@
 
 #include "DoctestVectors.h"
 #include "HelperProcess.h"
+#include "SyncRecordView.h"
 
 namespace synctest {
 
@@ -40,25 +41,8 @@ class Helper : public helperproc::HelperProcess {
   uint32_t Word() const { return WordOf(Window()); }
 };
 
-// The shared record through a view of the test's own, made with the names the processes use. The
-// constructor zeroes it, so that each test starts from an empty record whatever ran before.
-class RecordView {
- public:
-  RecordView();
-  ~RecordView();
-  RecordView(const RecordView&) = delete;
-  RecordView& operator=(const RecordView&) = delete;
-
-  uint32_t Word(int index) const;
-  void SetWord(int index, uint32_t value);
-  // The window words 0 to 9 up to the first 0.
-  std::vector<uint32_t> Windows() const;
-
- private:
-  HANDLE m_mutex;
-  HANDLE m_mapping;
-  uint32_t* m_words;
-};
+// The shared record through a view of the test's own (SyncRecordView.h).
+using RecordView = SyncRecordView;
 
 // Windows of the test process that write down each coordinator message they receive.
 struct Received {
