@@ -2,7 +2,7 @@
 // another process, from its Note alone.
 #include "ExtendedTestSupport.h"
 
-#include "DeviceDatabases.h"
+#include "NewDatabase.h"
 #include "TestPaths.h"
 #include "extended/ContactNote.h"
 #include "extended/PimInfoText.h"
@@ -22,8 +22,8 @@ const wchar_t kStoreFile[] = L"\\windows\\test_extended.cdb";
 testpaths::OwnObjectStore g_ownStore(kStoreFile);
 
 void MakeCleanStore() {
-  REQUIRE(RecreateDatabase(kContactsDatabaseName, 0, ContactSortOrders()) != 0);
-  REQUIRE(RecreateDatabase(kCategoriesDatabaseName, 0, CategorySortOrders()) != 0);
+  RequireNewDatabase(kContactsDatabaseName, ContactSortOrders());
+  RequireNewDatabase(kCategoriesDatabaseName, CategorySortOrders());
 }
 
 // Every kind of entry, with escaped characters and Cyrillic.

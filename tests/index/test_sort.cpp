@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <random>
 
-#include "DeviceDatabases.h"
+#include "NewDatabase.h"
 #include "IndexFixture.h"
 #include "manager/search/ContactGroups.h"
 #include "storage/index/RebuildSort.h"
@@ -25,10 +25,9 @@ struct Database {
   ContactDatabase db;
   Database() {
     const DWORD text = CEDB_SORT_CASEINSENSITIVE | CEDB_SORT_UNKNOWNFIRST;
-    REQUIRE(RecreateDatabase(kContactsDatabaseName, 0,
-                             {{MAKE_CEPROPID(0x4013, CEVT_LPWSTR), text},
-                              {MAKE_CEPROPID(0x3A11, CEVT_LPWSTR), text}}) != 0);
-    REQUIRE(RecreateDatabase(kCategoriesDatabaseName, 0, {{MAKE_CEPROPID(0x4002, CEVT_I2), 0}}) != 0);
+    RequireNewDatabase(kContactsDatabaseName, {{MAKE_CEPROPID(0x4013, CEVT_LPWSTR), text},
+                                               {MAKE_CEPROPID(0x3A11, CEVT_LPWSTR), text}});
+    RequireNewDatabase(kCategoriesDatabaseName, {{MAKE_CEPROPID(0x4002, CEVT_I2), 0}});
     REQUIRE(db.Open(nullptr));
   }
   ~Database() { db.Close(); }
