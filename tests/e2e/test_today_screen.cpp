@@ -37,8 +37,25 @@ void FreshDevice() {
   FreeLibrary(item);
 }
 
+// The device's logical resolution, and a size at 96 dpi scaled to it as the item scales its sizes.
+int Dpi() {
+  HDC screen = GetDC(nullptr);
+  int dpi = GetDeviceCaps(screen, LOGPIXELSY);
+  ReleaseDC(nullptr, screen);
+  return dpi;
+}
+
+UINT Scaled(int size) { return static_cast<UINT>((size * Dpi() + 48) / 96); }
+
+// The host's line for the item's height: one row of letters, ScaleY(20) - 1.
+std::string BarHeightLine() { return "item Pagemark height " + std::to_string(Scaled(20) - 1); }
+
+// A file of this run in the device's own temporary folder: two runs of this program on two devices
+// side by side don't meet there.
+std::wstring Own(const std::wstring& name) { return L"C:\\Temp\\" + name; }
+
 std::wstring WriteScript(const std::wstring& name, const std::string& body) {
-  std::wstring path = BinDir() + name;
+  std::wstring path = Own(name);
   std::ofstream(path.c_str(), std::ios::binary) << body;
   return path;
 }
@@ -117,7 +134,7 @@ int StripRows(const Image& image, int* firstRow) {
 
 TEST_CASE("the Today host loads the item from the registry, gets its height and shows the strip") {
   FreshDevice();
-  std::wstring shot = BinDir() + L"e2e-today.png";
+  std::wstring shot = Own(L"e2e-today.png");
   DeleteFileW(shot.c_str());
   std::wstring script = WriteScript(L"e2e-today.txt", "wait 3000\nshot " + Narrow(shot) + "\nquit\n");
   CHECK(RunHost(script) == 0);
@@ -127,18 +144,20 @@ TEST_CASE("the Today host loads the item from the registry, gets its height and 
   for (const JournalLine& line : journal)
     if (line.source == "TodayHost" && line.event.rfind("item Pagemark loaded ", 0) == 0) loaded = true;
   CHECK(loaded);
-  CHECK(JournalHas(journal, "TodayHost", "item Pagemark height 19"));  // ScaleY(20) - 1 at 96 dpi
+  CHECK(JournalHas(journal, "TodayHost", BarHeightLine()));
 
   Image image;
   REQUIRE(LoadPng(shot, &image));
-  CHECK(image.width == 240);
-  CHECK(image.height == 320);
+  // The phone's screen: 240 x 320 at 96 dpi, twice that at 192.
+  CHECK(image.width == Scaled(240));
+  CHECK(image.height == Scaled(320));
   int first = -1;
   int rows = StripRows(image, &first);
   CAPTURE(first);
   // The strip's gradient inside its one-pixel frame.
-  CHECK(rows >= 15);
-  CHECK(rows <= 19);
+  int height = static_cast<int>(Scaled(20)) - 1;
+  CHECK(rows >= height - 4);
+  CHECK(rows <= height);
 
   DWORD failed = 9;
   CHECK(ReadDword(HKEY_CURRENT_USER, kSettingsKey, L"TodayFailed", &failed));
@@ -189,7 +208,7 @@ TEST_CASE(
   std::vector<JournalLine> journal = ReadDeviceJournal();
   CHECK(JournalHas(journal, "TodayHost",
                    "item Pagemark loaded \\Program Files\\Zovrix Pagemark\\PagemarkToday.dll"));
-  CHECK(JournalHas(journal, "TodayHost", "item Pagemark height 19"));
+  CHECK(JournalHas(journal, "TodayHost", BarHeightLine()));
   FreshDevice();
 }
 
@@ -222,7 +241,7 @@ TEST_CASE(
     "taps on the Today screen: a group opens the list with its mark, a second group with one hit opens the "
     "contact") {
   FreshDevice();
-  std::wstring cards = BinDir() + L"e2e-people.vcf";
+  std::wstring cards = Own(L"e2e-people.vcf");
   std::ofstream(cards.c_str(), std::ios::binary)
       << "BEGIN:VCARD\r\nVERSION:2.1\r\nN:Moss;Ivan\r\nEND:VCARD\r\n"
          "BEGIN:VCARD\r\nVERSION:2.1\r\nN:Quinn;Otto\r\nEND:VCARD\r\n"
@@ -230,7 +249,7 @@ TEST_CASE(
   REQUIRE(RunAndWait(BinDir() + L"pimtool.exe", L"import \"" + cards + L"\"", kHostTimeoutMs) == 0);
 
   // First where the bar stands.
-  std::wstring before = BinDir() + L"e2e-bar.png";
+  std::wstring before = Own(L"e2e-bar.png");
   DeleteFileW(before.c_str());
   CHECK(RunHost(WriteScript(L"e2e-bar.txt", "wait 2500\nshot " + Narrow(before) + "\nquit\n")) == 0);
   Image bar;
@@ -242,12 +261,14 @@ TEST_CASE(
   std::vector<int> frames = CellFrames(bar, middle);
   // Eight letter cells and the last one: ten frame columns where the cells meet.
   REQUIRE(frames.size() == 10);
-  int below = first + rows + 4;
+  // A row under the bar, inside the popup's caption strip when the popup shows (the host draws a
+  // separator just under the item).
+  int below = first + rows + static_cast<int>(Scaled(8));
   CHECK(IsWhite(bar.At(bar.width / 2, below)));
 
   // MNO (Moss, Otto), then TUV: only Otto begins with "mt".
-  std::wstring list = BinDir() + L"e2e-list.png";
-  std::wstring contact = BinDir() + L"e2e-contact.png";
+  std::wstring list = Own(L"e2e-list.png");
+  std::wstring contact = Own(L"e2e-contact.png");
   DeleteFileW(list.c_str());
   DeleteFileW(contact.c_str());
   std::string y = std::to_string(middle);
@@ -286,7 +307,7 @@ namespace {
 
 // Runs the host once to find the bar: its first row, its rows and the frames between its cells.
 void FindBar(const std::wstring& name, Image* image, int* first, int* rows, std::vector<int>* frames) {
-  std::wstring shot = BinDir() + name;
+  std::wstring shot = Own(name);
   DeleteFileW(shot.c_str());
   CHECK(RunHost(WriteScript(name + L".txt", "wait 2500\nshot " + Narrow(shot) + "\nquit\n")) == 0);
   REQUIRE(LoadPng(shot, image));
@@ -308,8 +329,8 @@ TEST_CASE(
   std::vector<int> frames;
   FindBar(L"e2e-many.png", &bar, &first, &rows, &frames);
   std::string y = std::to_string(first + rows / 2);
-  std::wstring picked = BinDir() + L"e2e-many-picked.png";
-  std::wstring cleared = BinDir() + L"e2e-many-cleared.png";
+  std::wstring picked = Own(L"e2e-many-picked.png");
+  std::wstring cleared = Own(L"e2e-many-cleared.png");
   DeleteFileW(picked.c_str());
   DeleteFileW(cleared.c_str());
   std::string script = "wait 2500\ntap " + std::to_string(Centre(frames, 2)) + " " + y + "\nwait 800\ntap " +
@@ -320,7 +341,9 @@ TEST_CASE(
   Image one, two;
   REQUIRE(LoadPng(picked, &one));
   REQUIRE(LoadPng(cleared, &two));
-  int below = first + rows + 4;
+  // A row under the bar, inside the popup's caption strip when the popup shows (the host draws a
+  // separator just under the item).
+  int below = first + rows + static_cast<int>(Scaled(8));
   CHECK(BlueIn(one, frames[2], frames[3], first, first + rows + 3) > 0);
   CHECK(BlueIn(one, frames[0], frames[1], first, first + rows + 3) > 0);
   CHECK_FALSE(IsWhite(one.At(one.width / 2, below)));
@@ -337,7 +360,7 @@ TEST_CASE("a skin.txt beside the main program paints the bar in its colours") {
   std::ofstream(skin.c_str(), std::ios::binary) << "TodayAbcColor1 = FF0000\r\nTodayAbcColor2=FF0000\r\n\r\n";
   Image image;
   int first = -1;
-  std::wstring shot = BinDir() + L"e2e-skin.png";
+  std::wstring shot = Own(L"e2e-skin.png");
   DeleteFileW(shot.c_str());
   CHECK(RunHost(WriteScript(L"e2e-skin.txt", "wait 2500\nshot " + Narrow(shot) + "\nquit\n")) == 0);
   DeleteFileW(skin.c_str());
@@ -345,7 +368,7 @@ TEST_CASE("a skin.txt beside the main program paints the bar in its colours") {
   // The blue strip is gone; its rows are red now.
   CHECK(StripRows(image, &first) < 5);
   int red = 0;
-  for (UINT y = 30; y < 80 && y < image.height; ++y)
+  for (UINT y = Scaled(30); y < Scaled(80) && y < image.height; ++y)
     for (UINT x = 0; x < image.width; ++x) red += image.At(x, y) == RGB(255, 0, 0);
-  CHECK(static_cast<UINT>(red) > image.width * 8);
+  CHECK(static_cast<UINT>(red) > image.width * Scaled(8));
 }
