@@ -16,7 +16,7 @@ import math
 import os
 import sys
 
-from pngwrite import write_png
+from drawing import in_polygon, write_png
 
 BLACK = (0, 0, 0)
 MAGENTA = (255, 0, 255)
@@ -36,18 +36,6 @@ def rasterise(size, inside):
             row.append(BLACK if hits >= 8 else MAGENTA)
         rows.append(row)
     return rows
-
-
-def in_polygon(x, y, points):
-    odd = False
-    j = len(points) - 1
-    for i in range(len(points)):
-        xi, yi = points[i]
-        xj, yj = points[j]
-        if (yi > y) != (yj > y) and x < (xj - xi) * (y - yi) / (yj - yi) + xi:
-            odd = not odd
-        j = i
-    return odd
 
 
 def near_segment(x, y, a, b, half_width):

@@ -27,7 +27,7 @@ import os
 import struct
 import sys
 
-from pngwrite import write_png
+from drawing import in_polygon, write_png
 
 GRID = 6
 
@@ -85,17 +85,7 @@ def line(a, b, width):
 
 
 def polygon(points):
-    def inside(x, y):
-        odd = False
-        j = len(points) - 1
-        for i in range(len(points)):
-            xi, yi = points[i]
-            xj, yj = points[j]
-            if (yi > y) != (yj > y) and x < (xj - xi) * (y - yi) / (yj - yi) + xi:
-                odd = not odd
-            j = i
-        return odd
-    return inside
+    return lambda x, y: in_polygon(x, y, points)
 
 
 def arc_band(cx, cy, r, width, start, end):

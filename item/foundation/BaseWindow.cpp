@@ -1,22 +1,10 @@
 #include "foundation/BaseWindow.h"
+#include "foundation/RoutedClass.h"
 #include <sipapi.h>
 #include <new>
 #include "foundation/WorkArea.h"
 
 static const wchar_t kDefaultClass[] = L"ZovrixWndCls";
-
-// A class with no extra bytes, icon or menu that routes to the given shared procedure.
-static BOOL RegisterRoutedClass(const wchar_t* name, UINT style, HCURSOR cursor, HBRUSH brush,
-                                HINSTANCE instance, WNDPROC procedure) {
-  WNDCLASSW wc = {};
-  wc.style = style;
-  wc.lpfnWndProc = procedure;
-  wc.hInstance = instance;
-  wc.hCursor = cursor;
-  wc.hbrBackground = brush;
-  wc.lpszClassName = name;
-  return ::RegisterClassW(&wc) != 0;
-}
 
 BaseWindow::BaseWindow() : hwnd(nullptr), autoFit(0), className(nullptr) {}
 

@@ -1,17 +1,5 @@
 #include "foundation/ClassWindow.h"
-
-// A class with no extra bytes, icon or menu that routes to the given shared procedure.
-static BOOL RegisterRoutedClass(const wchar_t* name, UINT style, HCURSOR cursor, HBRUSH brush,
-                                HINSTANCE instance, WNDPROC procedure) {
-  WNDCLASSW wc = {};
-  wc.style = style;
-  wc.lpfnWndProc = procedure;
-  wc.hInstance = instance;
-  wc.hCursor = cursor;
-  wc.hbrBackground = brush;
-  wc.lpszClassName = name;
-  return ::RegisterClassW(&wc) != 0;
-}
+#include "foundation/RoutedClass.h"
 
 ClassWindow::ClassWindow(const wchar_t* name, HINSTANCE module)
     : className(name), instance(module), hwnd(nullptr) {}

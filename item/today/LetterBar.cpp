@@ -21,8 +21,7 @@ int Smaller(int a, int b) { return a < b ? a : b; }
 LetterBar::LetterBar()
     : instance(nullptr), cellCount(0), selection(-1), twoRows(0), pressedCell(-1), pressedLook(0),
       extraHeight(0), fontHeight(0), images(nullptr), imageWidth(0), imageHeight(0), backgroundWidth(0),
-      backgroundHeight(0), color1(0x00DCDCDC), color2(0x00C0C0C0), textColor(0), iconIndex(1), enabled(1),
-      holdTimer(0) {
+      backgroundHeight(0), color1(0x00DCDCDC), color2(0x00C0C0C0), textColor(0), iconIndex(1), enabled(1) {
   // The platform's system font is the starting point of the bar's letters.
   ZeroMemory(&logFont, sizeof logFont);
   GetObjectW(GetStockObject(SYSTEM_FONT), sizeof logFont, &logFont);

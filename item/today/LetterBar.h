@@ -73,8 +73,9 @@ class LetterBar : public BaseWindow {
 
   // Drawing (LetterBarPaint.cpp).
   void Paint(HDC target, const RECT& clip);
-  void PaintCell(HDC dc, int cell, const RECT& rect);
-  void PaintCellEdges(HDC dc, int cell, const RECT& rect);
+  // `gradient` is a context holding the background bitmap, or null.
+  void PaintCell(HDC dc, HDC gradient, int cell, const RECT& rect);
+  void PaintCellEdges(HDC dc, HDC gradient, int cell, const RECT& rect);
   void PaintCellContent(HDC dc, int cell, const RECT& rect);
   void RedrawBackground();
   void InvalidateCell(int cell);
@@ -131,5 +132,4 @@ class LetterBar : public BaseWindow {
   COLORREF textColor;
   int iconIndex;
   int enabled;
-  int holdTimer;
 };

@@ -56,7 +56,6 @@ void LetterBar::OnButtonDown(POINT point) {
   InvalidateCell(pressedCell);
   if (pressedCell == cellCount - 1) {
     SetTimer(hwnd, kHoldTimerId, kHoldMs, nullptr);
-    holdTimer = 1;
   }
 }
 
@@ -111,7 +110,6 @@ void LetterBar::OnCancelMode() {
 void LetterBar::StopHoldTimer() {
   if (!hwnd) return;
   KillTimer(hwnd, kHoldTimerId);
-  holdTimer = 0;
   // A tick already queued must not arrive after the release.
   MSG queued;
   while (PeekMessageW(&queued, hwnd, WM_TIMER, WM_TIMER, PM_REMOVE)) {

@@ -31,9 +31,16 @@ void LetterBar::Paint(HDC target, const RECT& clip) {
   // The canvas's origin stands at the clip box's corner.
   SetViewportOrgEx(dc, -clip.left, -clip.top, nullptr);
   Fill(dc, clip.left, clip.top, clip.right, clip.bottom, frameBrush.Get());
+  // One context for the gradient serves every cell.
+  HDC gradient = background.IsEmpty() ? nullptr : CreateCompatibleDC(target);
+  HGDIOBJ oldGradient = gradient ? SelectObject(gradient, background.Get()) : nullptr;
   for (int i = 0; i < cellWidths.GetSize(); ++i) {
     RECT cell, common;
-    if (GetCellRect(i, &cell) && IntersectRect(&common, &cell, &clip)) PaintCell(dc, i, cell);
+    if (GetCellRect(i, &cell) && IntersectRect(&common, &cell, &clip)) PaintCell(dc, gradient, i, cell);
+  }
+  if (gradient) {
+    SelectObject(gradient, oldGradient);
+    DeleteDC(gradient);
   }
   SetViewportOrgEx(dc, 0, 0, nullptr);
   BitBlt(target, clip.left, clip.top, width, height, dc, 0, 0, SRCCOPY);
@@ -41,12 +48,12 @@ void LetterBar::Paint(HDC target, const RECT& clip) {
   DeleteDC(dc);
 }
 
-void LetterBar::PaintCell(HDC dc, int cell, const RECT& rect) {
-  PaintCellEdges(dc, cell, rect);
+void LetterBar::PaintCell(HDC dc, HDC gradient, int cell, const RECT& rect) {
+  PaintCellEdges(dc, gradient, cell, rect);
   PaintCellContent(dc, cell, rect);
 }
 
-void LetterBar::PaintCellEdges(HDC dc, int cell, const RECT& rect) {
+void LetterBar::PaintCellEdges(HDC dc, HDC gradient, int cell, const RECT& rect) {
   int l = rect.left, t = rect.top, r = rect.right, b = rect.bottom;
   // The frame first, then the rounded corners in the corner colour.
   Fill(dc, l, t, r, b, frameBrush.Get());
@@ -56,15 +63,7 @@ void LetterBar::PaintCellEdges(HDC dc, int cell, const RECT& rect) {
   Fill(dc, l, b - 1, l + 2, b, cornerBrush.Get());
 
   // The inside: the pre-drawn gradient, from its fourth row on.
-  if (!background.IsEmpty()) {
-    HDC source = CreateCompatibleDC(dc);
-    if (source) {
-      HGDIOBJ old = SelectObject(source, background.Get());
-      BitBlt(dc, l + 1, t + 3, r - l - 2, b - t - 4, source, 1, 3, SRCCOPY);
-      SelectObject(source, old);
-      DeleteDC(source);
-    }
-  }
+  if (gradient) BitBlt(dc, l + 1, t + 3, r - l - 2, b - t - 4, gradient, 1, 3, SRCCOPY);
 
   BOOL pressed = cell == pressedCell && pressedLook;
   if (pressed) {

@@ -25,7 +25,8 @@ void CPimToday::RebuildLetterGroups() {
   Array<int> ids;
   for (int id = 0; id <= groups + 1; ++id) ids.Add(id);
   bar.SetCells(set.captions, set.twoRows ? &set.secondCaptions : nullptr, ids, groups + 1);
-  RebuildKeypadGroups();
+  // The keypad table from the same set, without reading it a second time.
+  g_keypadGroups.Fill(set.letters);
   if (bar.GetHwnd()) {
     InvalidateRect(bar.GetHwnd(), nullptr, FALSE);
     UpdateWindow(bar.GetHwnd());

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "MessagePump.h"
 #include "WideText.h"
 #include "manager/core/ContactManager.h"
 #include "storage/contact/Contact.h"
@@ -65,11 +66,6 @@ struct OpenedManagerOf {
   BOOL opened;
 };
 using OpenedManager = OpenedManagerOf<ContactManager>;
-
-// Runs the thread's messages for `ms` milliseconds.
-void Pump(DWORD ms);
-// Runs messages until `done` says so or `timeoutMs` pass; gives `done()`.
-bool PumpUntil(const std::function<bool()>& done, DWORD timeoutMs);
 
 // The index's whole check; empty when sound.
 std::string CheckIndex(ContactManager& manager);

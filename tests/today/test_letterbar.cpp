@@ -5,6 +5,7 @@
 #include <windows.h>
 #include <string>
 #include <vector>
+#include "MessagePump.h"
 #include "manager/letters/LetterSet.h"
 #include "presentation/Skin.h"
 #include "today/LetterBar.h"
@@ -39,19 +40,6 @@ void RegisterClasses() {
   item.hbrBackground = static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH));
   item.lpszClassName = L"ZovrixWndCls";
   RegisterClassW(&item);
-}
-
-// Handles whatever is queued, and keeps doing so for `ms` milliseconds.
-void Pump(DWORD ms = 0) {
-  DWORD end = GetTickCount() + ms;
-  do {
-    MSG msg;
-    while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) {
-      TranslateMessage(&msg);
-      DispatchMessageW(&msg);
-    }
-    if (ms) Sleep(5);
-  } while (static_cast<LONG>(end - GetTickCount()) > 0);
 }
 
 Array<Str> Strings(std::initializer_list<const wchar_t*> texts) {

@@ -1,6 +1,7 @@
 // Real windows that record what they get, and the device's geometry as the shell library sees it.
 #pragma once
 #include <windows.h>
+#include "MessagePump.h"
 
 #include <string>
 #include <vector>
@@ -32,9 +33,6 @@ HWND MakeWindow(HWND parent = nullptr, int x = 0, int y = 40, int w = 200, int h
 
 // The messages `hwnd` received of the given number, in order.
 std::vector<Received> Of(HWND hwnd, UINT message);
-
-// Lets posted and sent messages reach the windows of this thread.
-void Pump();
 
 int ScaleY(int units);
 RECT WorkArea();

@@ -1,5 +1,5 @@
-"""Writes rows of (r, g, b) tuples as a 24-bit PNG file, with zlib and struct only; shared by the
-scripts that draw the item's pictures."""
+"""What the scripts that draw the item's pictures share: a point-in-polygon test, and writing rows of
+(r, g, b) tuples as a 24-bit PNG file with zlib and struct only."""
 import struct
 import zlib
 
@@ -18,3 +18,16 @@ def write_png(path, rows):
     png += chunk(b"IEND", b"")
     with open(path, "wb") as f:
         f.write(png)
+
+
+def in_polygon(x, y, points):
+    """Even-odd rule: whether (x, y) lies inside the polygon of `points`."""
+    odd = False
+    j = len(points) - 1
+    for i in range(len(points)):
+        xi, yi = points[i]
+        xj, yj = points[j]
+        if (yi > y) != (yj > y) and x < (xj - xi) * (y - yi) / (yj - yi) + xi:
+            odd = not odd
+        j = i
+    return odd
