@@ -15,7 +15,6 @@
 #include "storage/props/PropsStore.h"
 
 using namespace dstest;
-using managertest::PumpUntil;
 
 namespace {
 

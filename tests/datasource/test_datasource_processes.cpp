@@ -11,7 +11,6 @@
 #include "storage/contact/ContactDatabase.h"
 
 using namespace dstest;
-using managertest::PumpUntil;
 
 namespace {
 
