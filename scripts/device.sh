@@ -38,13 +38,12 @@ if ((interactive)); then
   exec wine explorer "/desktop=Pagemark,$size" "$host"
 fi
 
-# The tour runs on a phone at both screen sizes, unless PAGEMARK_PROFILE names one. A tap on the
-# third cell ("GHI") needs the cell's place at each size.
+# The tour runs on a phone at both screen sizes, unless PAGEMARK_PROFILE names one. Its two taps, on
+# the third cell ("GHI") and on the popup's "Close", need their places at each size.
 trap device_stop EXIT
 profiles="${PAGEMARK_TOUR_PROFILES:-qvga-phone vga-phone}"
 [[ -n "${PAGEMARK_PROFILE_SET:-}" ]] && profiles="$PAGEMARK_PROFILE"
 tour="$PAGEMARK_BUILD_DIR/tour"
-rm -rf "$tour"
 for profile in $profiles; do
   # Each size on a screen of its own size.
   device_stop
@@ -53,12 +52,12 @@ for profile in $profiles; do
   device_ensure
   prepare_device "$profile"
   case "$profile" in
-    vga*) tap="124 99" ;;
-    *) tap="60 47" ;;
+    vga*) tap="124 99" close="460 138" ;;
+    *) tap="60 47" close="228 67" ;;
   esac
-  mkdir -p "$tour/$profile"
+  rm -rf "${tour:?}/$profile" && mkdir -p "$tour/$profile"
   script="$PAGEMARK_BUILD_DIR/tour-$profile.txt"
-  sed -e "s#@TOUR@#$(winepath -w "$tour/$profile" | sed 's#\\#\\\\#g')#g" -e "s#@TAP@#$tap#g" \
+  sed -e "s#@TOUR@#$(winepath -w "$tour/$profile" | sed 's#\\#\\\\#g')#g" -e "s#@TAP@#$tap#g" -e "s#@CLOSE@#$close#g" \
     "$root/scripts/tour.txt" > "$script"
   (cd "$WINEPREFIX/drive_c" && wine "$host" /script "$(winepath -w "$script")" /exit)
 done

@@ -48,6 +48,8 @@ BOOL PopupWnd::Create(HWND ownerWindow) {
   GetObjectW(GetStockObject(SYSTEM_FONT), sizeof font, &font);
   lstrcpynW(font.lfFaceName, L"Tahoma", LF_FACESIZE);
   font.lfHeight = -static_cast<LONG>(Skin::dpiY * 8 / 72.0 + 0.5);
+  // The width follows the height, not the stock font's cell.
+  font.lfWidth = 0;
   font.lfWeight = FW_NORMAL;
   font.lfUnderline = TRUE;
   captionFont.Reset(CreateFontIndirectW(&font));
