@@ -10,6 +10,16 @@ BOOL PluginManager::Load(UINT firstId) {
   return TRUE;
 }
 
+BOOL PluginManager::BuildMenu(HMENU, const Array<CEOID>&) {
+  // LATER(plug-ins): no add-in or shell extension is known, so nothing is appended; returns false.
+  return FALSE;
+}
+
+BOOL PluginManager::Invoke(UINT, const Array<CEOID>&) {
+  // LATER(plug-ins): no add-in or shell extension is known, so no id is theirs; returns false.
+  return FALSE;
+}
+
 PluginManager* GetPluginManager() {
   static PluginManager manager;
   return &manager;

@@ -2,6 +2,8 @@
 // manager knows no add-ins.
 #pragma once
 #include <windows.h>
+#include <windbase.h>
+#include "foundation/Array.h"
 
 class PluginManager {
  public:
@@ -10,6 +12,11 @@ class PluginManager {
   // Loads the add-ins; their commands are numbered from firstCommandId on.
   virtual BOOL Load(UINT firstCommandId);
   int GetCount() const { return count; }
+  // Appends the add-ins' commands for the contacts `ids` to `parent`: a separator, then one popup
+  // that holds them. True when anything was added.
+  virtual BOOL BuildMenu(HMENU parent, const Array<CEOID>& ids);
+  // Runs command `id` of BuildMenu for the contacts `ids`; false when the id isn't an add-in's.
+  virtual BOOL Invoke(UINT id, const Array<CEOID>& ids);
 
  private:
   UINT firstCommandId;
