@@ -14,6 +14,8 @@
 #define VK_THOME VK_LWIN   /* home key */
 #define VK_TBACK VK_ESCAPE /* back key */
 #define VK_TACTION VK_RETURN
+/* The code the five-way pad's centre sends while it is held, before its Return. */
+#define VK_PAD_ACTION 0x86
 #define VK_TUP VK_UP
 #define VK_TDOWN VK_DOWN
 #define VK_TLEFT VK_LEFT

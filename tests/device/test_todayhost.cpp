@@ -21,6 +21,10 @@ constexpr wchar_t kItemsKey[] = L"Software\\Microsoft\\Today\\Items";
 constexpr wchar_t kPrefix[] = L"HostTest";
 constexpr DWORD kHostTimeoutMs = 90000;
 
+// Where the probe of the keys' run is written, in the device's own temporary folder.
+std::string ProbePath() { return "C:\\Temp\\host-probe.txt"; }
+std::wstring Wide(const std::string& text) { return std::wstring(text.begin(), text.end()); }
+
 std::string Narrow(const std::wstring& text) {
   int n = WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, nullptr, 0, nullptr, nullptr);
   std::string out(n > 0 ? n - 1 : 0, '\0');
@@ -582,6 +586,8 @@ TEST_CASE("TodayHost: keys, pen strokes, the input panel and the OK button reach
     });
     std::string script = "key down\nkey 80\nwait 200\n";
     script += "key talk\nkey end\nkey left\nkey back\n";
+    script += "key action\nkeydown action\nwait 300\nkeyup action\n";
+    script += "probe " + ProbePath() + "\n";
     script += "sip on\nsip off\n";
     script += "drag " + from + " " + to + " 4\n";
     script += "hold " + held + " 900\n";
@@ -601,7 +607,8 @@ TEST_CASE("TodayHost: keys, pen strokes, the input panel and the OK button reach
   CHECK(j.Find(kItem, "HostTestItem popup talk key taken, was 0") >= 0);
 
   SUBCASE("talk, taken over by the popup's menu bar, comes as WM_HOTKEY pressed and released") {
-    int talk = j.Find(kHost, std::string("key 114 as hot key to ") + kPopup, shown);
+    int talk = j.Find(kHost, std::string("key 114 down as hot key to ") + kPopup, shown);
+    CHECK(j.Find(kHost, std::string("key 114 up as hot key to ") + kPopup, talk) > talk);
     REQUIRE(talk > shown);
     int pressed = j.Find(kItem, "HostTestItem popup hot key 114 modifiers 0x0 key 114", talk);
     REQUIRE(pressed > talk);
@@ -610,7 +617,7 @@ TEST_CASE("TodayHost: keys, pen strokes, the input panel and the OK button reach
   }
 
   SUBCASE("end, five-way and back keys go to the popup with the focus; key-up has the previous-state bit") {
-    int end = j.Find(kHost, std::string("key 115 to ") + kPopup, shown);
+    int end = j.Find(kHost, std::string("key 115 down to ") + kPopup, shown);
     REQUIRE(end > shown);
     int down = j.Find(kItem, "HostTestItem popup key down 115", end);
     REQUIRE(down > end);
@@ -624,6 +631,36 @@ TEST_CASE("TodayHost: keys, pen strokes, the input panel and the OK button reach
     REQUIRE(home > left);
     int navigation = j.Find(kItem, "HostTestItem navigation 37", shown);
     CHECK(navigation > home);
+  }
+
+  SUBCASE("the pad's centre: its own code while held, then the Return of the action, then its release") {
+    for (int pass = 0, from = shown; pass < 2; ++pass) {
+      int press = j.Find(kItem, "HostTestItem popup key down 134", from);
+      REQUIRE(press > from);
+      int enter = j.Find(kItem, "HostTestItem popup key down 13", press);
+      REQUIRE(enter > press);
+      int enterUp = j.Find(kItem, "HostTestItem popup key up 13 previous 1", enter);
+      REQUIRE(enterUp > enter);
+      int release = j.Find(kItem, "HostTestItem popup key up 134 previous 1", enterUp);
+      REQUIRE(release > enterUp);
+      from = release;
+    }
+    // Held: nothing but the press until the script lets go.
+    int held = j.Find(kHost, "keydown 13");
+    REQUIRE(held > shown);
+    int let = j.Find(kHost, "keyup 13", held);
+    REQUIRE(let > held);
+    int heldPress = j.Find(kItem, "HostTestItem popup key down 134", held);
+    CHECK(heldPress > held);
+    CHECK(heldPress < let);
+    CHECK(j.Find(kItem, "HostTestItem popup key down 13", held) > let);
+  }
+
+  SUBCASE("a probe writes the visible windows of the screen with their places") {
+    std::vector<unsigned char> bytes = ReadFileBytes(Wide(ProbePath()));
+    std::string probe(bytes.begin(), bytes.end());
+    CHECK(probe.find(std::string("window ") + kPopup + " at ") != std::string::npos);
+    CHECK(j.Find(kHost, "probe " + ProbePath()) > shown);
   }
 
   SUBCASE("the input panel's changes reach the popup as WM_SETTINGCHANGE 224") {

@@ -2,6 +2,7 @@
 #include "TodayHost.h"
 
 #include <DeviceJournal.h>
+#include <winuserm.h>
 
 namespace todayhost {
 
@@ -348,6 +349,8 @@ bool Host::Selectable(size_t index) const {
 }
 
 void Host::HandleKey(UINT vk) {
+  // The pad's centre acts by the Return it sends when it comes up.
+  if (vk == VK_PAD_ACTION) return;
   if (selected_ >= 0) {
     size_t index = static_cast<size_t>(selected_);
     if (vk == VK_RETURN) {

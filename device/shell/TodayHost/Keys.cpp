@@ -2,7 +2,8 @@
 // with the focus in its thread, through the queue like a key from the keypad (key-up with the
 // previous-state bit). When the front window's menu bar took the key over with SHMBOF_NOTIFY, the
 // bar's owner gets it as WM_HOTKEY instead, once pressed and once released (MOD_KEYUP). Home brings
-// the Today screen to the front. On the Today screen itself the keys go to the selected item (Host.cpp).
+// the Today screen to the front. The pad's centre sends its own code (134) while held and a Return when
+// released. On the Today screen itself the keys go to the selected item (Host.cpp).
 #include "TodayHost.h"
 
 #include <DeviceJournal.h>
@@ -33,12 +34,19 @@ HWND FocusOf(HWND front) {
 }  // namespace
 
 void Host::DeliverKey(UINT vk) {
+  DeliverKeyDown(vk);
+  DeliverKeyUp(vk);
+}
+
+// The window a key goes to, or null when the key went elsewhere (Home, a menu bar's hot key).
+HWND Host::KeyTarget(UINT vk, bool up) {
   wchar_t name[64];
   if (vk == VK_THOME) {
+    if (up) return nullptr;
     DeviceJournalWrite(kJournalSource, L"key %u: Today screen to the front", vk);
     SetForegroundWindow(hwnd_);
     SetFocus(hwnd_);
-    return;
+    return nullptr;
   }
   HWND front = GetForegroundWindow();
   if (!front || !IsWindowVisible(front)) front = hwnd_;
@@ -48,18 +56,40 @@ void Host::DeliverKey(UINT vk) {
     DWORD_PTR bits = 0;
     if (SendMessageTimeoutW(bar, SHCMBM_OVERRIDEKEY, vk, 0, SMTO_ABORTIFHUNG, 2000, &bits) &&
         (bits & SHMBOF_NOTIFY)) {
-      DeviceJournalWrite(kJournalSource, L"key %u as hot key to %ls", vk, ClassOf(front, name, 64));
-      PostMessageW(front, WM_HOTKEY, vk, MAKELPARAM(0, vk));
-      PostMessageW(front, WM_HOTKEY, vk, MAKELPARAM(MOD_KEYUP, vk));
-      return;
+      DeviceJournalWrite(kJournalSource, L"key %u %ls as hot key to %ls", vk, up ? L"up" : L"down",
+                         ClassOf(front, name, 64));
+      PostMessageW(front, WM_HOTKEY, vk, MAKELPARAM(up ? MOD_KEYUP : 0, vk));
+      return nullptr;
     }
   }
-
   HWND target = FocusOf(front);
-  DeviceJournalWrite(kJournalSource, L"key %u to %ls", vk, ClassOf(target, name, 64));
+  DeviceJournalWrite(kJournalSource, L"key %u %ls to %ls", vk, up ? L"up" : L"down",
+                     ClassOf(target, name, 64));
+  return target;
+}
+
+void Host::PostKey(HWND target, UINT vk, bool up) {
   const LPARAM scan = static_cast<LPARAM>(MapVirtualKeyW(vk, MAPVK_VK_TO_VSC)) << 16;
-  PostMessageW(target, WM_KEYDOWN, vk, 1 | scan);
-  PostMessageW(target, WM_KEYUP, vk, 1 | scan | (static_cast<LPARAM>(3) << 30));
+  if (up)
+    PostMessageW(target, WM_KEYUP, vk, 1 | scan | (static_cast<LPARAM>(3) << 30));
+  else
+    PostMessageW(target, WM_KEYDOWN, vk, 1 | scan);
+}
+
+// The centre of the five-way pad sends its own code while it is held, and the Return of the action
+// when it comes up: down 134, then down and up of Return, then up 134.
+void Host::DeliverKeyDown(UINT vk) {
+  if (vk == VK_TACTION) vk = VK_PAD_ACTION;
+  if (HWND target = KeyTarget(vk, false)) PostKey(target, vk, false);
+}
+
+void Host::DeliverKeyUp(UINT vk) {
+  if (vk == VK_TACTION) {
+    if (HWND target = KeyTarget(VK_RETURN, false)) PostKey(target, VK_RETURN, false);
+    if (HWND target = KeyTarget(VK_RETURN, true)) PostKey(target, VK_RETURN, true);
+    vk = VK_PAD_ACTION;
+  }
+  if (HWND target = KeyTarget(vk, true)) PostKey(target, vk, true);
 }
 
 void Host::PressNavigationButton() {

@@ -11,10 +11,14 @@
 //   key NAME|VK      a hardware key as the device delivers it (see Keys.cpp): up, down, left, right,
 //                    enter (or action), talk, end, home, back, soft1, soft2, or a virtual-key code in
 //                    decimal or 0x hexadecimal
+//   keydown NAME|VK  only the press of a key, which stays held
+//   keyup NAME|VK    only its release
 //   ok               the OK button of the navigation bar, for the window in front
 //   sip on|off       shows or hides the input panel
 //   wait MS          let MS milliseconds pass, messages keep flowing
 //   shot FILE        the host window as it is on the screen, written as PNG
+//   probe FILE       the visible windows and the lists in them (their row count, caret and top row),
+//                    one line each, as UTF-8 text
 //   reload           read the items again, as WM_WININICHANGE 0xF2 does
 //   quit             end the program
 //
@@ -192,11 +196,16 @@ UINT Host::RunCommand(const ScriptCommand& c) {
     QueuePen(PenAction::kUp, x2, y2, kStepMs);
     return kStepMs;
   }
-  if (c.verb == L"key" && c.args.size() == 1) {
+  if ((c.verb == L"key" || c.verb == L"keydown" || c.verb == L"keyup") && c.args.size() == 1) {
     UINT vk = ParseKey(c.args[0]);
     if (vk) {
-      DeviceJournalWrite(kJournalSource, L"key %u", vk);
-      DeliverKey(vk);
+      DeviceJournalWrite(kJournalSource, L"%ls %u", c.verb.c_str(), vk);
+      if (c.verb == L"keydown")
+        DeliverKeyDown(vk);
+      else if (c.verb == L"keyup")
+        DeliverKeyUp(vk);
+      else
+        DeliverKey(vk);
       return kStepMs;
     }
   }
@@ -220,6 +229,13 @@ UINT Host::RunCommand(const ScriptCommand& c) {
     if (path.size() >= 2 && path.front() == L'"' && path.back() == L'"')
       path = path.substr(1, path.size() - 2);
     Shot(path);
+    return kStepMs;
+  }
+  if (c.verb == L"probe" && !c.rest.empty()) {
+    std::wstring path = c.rest;
+    if (path.size() >= 2 && path.front() == L'"' && path.back() == L'"')
+      path = path.substr(1, path.size() - 2);
+    Probe(path);
     return kStepMs;
   }
   if (c.verb == L"reload" && c.args.empty()) {

@@ -102,9 +102,16 @@ class Host {
   void QueuePen(PenAction action, int x, int y, UINT delayMs);
   void LiftPen();  // a stroke the script left pressed ends where the pen is
   void Shot(const std::wstring& path);
+  // The visible windows and lists of the host's thread, as text in a file.
+  void Probe(const std::wstring& path);
 
   // Hardware keys and the shell's own buttons, delivered as the device does.
+  // A key pressed and released, or one of the two alone (a held key).
   void DeliverKey(UINT vk);
+  void DeliverKeyDown(UINT vk);
+  void DeliverKeyUp(UINT vk);
+  HWND KeyTarget(UINT vk, bool up);
+  void PostKey(HWND target, UINT vk, bool up);
   void PressNavigationButton();
   void EndScript();
 
