@@ -12,17 +12,16 @@ Usage: make-group-icons.py OUTPUT_FOLDER [--preview FOLDER]
   writes group_expanded[_vga] and group_collapsed[_vga] in both parts; with --preview also enlarged
   PNGs on white, to look at. The files are committed; run this again only to change the art.
 """
-import importlib.util
 import os
+import runpy
 import struct
 import sys
+import types
 import tempfile
 
 here = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, here)
-spec = importlib.util.spec_from_file_location("skin", os.path.join(here, "make-skin-pictures.py"))
-skin = importlib.util.module_from_spec(spec)
-spec.loader.exec_module(skin)
+skin = types.SimpleNamespace(**runpy.run_path(os.path.join(here, "make-skin-pictures.py")))
 
 # The resource numbers of the images, as item/resources/ListIds.h gives them.
 IMAGE_IDS = {

@@ -9,8 +9,8 @@
 
 // Bits of the state handed to OnDrawRow.
 enum CoolListRowState {
-  kRowMarked = 0x1,      // set together with kRowMarkedToo for a marked row
-  kRowFocused = 0x2,     // the list has the focus
+  kRowMarked = 0x1,   // set together with kRowMarkedToo for a marked row
+  kRowFocused = 0x2,  // the list has the focus
   kRowMarkedToo = 0x4,
 };
 

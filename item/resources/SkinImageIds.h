@@ -20,3 +20,7 @@
 #define IDP_PERSON_FLAGGED_VGA 710
 #define IDP_COMPANY 613
 #define IDP_COMPANY_VGA 612
+
+// The popup's icon (16 x 16, and 32 x 32 for high resolution), drawn by scripts/make-popup-icon.py.
+#define IDI_POPUP 126
+#define IDI_POPUP_VGA 141

@@ -3,11 +3,14 @@
 #include "manager/datasource/ContactDataSource.h"
 #include "presentation/Gradient.h"
 #include "presentation/Skin.h"
+#include "resources/SkinImageIds.h"
 #include "resources/resource.h"
 #include "storage/contact/Contact.h"
 #include "today/ItemMessages.h"
 #include "today/PimToday.h"
 #include "phone/PhoneDevice.h"
+#include "presentation/UserFonts.h"
+#include <aygshell.h>
 
 namespace {
 
@@ -27,10 +30,10 @@ Str LoadCaption(int id) {
 }  // namespace
 
 PopupWnd::PopupWnd()
-    : phoneTemplates(nullptr), source(nullptr), owner(nullptr), color1(0xF7DFD6), color2(0xEF9673),
-      textColor(0x9C2000), sortType(0), nameOnly(0), doubleSized(0), leftCaptionId(kFirstLeftCaption),
-      rightCaptionId(IDS_CLOSE), leftWidth(0), rightWidth(0), lastWidth(0), lastHeight(0), inactivityTimer(0),
-      keepFocus(0), showsList(1), caretGroup(-1), caretItem(-1), shownContact(0) {}
+    : phoneTemplates(nullptr), list(g_hModule), menuBar(nullptr), owner(nullptr), color1(0xF7DFD6),
+      color2(0xEF9673), textColor(0x9C2000), icon(nullptr), sortType(0), leftCaptionId(kFirstLeftCaption),
+      rightCaptionId(IDS_CLOSE), leftWidth(0), rightWidth(0), keyOverride(0), lastWidth(0), lastHeight(0),
+      inactivityTimer(0), keepFocus(0), source(nullptr), showsList(1) {}
 
 PopupWnd::~PopupWnd() { Destroy(); }
 
@@ -39,8 +42,22 @@ BOOL PopupWnd::Create(HWND ownerWindow) {
   if (hwnd) return TRUE;
   if (!BaseWindow::Create(kPopupExStyle, nullptr, kPopupStyle, 0, 0, 0, 0, nullptr, 0, g_hModule))
     return FALSE;
-  // LATER(popup pages): the shell's empty menu bar, the popup's icon and the talk key's override come
-  // with the list and the contact page; until then the popup has none of them.
+  // An empty menu bar: it carries the input panel's button and takes the talk key over for the popup.
+  SHMENUBARINFO bar;
+  ZeroMemory(&bar, sizeof bar);
+  bar.cbSize = sizeof bar;
+  bar.hwndParent = hwnd;
+  bar.dwFlags = SHCMBF_EMPTYBAR;
+  bar.hInstRes = g_hModule;
+  if (!SHCreateMenuBar(&bar) || !bar.hwndMB) {
+    Destroy();
+    return FALSE;
+  }
+  menuBar = bar.hwndMB;
+  SetWindowPos(menuBar, nullptr, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+
+  icon = LoadIconW(g_hModule, MAKEINTRESOURCEW(Skin::isHighRes ? IDI_POPUP_VGA : IDI_POPUP));
+  if (icon) SendMessageW(hwnd, WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(icon));
 
   // The links: the system font as Tahoma at 8 points, underlined.
   LOGFONTW font;
@@ -55,19 +72,44 @@ BOOL PopupWnd::Create(HWND ownerWindow) {
   captionFont.Reset(CreateFontIndirectW(&font));
   MeasureCaptions();
 
+  // The painted windows' fonts are made when the first of them needs them.
+  if (!GetListFont(false)) CreateAllFonts();
   ReloadListFont();
   ReloadNameOnly();
   ReloadDoubleSized();
   ReloadSortType();
+
+  list.Create(hwnd, kListStyle);
+  list.SetSource(source);
+  list.SetListener(this);
+  list.SetTemplates(phoneTemplates);
+  view.Create(hwnd, kViewStyle);
   ReloadViewFont();
+  OverrideTalkKey();
   return TRUE;
 }
 
 void PopupWnd::Destroy() {
   if (hwnd && IsWindow(hwnd)) DestroyWindow(hwnd);
   hwnd = nullptr;
+  menuBar = nullptr;
   stripBitmap.Reset();
   captionFont.Reset();
+  if (icon) DestroyIcon(icon);
+  icon = nullptr;
+  DeleteAllFonts();
+}
+
+void PopupWnd::OverrideTalkKey() {
+  if (!menuBar || !IsPhoneDevice()) return;
+  keyOverride = SendMessageW(menuBar, SHCMBM_OVERRIDEKEY, kTalkKey, kTalkOverride);
+}
+
+void PopupWnd::RestoreTalkKey() {
+  if (!menuBar || !IsPhoneDevice()) return;
+  // The kept state goes back as mask and bits alike: what was off stays as it is now.
+  LPARAM kept = static_cast<LPARAM>(LOWORD(keyOverride)) * 0x10001;
+  SendMessageW(menuBar, SHCMBM_OVERRIDEKEY, kTalkKey, kept);
 }
 
 void PopupWnd::SetColors(COLORREF first, COLORREF second, COLORREF text) {
@@ -109,66 +151,80 @@ void PopupWnd::MeasureCaptions() {
   SelectObject(dc.Get(), old);
 }
 
-void PopupWnd::ShowPage(BOOL list) {
-  showsList = list ? 1 : 0;
-  // LATER(popup pages): the list and the contact page are painted by the popup itself until their
-  // windows exist; showing a page repaints it.
-  if (hwnd) InvalidateRect(hwnd, nullptr, FALSE);
+void PopupWnd::ShowPage(BOOL showList) {
+  showsList = showList ? 1 : 0;
+  int how = keepFocus ? SW_SHOWNA : SW_SHOW;
+  if (HWND text = view.TextWindow()) ShowWindow(text, how);
+  if (showsList) {
+    if (list.ContactWindow()) ShowWindow(list.ContactWindow(), how);
+    if (view.GetHwnd()) ShowWindow(view.GetHwnd(), SW_HIDE);
+  } else {
+    if (list.ContactWindow()) ShowWindow(list.ContactWindow(), SW_HIDE);
+    if (view.GetHwnd()) ShowWindow(view.GetHwnd(), how);
+  }
   GiveFocus();
 }
 
 void PopupWnd::GiveFocus() {
   if (keepFocus || !hwnd || !IsWindowVisible(hwnd)) return;
-  SetFocus(hwnd);
+  HWND page = showsList ? list.ContactWindow() : view.GetHwnd();
+  if (page) SetFocus(page);
 }
 
 void PopupWnd::Hide() {
   if (hwnd) ShowWindow(hwnd, SW_HIDE);
 }
 
-void PopupWnd::Populate(int group, int item) {
-  if (group < 0 || item < 0) {
-    group = item = -1;
-    if (RowCount() > 0) group = item = 0;
-  }
-  caretGroup = group;
-  caretItem = item;
-  if (hwnd) InvalidateRect(hwnd, nullptr, FALSE);
+void PopupWnd::SetSource(ContactDataSource* dataSource) {
+  source = dataSource;
+  list.SetSource(dataSource);
 }
 
-int PopupWnd::RowCount() const {
-  // LATER(contact list): the rows are the result's contacts; the company headers of the grouped
-  // order join when the list does.
-  return source ? source->TotalRows() : 0;
-}
+void PopupWnd::Populate(int group, int item) { list.Populate(group, item); }
 
 CEOID PopupWnd::CurrentContactId() const {
-  if (!source || caretGroup < 0 || caretItem < 0) return 0;
-  return source->GetIdAt(caretGroup, caretItem);
+  if (!source) return 0;
+  ListPosition at = list.GetCurrent();
+  if (at.group < 0 || at.item < 0) return 0;
+  return source->GetIdAt(at.group, at.item);
 }
 
-BOOL PopupWnd::ShowContact(const Contact& contact) {
-  shownContact = contact.oid;
-  if (hwnd) InvalidateRect(hwnd, nullptr, FALSE);
-  return TRUE;
-}
+BOOL PopupWnd::ShowContact(const Contact& contact) { return view.Show(contact); }
 
 void PopupWnd::ReloadListFont() {
-  // LATER(contact list): the list's fonts are read when the list exists; nothing to reload yet.
+  LOGFONTW font;
+  LoadListFont(font);
+  ApplyListFont(font);
+  if (list.ContactWindow() && IsWindowVisible(list.ContactWindow())) list.Recalculate();
 }
 
 void PopupWnd::ReloadViewFont() {
-  // LATER(contact view): the view's fonts are read when the view exists; nothing to reload yet.
+  LOGFONTW font;
+  LoadViewFont(font);
+  ApplyViewFont(font);
+  view.SetFonts(GetViewFont(true), GetViewFont(false));
 }
 
-void PopupWnd::ReloadNameOnly() { nameOnly = GetSettingDword(SECTION_SETTINGS, L"NameOnly", 0) != 0; }
+void PopupWnd::ReloadNameOnly() {
+  list.SetNameOnly(GetSettingDword(SECTION_SETTINGS, L"NameOnly", 0) != 0);
+  if (list.ContactWindow() && IsWindowVisible(list.ContactWindow())) list.Recalculate();
+}
 
 void PopupWnd::ReloadDoubleSized() {
-  doubleSized = GetSettingDword(SECTION_SETTINGS, L"IsDoubleSized", 0) != 0;
+  list.SetDoubleSized(GetSettingDword(SECTION_SETTINGS, L"IsDoubleSized", 0) != 0);
+  if (list.ContactWindow() && IsWindowVisible(list.ContactWindow())) list.Recalculate();
 }
 
 void PopupWnd::ReloadSortType() {
   sortType = static_cast<int>(GetSettingDword(SECTION_SETTINGS, L"SortType", 0));
+  list.SetSortType(sortType);
+}
+
+void PopupWnd::LayoutPages(int width, int height) {
+  int top = ScaleY(18);
+  int pageHeight = height > top ? height - top : 0;
+  if (list.ContactWindow()) MoveWindow(list.ContactWindow(), 0, top, width, pageHeight, TRUE);
+  if (view.GetHwnd()) MoveWindow(view.GetHwnd(), 0, top, width, pageHeight, TRUE);
 }
 
 RECT PopupWnd::StripRect() const {
@@ -258,25 +314,29 @@ LRESULT PopupWnd::WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lP
       if (width != lastWidth || height != lastHeight) stripBitmap.Reset();
       lastWidth = width;
       lastHeight = height;
+      LayoutPages(width, height);
       return 0;
     }
     case WM_ACTIVATE:
       OnActivateMessage(wParam);
       return 0;
     case WM_SETFOCUS:
+      OverrideTalkKey();
       GiveFocus();
+      return DefWindowProcW(window, message, wParam, lParam);
+    case WM_KILLFOCUS:
+      RestoreTalkKey();
       return DefWindowProcW(window, message, wParam, lParam);
     case WM_PAINT: {
       PAINTSTRUCT ps;
       HDC dc = BeginPaint(window, &ps);
-      RECT client, strip = StripRect();
-      GetClientRect(window, &client);
-      client.top = strip.bottom;
-      FillRect(dc, &client, static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
       PaintStrip(dc);
       EndPaint(window, &ps);
       return 0;
     }
+    case WM_HOTKEY:
+      OnHotKey(wParam, lParam);
+      return 0;
     case WM_CLOSE:
     case WM_COMMAND:
       SendToOwner(WM_ITEM_CLOSE, 1, 0);

@@ -10,6 +10,8 @@ struct TodayFixture {
   TODAYLISTITEM item = {};
 
   TodayFixture() {
+    // The library's attach keeps its module; here the item's code and resources are in the program.
+    g_hModule = GetModuleHandleW(nullptr);
     testreg::DeleteTree(HKEY_CURRENT_USER, testreg::kSettingsRoot);
     testreg::DeleteTree(HKEY_LOCAL_MACHINE, testreg::kTodayItemKey);
     host = CreateWindowExW(0, L"STATIC", L"host", WS_OVERLAPPEDWINDOW, 0, 0, 240, 320, nullptr, nullptr,
