@@ -3,7 +3,8 @@
 #   With a display: an interactive Wine desktop of the device's size (close it to end).
 #   Without one: a scripted tour (scripts/tour.txt) on a QVGA and a VGA phone, whose screenshots are
 #   written to build/tour/PROFILE/.
-# The device gets PAGEMARK_SAMPLE_CONTACTS (default 200) generated contacts first.
+# The device gets the address book of tests/data and PAGEMARK_SAMPLE_CONTACTS (default 200) generated
+# contacts first.
 # PAGEMARK_PROFILE chooses the device: qvga-phone (default), qvga, vga-phone, vga; the tour then runs
 # on that one only.
 set -euo pipefail
@@ -19,15 +20,22 @@ fi
 source "$root/scripts/device-lib.sh"
 device_ensure
 
-# Puts the profile on the device, with PAGEMARK_SAMPLE_CONTACTS (default 200) sample contacts so that
-# the letter bar has something to find (0: none).
+# Puts the profile on the device, with the 300 people of tests/data/addressbook.vcf and
+# PAGEMARK_SAMPLE_CONTACTS (default 200) generated contacts, so that the letter bar has something to
+# find (PAGEMARK_SAMPLE_CONTACTS=0: the address book alone).
 prepare_device() {
   "$root/scripts/device-profile.sh" "$1"
-  local samples="${PAGEMARK_SAMPLE_CONTACTS:-200}"
+  local pimtool samples="${PAGEMARK_SAMPLE_CONTACTS:-200}"
+  pimtool="$(winepath -w "$PAGEMARK_BUILD_DIR/bin/pimtool.exe")"
+  (cd "$WINEPREFIX/drive_c" && wine "$pimtool" import "$(winepath -w "$root/tests/data/addressbook.vcf")" >/dev/null)
   if ((samples > 0)); then
-    (cd "$WINEPREFIX/drive_c" &&
-      wine "$(winepath -w "$PAGEMARK_BUILD_DIR/bin/pimtool.exe")" generate "$samples" --seed 1 >/dev/null)
+    (cd "$WINEPREFIX/drive_c" && wine "$pimtool" generate "$samples" --seed 1 >/dev/null)
   fi
+}
+
+# A setting of the item on the device: name, then the DWORD value.
+set_setting() {
+  wine reg add 'HKCU\Software\Zovrix\PIM\Settings' /v "$1" /t REG_DWORD /d "$2" /f >/dev/null 2>&1
 }
 
 host="$(winepath -w "$PAGEMARK_BUILD_DIR/bin/TodayHost.exe")"
@@ -38,8 +46,9 @@ if ((interactive)); then
   exec wine explorer "/desktop=Pagemark,$size" "$host"
 fi
 
-# The tour runs on a phone at both screen sizes, unless PAGEMARK_PROFILE names one. Its two taps, on
-# the third cell ("GHI") and on the popup's "Close", need their places at each size.
+# The tour runs on a phone at both screen sizes, unless PAGEMARK_PROFILE names one: first the list as
+# it comes, then sorted by company in rows of two lines. Its taps on the third cell ("GHI") and on the
+# last cell need their places at each size.
 trap device_stop EXIT
 profiles="${PAGEMARK_TOUR_PROFILES:-qvga-phone vga-phone}"
 [[ -n "${PAGEMARK_PROFILE_SET:-}" ]] && profiles="$PAGEMARK_PROFILE"
@@ -52,14 +61,17 @@ for profile in $profiles; do
   device_ensure
   prepare_device "$profile"
   case "$profile" in
-    vga*) tap="124 99" close="460 138" ;;
-    *) tap="60 47" close="228 67" ;;
+    vga*) tap="124 99" back="462 99" ;;
+    *) tap="60 47" back="230 47" ;;
   esac
   rm -rf "${tour:?}/$profile" && mkdir -p "$tour/$profile"
-  script="$PAGEMARK_BUILD_DIR/tour-$profile.txt"
-  sed -e "s#@TOUR@#$(winepath -w "$tour/$profile" | sed 's#\\#\\\\#g')#g" -e "s#@TAP@#$tap#g" -e "s#@CLOSE@#$close#g" \
-    "$root/scripts/tour.txt" > "$script"
-  (cd "$WINEPREFIX/drive_c" && wine "$host" /script "$(winepath -w "$script")" /exit)
+  for part in tour tour-grouped; do
+    [[ "$part" == tour-grouped ]] && (cd "$WINEPREFIX/drive_c" && set_setting SortType 2 && set_setting IsDoubleSized 1)
+    script="$PAGEMARK_BUILD_DIR/$part-$profile.txt"
+    sed -e "s#@TOUR@#$(winepath -w "$tour/$profile" | sed 's#\\#\\\\#g')#g" -e "s#@TAP@#$tap#g" -e "s#@BACK@#$back#g" \
+      "$root/scripts/$part.txt" > "$script"
+    (cd "$WINEPREFIX/drive_c" && wine "$host" /script "$(winepath -w "$script")" /exit)
+  done
 done
 echo "device tour: screenshots in $tour"
 ls -R "$tour"

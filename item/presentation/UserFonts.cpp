@@ -30,6 +30,9 @@ const COLORREF kListBackground = 0x00F7D3B5;
 void StockFont(LOGFONTW& font) {
   ZeroMemory(&font, sizeof font);
   GetObjectW(GetStockObject(SYSTEM_FONT), sizeof font, &font);
+  // The stock font's cell width belongs to its own height; a font of another height takes the width
+  // that its face gives it.
+  font.lfWidth = 0;
 }
 
 void LoadUserFont(const wchar_t* subkey, LOGFONTW& font) {

@@ -2,14 +2,17 @@
 // with the focus in its thread, through the queue like a key from the keypad (key-up with the
 // previous-state bit). When the front window's menu bar took the key over with SHMBOF_NOTIFY, the
 // bar's owner gets it as WM_HOTKEY instead, once pressed and once released (MOD_KEYUP). Home brings
-// the Today screen to the front. The pad's centre sends its own code (134) while held and a Return when
-// released. On the Today screen itself the keys go to the selected item (Host.cpp).
+// the Today screen to the front. The pad's centre sends its own code (134) and a Return, pressed and
+// released together. On the Today screen itself the keys go to the selected item (Host.cpp).
 #include "TodayHost.h"
 
 #include <DeviceJournal.h>
 #include <DeviceShell.h>
 #include <aygshell.h>
 #include <winuserm.h>
+
+#include <initializer_list>
+#include <utility>
 
 namespace todayhost {
 
@@ -35,6 +38,16 @@ HWND FocusOf(HWND front) {
 
 void Host::DeliverKey(UINT vk) {
   DeliverKeyDown(vk);
+  // A finger is slower than the queue: the press is taken before the release comes.
+  MSG msg;
+  for (int i = 0; i < 200 && PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE); ++i) {
+    if (msg.message == WM_QUIT) {
+      PostQuitMessage(static_cast<int>(msg.wParam));
+      break;
+    }
+    TranslateMessage(&msg);
+    DispatchMessageW(&msg);
+  }
   DeliverKeyUp(vk);
 }
 
@@ -76,18 +89,46 @@ void Host::PostKey(HWND target, UINT vk, bool up) {
     PostMessageW(target, WM_KEYDOWN, vk, 1 | scan);
 }
 
-// The centre of the five-way pad sends its own code while it is held, and the Return of the action
-// when it comes up: down 134, then down and up of Return, then up 134.
+// The centre of the five-way pad sends its own code and the Return of the action when pressed, and
+// their releases when it comes up: down 134, down Return, then up Return, up 134. These go in as the
+// keyboard's own input, so that the system's key state says the pad is held for as long as it is.
+namespace {
+
+bool SendKeys(std::initializer_list<std::pair<UINT, bool>> keys) {
+  INPUT input[4] = {};
+  UINT count = 0;
+  for (const auto& key : keys) {
+    input[count].type = INPUT_KEYBOARD;
+    input[count].ki.wVk = static_cast<WORD>(key.first);
+    input[count].ki.wScan = static_cast<WORD>(MapVirtualKeyW(key.first, MAPVK_VK_TO_VSC));
+    input[count].ki.dwFlags = key.second ? KEYEVENTF_KEYUP : 0;
+    ++count;
+  }
+  return SendInput(count, input, sizeof(INPUT)) == count;
+}
+
+}  // namespace
+
 void Host::DeliverKeyDown(UINT vk) {
-  if (vk == VK_TACTION) vk = VK_PAD_ACTION;
+  if (vk == VK_TACTION) {
+    HWND pad = KeyTarget(VK_PAD_ACTION, false);
+    HWND enter = KeyTarget(VK_RETURN, false);
+    if (pad && enter && SendKeys({{VK_PAD_ACTION, false}, {VK_RETURN, false}})) return;
+    if (pad) PostKey(pad, VK_PAD_ACTION, false);
+    if (enter) PostKey(enter, VK_RETURN, false);
+    return;
+  }
   if (HWND target = KeyTarget(vk, false)) PostKey(target, vk, false);
 }
 
 void Host::DeliverKeyUp(UINT vk) {
   if (vk == VK_TACTION) {
-    if (HWND target = KeyTarget(VK_RETURN, false)) PostKey(target, VK_RETURN, false);
-    if (HWND target = KeyTarget(VK_RETURN, true)) PostKey(target, VK_RETURN, true);
-    vk = VK_PAD_ACTION;
+    HWND enter = KeyTarget(VK_RETURN, true);
+    HWND pad = KeyTarget(VK_PAD_ACTION, true);
+    if (enter && pad && SendKeys({{VK_RETURN, true}, {VK_PAD_ACTION, true}})) return;
+    if (enter) PostKey(enter, VK_RETURN, true);
+    if (pad) PostKey(pad, VK_PAD_ACTION, true);
+    return;
   }
   if (HWND target = KeyTarget(vk, true)) PostKey(target, vk, true);
 }
