@@ -46,7 +46,8 @@ void PopupWnd::OnActivate(int group, int item) { SendToOwner(WM_ITEM_OPEN_CONTAC
 void PopupWnd::OnClicked(int group, int item, BOOL) {
   if (item < 0 || !source) return;
   Contact* contact = nullptr;
-  if (source->GetCachedContact(group, item, contact, 1) && contact) SendToOwner(WM_ITEM_OPEN_CONTACT, group, item);
+  if (source->GetCachedContact(group, item, contact, 1) && contact)
+    SendToOwner(WM_ITEM_OPEN_CONTACT, group, item);
 }
 
 void PopupWnd::OnDoubleClicked(int group, int item) { SendToOwner(WM_ITEM_RESERVED, group, item); }
@@ -85,15 +86,21 @@ void PopupWnd::ComposeAppointment(const Contact& contact, Str& subject, Str& bod
     int field;
   };
   static const Line lines[] = {
-      {IDS_LABEL_WORK_PHONE, ContactField::WorkPhone2},     {IDS_LABEL_WORK_FAX_PHONE, ContactField::WorkFax},
-      {IDS_LABEL_MOBILE_PHONE, ContactField::MobilePhone},  {IDS_LABEL_HOME_PHONE, ContactField::HomePhone},
-      {IDS_LABEL_HOME_PHONE, ContactField::HomePhone2},     {IDS_LABEL_HOME_FAX_PHONE, ContactField::HomeFax},
-      {IDS_LABEL_RADIO_PHONE, ContactField::RadioPhone},    {IDS_LABEL_CAR_PHONE, ContactField::CarPhone},
-      {IDS_LABEL_PAGER_PHONE, ContactField::Pager},         {IDS_LABEL_ASSISTANT_PHONE, ContactField::AssistantPhone},
+      {IDS_LABEL_WORK_PHONE, ContactField::WorkPhone2},
+      {IDS_LABEL_WORK_FAX_PHONE, ContactField::WorkFax},
+      {IDS_LABEL_MOBILE_PHONE, ContactField::MobilePhone},
+      {IDS_LABEL_HOME_PHONE, ContactField::HomePhone},
+      {IDS_LABEL_HOME_PHONE, ContactField::HomePhone2},
+      {IDS_LABEL_HOME_FAX_PHONE, ContactField::HomeFax},
+      {IDS_LABEL_RADIO_PHONE, ContactField::RadioPhone},
+      {IDS_LABEL_CAR_PHONE, ContactField::CarPhone},
+      {IDS_LABEL_PAGER_PHONE, ContactField::Pager},
+      {IDS_LABEL_ASSISTANT_PHONE, ContactField::AssistantPhone},
   };
   for (const Line& line : lines)
     if (text[line.field].GetLength() != 0) AddBodyLine(body, LoadLabel(line.label), text[line.field]);
-  for (int i = 0; i < contact.Phone.GetSize(); ++i) AddBodyLine(body, contact.Phone[i].label, contact.Phone[i].value);
+  for (int i = 0; i < contact.Phone.GetSize(); ++i)
+    AddBodyLine(body, contact.Phone[i].label, contact.Phone[i].value);
 }
 
 void PopupWnd::OnMakeAppointment() {

@@ -44,7 +44,8 @@ std::wstring Wide(const std::string& text) { return std::wstring(text.begin(), t
 int RunCaptured(const std::wstring& arguments, std::string& out) {
   std::wstring outPath = TempFolder() + L"road-tool.out";
   SECURITY_ATTRIBUTES inherit = {sizeof inherit, nullptr, TRUE};
-  HANDLE file = CreateFileW(outPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit, CREATE_ALWAYS, 0, nullptr);
+  HANDLE file =
+      CreateFileW(outPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit, CREATE_ALWAYS, 0, nullptr);
   std::wstring path = BinDir() + L"pimtool.exe";
   std::wstring commandLine = L"\"" + path + L"\" " + arguments;
   STARTUPINFOW startup = {};
@@ -154,7 +155,8 @@ struct Road {
     REQUIRE(g_pimToday->IsManagerReady());
     item.cyp = 0;
     SendMessageW(window, WM_TODAYCUSTOM_QUERYREFRESHCACHE, reinterpret_cast<WPARAM>(&item), 0);
-    SetWindowPos(window, nullptr, 0, ScaleY(40), work.right - work.left, static_cast<int>(item.cyp), SWP_NOZORDER);
+    SetWindowPos(window, nullptr, 0, ScaleY(40), work.right - work.left, static_cast<int>(item.cyp),
+                 SWP_NOZORDER);
     SetForegroundWindow(host);
     UpdateWindow(host);
     Pump(300);
@@ -303,7 +305,8 @@ TEST_CASE("by company: headers with their counts; a tap opens a header's contact
   REQUIRE(grouped.groups.size() > 1);
 
   Road road;
-  testreg::WriteDword(HKEY_CURRENT_USER, std::wstring(testreg::kSettingsRoot) + L"\\Settings", L"SortType", 2);
+  testreg::WriteDword(HKEY_CURRENT_USER, std::wstring(testreg::kSettingsRoot) + L"\\Settings", L"SortType",
+                      2);
   // Another program changed the sort: the host's next poll carries the change flag to the popup.
   REQUIRE(g_pimSync != nullptr);
   g_pimSync->SetFlag(4, 1);
@@ -319,7 +322,8 @@ TEST_CASE("by company: headers with their counts; a tap opens a header's contact
   road.TapRow(static_cast<int>(open));
   road.ExpectGrouped(grouped, {open});
   CHECK(road.Mode() == PopupList);
-  testreg::WriteDword(HKEY_CURRENT_USER, std::wstring(testreg::kSettingsRoot) + L"\\Settings", L"SortType", 0);
+  testreg::WriteDword(HKEY_CURRENT_USER, std::wstring(testreg::kSettingsRoot) + L"\\Settings", L"SortType",
+                      0);
 }
 
 TEST_CASE("keys that leave one contact open it at once") {

@@ -81,4 +81,3 @@ inline void DeleteAllContacts() {
   }
   if (all.GetSize() > 0) g_dataSource.DeleteRows(all);
 }
-

@@ -21,11 +21,14 @@ std::wstring ClassOf(HWND window) {
 }
 
 // What the menu bar keeps of a key's override, read without changing it.
-WORD OverrideOf(HWND bar, UINT key) { return static_cast<WORD>(SendMessageW(bar, SHCMBM_OVERRIDEKEY, key, 0)); }
+WORD OverrideOf(HWND bar, UINT key) {
+  return static_cast<WORD>(SendMessageW(bar, SHCMBM_OVERRIDEKEY, key, 0));
+}
 
 }  // namespace
 
-TEST_CASE_FIXTURE(ItemFixture, "the popup is made hidden at start-up, a tool window with its menu bar and icon") {
+TEST_CASE_FIXTURE(ItemFixture,
+                  "the popup is made hidden at start-up, a tool window with its menu bar and icon") {
   PopupWnd& popup = g_pimToday->GetPopup();
   HWND window = popup.GetHwnd();
   REQUIRE(window != nullptr);
@@ -125,7 +128,8 @@ TEST_CASE_FIXTURE(ItemFixture, "a tap on a row opens that contact; its name head
   DeleteAllContacts();
 }
 
-TEST_CASE_FIXTURE(ItemFixture, "keypad digits on the list pick letter groups; Up at the first row hides the popup") {
+TEST_CASE_FIXTURE(ItemFixture,
+                  "keypad digits on the list pick letter groups; Up at the first row hides the popup") {
   People();
   Cell(kLastCell);
   HWND list = g_pimToday->GetPopup().GetList().ContactWindow();
@@ -204,5 +208,6 @@ TEST_CASE("an appointment with a contact: the name parts as subject, the filled 
 
   contact.text[ContactField::WorkPhone2] = Str(L"444");
   PopupWnd::ComposeAppointment(contact, subject, body);
-  CHECK(std::wstring(body) == L"Work phone: 111" + sep + L"Work phone: 444" + sep + L"Mobile: 222" + sep + L"Boat: 333");
+  CHECK(std::wstring(body) ==
+        L"Work phone: 111" + sep + L"Work phone: 444" + sep + L"Mobile: 222" + sep + L"Boat: 333");
 }

@@ -25,7 +25,8 @@ std::wstring ClassName(HWND hwnd) {
 BOOL CALLBACK AddList(HWND child, LPARAM data) {
   auto* lines = reinterpret_cast<ProbeLines*>(data);
   const std::wstring name = ClassName(child);
-  if (!IsWindowVisible(child) || (name != L"COOL.LIST" && _wcsicmp(name.c_str(), L"ListBox") != 0)) return TRUE;
+  if (!IsWindowVisible(child) || (name != L"COOL.LIST" && _wcsicmp(name.c_str(), L"ListBox") != 0))
+    return TRUE;
   wchar_t line[160];
   swprintf(line, 160, L"list %ls count %ld caret %ld top %ld\n", name.c_str(),
            static_cast<long>(SendMessageW(child, LB_GETCOUNT, 0, 0)),
@@ -41,8 +42,8 @@ BOOL CALLBACK AddWindow(HWND hwnd, LPARAM data) {
   RECT rect;
   GetWindowRect(hwnd, &rect);
   wchar_t line[160];
-  swprintf(line, 160, L"window %ls at %ld %ld %ld %ld\n", ClassName(hwnd).c_str(), rect.left, rect.top, rect.right,
-           rect.bottom);
+  swprintf(line, 160, L"window %ls at %ld %ld %ld %ld\n", ClassName(hwnd).c_str(), rect.left, rect.top,
+           rect.right, rect.bottom);
   lines->text += line;
   EnumChildWindows(hwnd, AddList, data);
   return TRUE;
@@ -53,13 +54,14 @@ BOOL CALLBACK AddWindow(HWND hwnd, LPARAM data) {
 void Host::Probe(const std::wstring& path) {
   ProbeLines lines;
   EnumThreadWindows(GetCurrentThreadId(), AddWindow, reinterpret_cast<LPARAM>(&lines));
-  int size = WideCharToMultiByte(CP_UTF8, 0, lines.text.c_str(), static_cast<int>(lines.text.size()), nullptr, 0,
-                                 nullptr, nullptr);
+  int size = WideCharToMultiByte(CP_UTF8, 0, lines.text.c_str(), static_cast<int>(lines.text.size()), nullptr,
+                                 0, nullptr, nullptr);
   std::string bytes(static_cast<size_t>(size > 0 ? size : 0), '\0');
   if (size > 0)
     WideCharToMultiByte(CP_UTF8, 0, lines.text.c_str(), static_cast<int>(lines.text.size()), &bytes[0], size,
                         nullptr, nullptr);
-  HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  HANDLE file =
+      CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
   DWORD written = 0;
   bool ok = file != INVALID_HANDLE_VALUE &&
             WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) &&
