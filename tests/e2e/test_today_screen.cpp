@@ -272,10 +272,30 @@ TEST_CASE(
   DeleteFileW(list.c_str());
   DeleteFileW(contact.c_str());
   std::string y = std::to_string(middle);
+  // What shows after each step, read through the windows' own messages: the list, the contact page,
+  // the list again after End, and nothing after a second End.
+  std::vector<std::wstring> probes = {Own(L"e2e-probe1.txt"), Own(L"e2e-probe2.txt"), Own(L"e2e-probe3.txt"),
+                                      Own(L"e2e-probe4.txt")};
+  for (const std::wstring& probe : probes) DeleteFileW(probe.c_str());
   std::string script = "wait 2500\ntap " + std::to_string(Centre(frames, 4)) + " " + y + "\nwait 800\nshot " +
-                       Narrow(list) + "\ntap " + std::to_string(Centre(frames, 6)) + " " + y +
-                       "\nwait 800\nshot " + Narrow(contact) + "\nquit\n";
+                       Narrow(list) + "\nprobe " + Narrow(probes[0]) + "\ntap " +
+                       std::to_string(Centre(frames, 6)) + " " + y + "\nwait 800\nshot " + Narrow(contact) +
+                       "\nprobe " + Narrow(probes[1]) + "\nkey end\nwait 500\nprobe " + Narrow(probes[2]) +
+                       "\nkey end\nwait 500\nprobe " + Narrow(probes[3]) + "\nquit\n";
   CHECK(RunHost(WriteScript(L"e2e-taps.txt", script)) == 0);
+
+  // The list holds the two of MNO, the caret on the first; the one hit of "mt" shows as the contact
+  // page, no list; End goes back to the list, which holds that one hit, and then hides the popup (on a
+  // phone).
+  const std::string listed = "list COOL.LIST count 2 caret 0 top 0";
+  CHECK(ReadFileText(probes[0]).find(listed) != std::string::npos);
+  CHECK(ReadFileText(probes[1]).find("window ZovrixWndCls") != std::string::npos);
+  CHECK(ReadFileText(probes[1]).find("list COOL.LIST") == std::string::npos);
+  bool phone = GetFileAttributesW(L"\\windows\\sms.dll") != INVALID_FILE_ATTRIBUTES;
+  if (phone) {
+    CHECK(ReadFileText(probes[2]).find("list COOL.LIST count 1 caret 0") != std::string::npos);
+    CHECK(ReadFileText(probes[3]).find("list COOL.LIST") == std::string::npos);
+  }
 
   Image afterOne;
   REQUIRE(LoadPng(list, &afterOne));
