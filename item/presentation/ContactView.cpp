@@ -1,14 +1,8 @@
 #include "presentation/ContactView.h"
 #include "presentation/Skin.h"
+#include "resources/ListIds.h"
 #include "storage/contact/Contact.h"
 #include "storage/contact/ContactNames.h"
-
-namespace {
-
-// The head's name when the contact has none to compose.
-const wchar_t kUnnamed[] = L"Unnamed";
-
-}  // namespace
 
 ContactView::ContactView() : contactId(0), boldFont(nullptr), plainFont(nullptr) {}
 
@@ -28,7 +22,11 @@ BOOL ContactView::Show(const Contact& contact) {
   BuildName(text[ContactField::LastName], text[ContactField::FirstName], text[ContactField::Company],
             text[ContactField::MiddleName], text[ContactField::Title], text[ContactField::Suffix], headName,
             headSecond);
-  if (headName.GetLength() == 0) headName = kUnnamed;
+  if (headName.GetLength() == 0) {
+    wchar_t unnamed[64];
+    int length = SafeLoadStr(IDS_UNNAMED, GetModuleInstance(), unnamed, 64);
+    headName = Str(unnamed, length);
+  }
   if (hwnd) InvalidateRect(hwnd, nullptr, FALSE);
   return TRUE;
 }

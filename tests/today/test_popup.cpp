@@ -25,6 +25,15 @@ WORD OverrideOf(HWND bar, UINT key) {
   return static_cast<WORD>(SendMessageW(bar, SHCMBM_OVERRIDEKEY, key, 0));
 }
 
+// The device without its SMS engine for as long as it lives: a device without a phone.
+struct WithoutSmsEngine {
+  bool moved;
+  WithoutSmsEngine() : moved(MoveFileW(L"\\windows\\sms.dll", L"\\windows\\sms.dll.away") != FALSE) {}
+  ~WithoutSmsEngine() {
+    if (moved) MoveFileW(L"\\windows\\sms.dll.away", L"\\windows\\sms.dll");
+  }
+};
+
 }  // namespace
 
 TEST_CASE_FIXTURE(ItemFixture,
@@ -157,6 +166,30 @@ TEST_CASE_FIXTURE(ItemFixture, "the End key through the list: on a phone the lis
   SendMessageW(list, WM_KEYDOWN, VK_TEND, 1);
   SendMessageW(list, WM_KEYUP, VK_TEND, 0xC0000001);
   CHECK(Mode() == (IsPhone() ? PopupHidden : PopupList));
+  DeleteAllContacts();
+}
+
+TEST_CASE_FIXTURE(ItemFixture,
+                  "without an SMS engine the End key does nothing, on the list and on the contact") {
+  People();
+  Cell(kLastCell);
+  REQUIRE(Mode() == PopupList);
+  HWND popup = g_pimToday->GetPopup().GetHwnd();
+  {
+    WithoutSmsEngine noPhone;
+    REQUIRE_FALSE(IsPhone());
+    SendMessageW(popup, WM_KEYUP, VK_TEND, 0xC0000001);
+    CHECK(Mode() == PopupList);
+    SendMessageW(window, WM_ITEM_OPEN_CONTACT, 0, 0);
+    REQUIRE(Mode() == PopupContact);
+    SendMessageW(g_pimToday->GetPopup().GetView().GetHwnd(), WM_KEYUP, VK_TEND, 0xC0000001);
+    CHECK(Mode() == PopupContact);
+  }
+  // With the engine back the same key steps back.
+  if (IsPhone()) {
+    SendMessageW(g_pimToday->GetPopup().GetView().GetHwnd(), WM_KEYUP, VK_TEND, 0xC0000001);
+    CHECK(Mode() == PopupList);
+  }
   DeleteAllContacts();
 }
 
