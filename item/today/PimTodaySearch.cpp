@@ -196,7 +196,7 @@ BOOL CPimToday::ShowContact(int group, int item) {
   if (!contact) return FALSE;
   BOOL shown = FALSE;
   if (g_dataSource.ReadAt(group, item, *contact) && !contact->IsEmpty()) {
-    // LATER(phone templates): the numbers go to the page as stored until the templates format them.
+    phoneTemplates.FormatContact(*contact);
     shown = popup.ShowContact(*contact);
   }
   delete contact;
