@@ -48,6 +48,20 @@ std::vector<std::string> ExpectedExtendedLines(const ToolContact& c) {
   return lines;
 }
 
+// The contacts that one run of `dump` printed, each from its "Id: " line to its "Checksum: " line as a
+// run with that id alone prints it. A blank line and the next "Id: " line part them.
+std::vector<std::string> DumpBlocks(const std::string& out) {
+  std::vector<std::string> blocks;
+  size_t start = 0;
+  while (start < out.size()) {
+    const size_t gap = out.find("\n\nId: ", start);
+    const size_t end = gap == std::string::npos ? out.size() : gap + 1;
+    blocks.push_back(out.substr(start, end - start));
+    start = gap == std::string::npos ? out.size() : gap + 2;
+  }
+  return blocks;
+}
+
 }  // namespace
 
 TEST_CASE("generate writes the generator's contacts and list shows them in order with their ids") {
@@ -79,22 +93,33 @@ TEST_CASE("dump prints the stored fields, dates, categories, Note and extended d
   REQUIRE(Tool(L"pimtool.exe", L"generate 60 --seed 11").code == 0);
   std::vector<std::string> lines = Lines(Tool(L"pimtool.exe", L"list").out);
   REQUIRE(lines.size() == 61);
+  // One run shows them all, one after the other.
+  std::vector<std::string> ids;
+  std::wstring arguments = L"dump";
+  for (int i = 0; i < 60; ++i) {
+    ids.push_back(lines[i].substr(0, 8));
+    arguments += L" " + std::wstring(ids.back().begin(), ids.back().end());
+  }
+  Run all = Tool(L"pimtool.exe", arguments);
+  REQUIRE(all.code == 0);
+  CHECK(all.err.empty());
+  const std::vector<std::string> blocks = DumpBlocks(all.out);
+  CHECK(blocks.size() == 60);
   int extendedContacts = 0, richNotes = 0;
   for (int i = 0; i < 60; ++i) {
     ToolContact expected = GenerateContact(11, i);
-    std::string id = lines[i].substr(0, 8);
-    Run dump = Tool(L"pimtool.exe", L"dump " + std::wstring(id.begin(), id.end()));
-    CAPTURE(dump.out);
-    REQUIRE(dump.code == 0);
-    CHECK(dump.out.rfind("Id: " + id + "\n", 0) == 0);
+    const std::string& id = ids[i];
+    REQUIRE(static_cast<size_t>(i) < blocks.size());
+    const std::string& dump = blocks[i];
+    CAPTURE(dump);
+    CHECK(dump.rfind("Id: " + id + "\n", 0) == 0);
     if (!expected.text[FieldLastName].empty())
-      CHECK(dump.out.find("LastName: " + ToUtf8(expected.text[FieldLastName]) + "\n") != std::string::npos);
+      CHECK(dump.find("LastName: " + ToUtf8(expected.text[FieldLastName]) + "\n") != std::string::npos);
     if (!expected.text[FieldMobilePhone].empty())
-      CHECK(dump.out.find("MobilePhone: " + ToUtf8(expected.text[FieldMobilePhone]) + "\n") !=
-            std::string::npos);
-    if (!expected.categories.empty()) CHECK(dump.out.find("Categories: ") != std::string::npos);
+      CHECK(dump.find("MobilePhone: " + ToUtf8(expected.text[FieldMobilePhone]) + "\n") != std::string::npos);
+    if (!expected.categories.empty()) CHECK(dump.find("Categories: ") != std::string::npos);
     for (const std::wstring& category : expected.categories)
-      CHECK(dump.out.find(ToUtf8(category)) != std::string::npos);
+      CHECK(dump.find(ToUtf8(category)) != std::string::npos);
     if (!expected.note.empty()) {
       // A Note kept rich, or made rich to carry extended data, shows its lines joined by spaces.
       std::string note;
@@ -103,27 +128,38 @@ TEST_CASE("dump prints the stored fields, dates, categories, Note and extended d
       if (expected.richNote || expected.HasExtended())
         for (char& c : note)
           if (c == '\n') c = ' ';
-      CHECK(dump.out.find("Note: " + note + "\n") != std::string::npos);
+      CHECK(dump.find("Note: " + note + "\n") != std::string::npos);
     }
-    CHECK((expected.birthday != 0) == (dump.out.find("Birthday: ") != std::string::npos));
+    CHECK((expected.birthday != 0) == (dump.find("Birthday: ") != std::string::npos));
     // The extended data comes back from the Note, line by line in the order of the block.
     std::string extended;
     for (const std::string& line : ExpectedExtendedLines(expected)) extended += line + "\n";
-    CHECK(dump.out.find(extended + "Checksum: ") != std::string::npos);
+    CHECK(dump.find(extended + "Checksum: ") != std::string::npos);
     if (expected.richNote || expected.HasExtended())
-      CHECK(dump.out.find("NoteForm: rich\n") != std::string::npos);
+      CHECK(dump.find("NoteForm: rich\n") != std::string::npos);
     else if (!expected.note.empty())
-      CHECK(dump.out.find("NoteForm: plain\n") != std::string::npos);
+      CHECK(dump.find("NoteForm: plain\n") != std::string::npos);
     else
-      CHECK(dump.out.find("NoteForm: ") == std::string::npos);
+      CHECK(dump.find("NoteForm: ") == std::string::npos);
     if (expected.HasExtended()) ++extendedContacts;
     if (expected.richNote) ++richNotes;
   }
   // The seed gives both kinds of Note and plenty of extended data.
   CHECK(extendedContacts > 10);
   CHECK(richNotes > 0);
+  // The run with one id prints exactly its block.
+  Run one = Tool(L"pimtool.exe", L"dump " + std::wstring(ids[7].begin(), ids[7].end()));
+  CHECK(one.code == 0);
+  CHECK(one.out == blocks[7]);
   CHECK(Tool(L"pimtool.exe", L"dump 7fffffff").code == 1);
   CHECK(Tool(L"pimtool.exe", L"dump zz").code == 2);
+  // An id without a contact is reported and passed over; the others are shown.
+  Run gap = Tool(L"pimtool.exe", L"dump " + std::wstring(ids[0].begin(), ids[0].end()) + L" 7fffffff " +
+                                     std::wstring(ids[1].begin(), ids[1].end()));
+  CHECK(gap.code == 1);
+  CHECK(gap.out == blocks[0] + "\n" + blocks[1]);
+  CHECK(gap.err.find("7fffffff") != std::string::npos);
+  CHECK(Tool(L"pimtool.exe", L"dump " + std::wstring(ids[0].begin(), ids[0].end()) + L" zz").code == 2);
 }
 
 TEST_CASE("import reads a vCard file, reports a malformed card by its line and imports the rest") {

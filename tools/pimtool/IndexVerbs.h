@@ -2,7 +2,7 @@
 // the answers are the item's own.
 #pragma once
 
-// pimtool search --keypad DIGITS | --text TEXT [--sort 0|1|2] [--category NAME ...]
+// pimtool search (--keypad DIGITS ... | --text TEXT ...) [--sort 0|1|2 ...] [--category NAME ...]
 int SearchVerb(int argc, wchar_t** argv);
 // pimtool find-phone NUMBER [--min-digits N]
 int FindPhoneVerb(int argc, wchar_t** argv);

@@ -2,13 +2,15 @@
 //   pimtool generate N [--seed S]   add N synthetic contacts (the same N and S give the same contacts)
 //   pimtool import FILE.vcf         add the cards of a vCard file; malformed cards are reported and skipped
 //   pimtool list                    one line per contact: record id in hexadecimal and list name
-//   pimtool dump ID                 every stored field of the contact with that record id, the Note's
-//                                   text and the extended data read back from the Note
-//   pimtool search --keypad DIGITS | --text TEXT [--sort 0|1|2] [--category NAME ...]
+//   pimtool dump ID [ID ...]        every stored field of the contact with that record id, the Note's
+//                                   text and the extended data read back from the Note; several
+//                                   contacts one after the other, a blank line between them
+//   pimtool search (--keypad DIGITS ... | --text TEXT ...) [--sort 0|1|2 ...] [--category NAME ...]
 //                                   the item's search: digits pick letter groups as the list's number
 //                                   keys do ('2' the first group ... '9' the eighth, '1' the ninth);
 //                                   one line per contact, id and list name, under group title lines
-//                                   ("[Company]") with --sort 2
+//                                   ("[Company]") with --sort 2. Several queries or sorts: every query
+//                                   in every sort, each result under a line "== keypad 44, sort 1"
 //   pimtool find-phone NUMBER [--min-digits N]   the contacts of a number, by its last digits
 //   pimtool rebuild | open | check  rebuild the index; open it as the item does and say what was
 //                                   decided; check both index files (exit status 1 on any finding)
@@ -21,6 +23,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 #include "DeviceContacts.h"
 #include "IndexVerbs.h"
 #include "Generator.h"
@@ -33,7 +36,8 @@ namespace {
 
 int Usage() {
   PrintError(
-      L"usage: pimtool generate N [--seed S] | import FILE.vcf | list | dump ID | search ... | find-phone "
+      L"usage: pimtool generate N [--seed S] | import FILE.vcf | list | dump ID ... | search ... | "
+      L"find-phone "
       L"NUMBER"
       L" | rebuild | open | check | add FIELD=VALUE ... | update ID FIELD=VALUE ... | delete ID");
   return 2;
@@ -138,19 +142,8 @@ int List() {
   return 0;
 }
 
-int Dump(int argc, wchar_t** argv) {
-  if (argc != 3) return Usage();
-  wchar_t* end = nullptr;
-  unsigned long oid = wcstoul(argv[2], &end, 16);
-  if (*end || oid == 0) return Usage();
-  ContactDatabase database;
-  ToolCategories categories;
-  if (!OpenDevice(database, categories)) return 1;
-  Contact contact;
-  if (!database.LoadByOid(oid, contact)) {
-    PrintError(L"pimtool: no contact with the id " + std::wstring(argv[2]));
-    return 1;
-  }
+// Prints what dump shows of a contact read from the database.
+void DumpContact(ToolCategories& categories, Contact& contact) {
   wchar_t number[32];
   swprintf(number, 32, L"%08x", contact.oid);
   PrintLine(std::wstring(L"Id: ") + number);
@@ -186,7 +179,36 @@ int Dump(int argc, wchar_t** argv) {
   if (!note.empty()) PrintLine(L"Note: " + note);
   for (const std::wstring& line : ExtendedLines(contact)) PrintLine(line);
   PrintLine(L"Checksum: " + checksum);
-  return 0;
+}
+
+// Every id is read before any contact is shown: a malformed one refuses the whole command line. An id
+// without a contact is reported and passed over; the status is then 1.
+int Dump(int argc, wchar_t** argv) {
+  if (argc < 3) return Usage();
+  std::vector<CEOID> oids;
+  for (int i = 2; i < argc; ++i) {
+    wchar_t* end = nullptr;
+    unsigned long oid = wcstoul(argv[i], &end, 16);
+    if (*end || oid == 0) return Usage();
+    oids.push_back(static_cast<CEOID>(oid));
+  }
+  ContactDatabase database;
+  ToolCategories categories;
+  if (!OpenDevice(database, categories)) return 1;
+  int status = 0;
+  bool any = false;
+  for (size_t i = 0; i < oids.size(); ++i) {
+    Contact contact;
+    if (!database.LoadByOid(oids[i], contact)) {
+      PrintError(L"pimtool: no contact with the id " + std::wstring(argv[2 + i]));
+      status = 1;
+      continue;
+    }
+    if (any) PrintLine(L"");
+    DumpContact(categories, contact);
+    any = true;
+  }
+  return status;
 }
 
 }  // namespace

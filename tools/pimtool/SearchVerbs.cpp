@@ -54,44 +54,74 @@ void PrintGroups(ContactManager& manager, const Array<uint32_t>& flat, const Arr
   }
 }
 
+// Runs one search and prints its result; false when the search failed.
+bool PrintSearch(ContactManager& manager, const Str& query, bool byKeypad, int sort,
+                 const CategoryFilter& filter) {
+  if (sort == SortKindGrouped) {
+    Array<uint32_t> flat;
+    Array<Str> titles;
+    const BOOL done = byKeypad ? manager.GroupedKeypadSearch(query, filter, flat, titles)
+                               : manager.GroupedSearch(query, filter, flat, titles, nullptr);
+    if (done) PrintGroups(manager, flat, titles);
+    return done != FALSE;
+  }
+  Array<CEOID> ids;
+  const BOOL done = byKeypad ? manager.KeypadSearch(query, sort, filter, ids)
+                             : manager.Search(query, sort, filter, ids, nullptr);
+  if (done) PrintRows(manager, ids);
+  return done != FALSE;
+}
+
 }  // namespace
 
 int SearchVerb(int argc, wchar_t** argv) {
-  std::wstring keypad, text;
+  const wchar_t usage[] =
+      L"usage: pimtool search (--keypad DIGITS ... | --text TEXT ...) [--sort 0|1|2 ...] "
+      L"[--category NAME ...]";
+  std::vector<std::wstring> queries, categories;
+  std::vector<int> sorts;
   bool byKeypad = false, byText = false;
-  int sort = 0;
-  std::vector<std::wstring> categories;
   for (int i = 2; i < argc; ++i) {
     std::wstring arg = argv[i];
     if (arg == L"--keypad" && i + 1 < argc) {
-      keypad = argv[++i];
+      queries.push_back(argv[++i]);
       byKeypad = true;
     } else if (arg == L"--text" && i + 1 < argc) {
-      text = argv[++i];
+      queries.push_back(argv[++i]);
       byText = true;
     } else if (arg == L"--sort" && i + 1 < argc) {
-      sort = _wtoi(argv[++i]);
+      sorts.push_back(_wtoi(argv[++i]));
     } else if (arg == L"--category" && i + 1 < argc) {
       categories.push_back(argv[++i]);
     } else {
-      PrintError(L"usage: pimtool search --keypad DIGITS | --text TEXT [--sort 0|1|2] [--category NAME ...]");
+      PrintError(usage);
       return 2;
     }
   }
-  if (byKeypad == byText || sort < 0 || sort > 2) {
-    PrintError(L"usage: pimtool search --keypad DIGITS | --text TEXT [--sort 0|1|2] [--category NAME ...]");
+  if (sorts.empty()) sorts.push_back(0);
+  bool sortsValid = true;
+  for (int sort : sorts) sortsValid = sortsValid && sort >= 0 && sort <= 2;
+  if (byKeypad == byText || !sortsValid) {
+    PrintError(usage);
     return 2;
   }
+
   ToolManager tool;
   if (!tool.Open()) return 1;
   ContactManager& manager = tool.Get();
   CategoryFilter filter;
   if (!categories.empty() && !CategoryIds(manager, categories, filter)) return 1;
 
-  Str query;
-  if (byKeypad) {
-    // The query is made as the item makes it from the picked cells: each group's key.
-    for (wchar_t digit : keypad) {
+  // The queries as the item makes them: the text as typed, or each picked cell's group key (the
+  // letter groups are read as the manager opens).
+  std::vector<Str> made;
+  for (const std::wstring& query : queries) {
+    if (byText) {
+      made.push_back(Str(query.c_str()));
+      continue;
+    }
+    Str keys;
+    for (wchar_t digit : query) {
       const int group = GroupOfDigit(digit);
       const wchar_t key = group >= 0 ? GroupKeyOf(group) : 0;
       if (key == 0) {
@@ -99,28 +129,23 @@ int SearchVerb(int argc, wchar_t** argv) {
         return 2;
       }
       const wchar_t one[2] = {key, 0};
-      query += Str(one);
+      keys += Str(one);
     }
-  } else {
-    query = Str(text.c_str());
+    made.push_back(keys);
   }
 
-  BOOL done;
-  if (sort == SortKindGrouped) {
-    Array<uint32_t> flat;
-    Array<Str> titles;
-    done = byKeypad ? manager.GroupedKeypadSearch(query, filter, flat, titles)
-                    : manager.GroupedSearch(query, filter, flat, titles, nullptr);
-    if (done) PrintGroups(manager, flat, titles);
-  } else {
-    Array<CEOID> ids;
-    done = byKeypad ? manager.KeypadSearch(query, sort, filter, ids)
-                    : manager.Search(query, sort, filter, ids, nullptr);
-    if (done) PrintRows(manager, ids);
-  }
-  if (!done) {
-    PrintError(L"pimtool: the search failed (error " + std::to_wstring(GetLastError()) + L")");
-    return 1;
+  // One process answers many questions: every query in every sort, each result under its own line.
+  const bool titled = made.size() * sorts.size() > 1;
+  for (size_t q = 0; q < made.size(); ++q) {
+    for (int sort : sorts) {
+      if (titled)
+        PrintLine(std::wstring(L"== ") + (byKeypad ? L"keypad " : L"text ") + queries[q] + L", sort " +
+                  std::to_wstring(sort));
+      if (!PrintSearch(manager, made[q], byKeypad, sort, filter)) {
+        PrintError(L"pimtool: the search failed (error " + std::to_wstring(GetLastError()) + L")");
+        return 1;
+      }
+    }
   }
   return 0;
 }

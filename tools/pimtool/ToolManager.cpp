@@ -19,15 +19,12 @@ bool ToolManager::Open() {
 }
 
 void ToolManager::Settle() {
-  // Notifications of the tool's own writes arrive as messages; the gathering timer then applies them.
-  const DWORD start = GetTickCount();
-  for (;;) {
-    MSG msg;
-    while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&msg);
-    if (manager.PendingWindow().Count() == 0 && GetTickCount() - start > 200) return;
-    if (GetTickCount() - start > 10000) return;
-    MsgWaitForMultipleObjects(0, nullptr, FALSE, 20, QS_ALLINPUT);
-  }
+  // The notifications of the tool's own writes are posted to this thread before each write returns.
+  // They are taken in, and what they queued is applied at once, as the gathering timer would apply it
+  // when it ran out: there is nothing further of the tool's own to wait for.
+  MSG msg;
+  while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&msg);
+  if (manager.PendingWindow().Count() > 0) manager.OnEventTimer();
 }
 
 std::wstring ListNameOf(ContactManager& manager, CEOID oid) {

@@ -13,7 +13,7 @@ class ToolManager {
   // brought up.
   bool Open();
   ContactManager& Get() { return manager; }
-  // Runs the thread's messages until the manager's queued events are applied.
+  // Takes in the notifications of the tool's own writes and applies the manager's queued events.
   void Settle();
 
  private:
