@@ -54,16 +54,7 @@ def split_ico(data, image_id):
 
 
 def main():
-    args = sys.argv[1:]
-    preview_folder = None
-    if "--preview" in args:
-        at = args.index("--preview")
-        preview_folder = args[at + 1]
-        del args[at:at + 2]
-    out = args[0] if args else "."
-    os.makedirs(out, exist_ok=True)
-    if preview_folder:
-        os.makedirs(preview_folder, exist_ok=True)
+    out, preview_folder = skin.output_folders(sys.argv[1:])
     for name, art in ICONS:
         for suffix, size in (("", 8), ("_vga", 16)):
             full = name + suffix

@@ -331,8 +331,9 @@ def preview(path, rendered, scale):
     write_png(path, rows)
 
 
-def main():
-    args = sys.argv[1:]
+def output_folders(args):
+    """OUTPUT_FOLDER [--preview FOLDER] from the command line, both made: (output, preview or None)."""
+    args = list(args)
     preview_folder = None
     if "--preview" in args:
         at = args.index("--preview")
@@ -342,6 +343,11 @@ def main():
     os.makedirs(out, exist_ok=True)
     if preview_folder:
         os.makedirs(preview_folder, exist_ok=True)
+    return out, preview_folder
+
+
+def main():
+    out, preview_folder = output_folders(sys.argv[1:])
     for name, art in ICONS:
         for suffix, size in (("", 16), ("_vga", 32)):
             rendered = render(size, art(size))

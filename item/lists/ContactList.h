@@ -161,6 +161,8 @@ class ContactList : public CoolListOwner {
   void DrawHighlighted(HDC dc, const Str& text, const RECT& rect, UINT flags);
   // The name a row shows: FileAs under sort type 1, else the built name and its second line.
   void RowTexts(const Contact& contact, Str& name, Str& second) const;
+  // The default number in the templates' form, its kind's label and the label's first letter.
+  void RowNumber(const Contact& contact, Str& number, Str& label, Str& kind) const;
 
   // --- the calls that leave the list, one place each ---------------------------------------------------
   // The phone menu of a row: false when it showed none. `dialed` is set when it dialled, `newDefault`

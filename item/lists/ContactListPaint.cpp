@@ -138,6 +138,12 @@ void ContactList::RowTexts(const Contact& contact, Str& name, Str& second) const
   if (name.IsEmpty()) name = Unnamed();
 }
 
+void ContactList::RowNumber(const Contact& contact, Str& number, Str& label, Str& kind) const {
+  contact.GetDefaultCommunication(number, label);
+  if (templates) templates->FormatNumber(number);
+  kind = label.Left(1);
+}
+
 void ContactList::DrawSingleLine(HDC dc, const RECT& rect, const Contact& contact, UINT state) {
   const int width = rect.right - rect.left;
   SetTextColor(dc, IsSelectedFocused(state) ? kWhite : kBlack);
@@ -148,11 +154,7 @@ void ContactList::DrawSingleLine(HDC dc, const RECT& rect, const Contact& contac
   Str name, second;
   RowTexts(contact, name, second);
   Str number, label, kind;
-  if (!nameOnly) {
-    contact.GetDefaultCommunication(number, label);
-    if (templates) templates->FormatNumber(number);
-    kind = label.Left(1);
-  }
+  if (!nameOnly) RowNumber(contact, number, label, kind);
 
   const int avail = width - ScaleX(4) - ScaleX(6) * (grouped ? 2 : 1);
   int nameWidth = avail;
@@ -224,11 +226,7 @@ void ContactList::DrawDoubleLine(HDC dc, const RECT& rect, const Contact& contac
   Str name, second;
   RowTexts(contact, name, second);
   Str number, label, kind;
-  if (!nameOnly) {
-    contact.GetDefaultCommunication(number, label);
-    if (templates) templates->FormatNumber(number);
-    kind = label.Left(1);
-  }
+  if (!nameOnly) RowNumber(contact, number, label, kind);
 
   HFONT plain = GetListFont(false);
   if (plain) SelectObject(dc, plain);

@@ -40,33 +40,9 @@ std::string Utf8(const wchar_t* text) {
 
 std::wstring Wide(const std::string& text) { return std::wstring(text.begin(), text.end()); }
 
-// What a program of the build prints, with its exit code.
+// What pimtool prints, with its exit code.
 int RunCaptured(const std::wstring& arguments, std::string& out) {
-  std::wstring outPath = TempFolder() + L"road-tool.out";
-  SECURITY_ATTRIBUTES inherit = {sizeof inherit, nullptr, TRUE};
-  HANDLE file =
-      CreateFileW(outPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit, CREATE_ALWAYS, 0, nullptr);
-  std::wstring path = BinDir() + L"pimtool.exe";
-  std::wstring commandLine = L"\"" + path + L"\" " + arguments;
-  STARTUPINFOW startup = {};
-  startup.cb = sizeof startup;
-  startup.dwFlags = STARTF_USESTDHANDLES;
-  startup.hStdOutput = file;
-  startup.hStdError = file;
-  PROCESS_INFORMATION process = {};
-  DWORD code = static_cast<DWORD>(-1);
-  if (CreateProcessW(path.c_str(), &commandLine[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
-                     &process)) {
-    if (WaitForSingleObject(process.hProcess, 120000) == WAIT_OBJECT_0)
-      GetExitCodeProcess(process.hProcess, &code);
-    else
-      TerminateProcess(process.hProcess, 1);
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
-  }
-  CloseHandle(file);
-  out = ReadFileText(outPath);
-  return static_cast<int>(code);
+  return testpaths::RunCaptured(BinDir() + L"pimtool.exe", arguments, 120000, &out, nullptr);
 }
 
 // A search result as pimtool prints it: groups of record ids, each under its title.

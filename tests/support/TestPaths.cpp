@@ -55,8 +55,13 @@ bool JournalHas(const std::vector<JournalLine>& lines, const std::string& source
   return false;
 }
 
-int RunAndWait(const std::wstring& program, const std::wstring& arguments, unsigned timeoutMs,
-               const std::vector<std::pair<std::wstring, std::wstring>>& environment) {
+namespace {
+
+// Starts `program` with `environment` set for it alone, standard output and error to `out` and `err`
+// when they are given, and waits for it.
+int RunWithHandles(const std::wstring& program, const std::wstring& arguments, unsigned timeoutMs,
+                   const std::vector<std::pair<std::wstring, std::wstring>>& environment, HANDLE out,
+                   HANDLE err) {
   std::vector<std::pair<std::wstring, std::wstring>> saved;
   for (const auto& entry : environment) {
     wchar_t old[1024];
@@ -67,9 +72,16 @@ int RunAndWait(const std::wstring& program, const std::wstring& arguments, unsig
   std::wstring commandLine = L"\"" + program + L"\" " + arguments;
   STARTUPINFOW startup = {};
   startup.cb = sizeof startup;
+  const bool redirect = out != nullptr || err != nullptr;
+  if (redirect) {
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
+    startup.hStdOutput = out ? out : GetStdHandle(STD_OUTPUT_HANDLE);
+    startup.hStdError = err ? err : GetStdHandle(STD_ERROR_HANDLE);
+  }
   PROCESS_INFORMATION process = {};
-  BOOL started = CreateProcessW(program.c_str(), &commandLine[0], nullptr, nullptr, FALSE, 0, nullptr,
-                                nullptr, &startup, &process);
+  BOOL started = CreateProcessW(program.c_str(), &commandLine[0], nullptr, nullptr, redirect ? TRUE : FALSE,
+                                0, nullptr, nullptr, &startup, &process);
   for (const auto& entry : saved)
     SetEnvironmentVariableW(entry.first.c_str(), entry.second.empty() ? nullptr : entry.second.c_str());
   if (!started) return -1;
@@ -84,6 +96,38 @@ int RunAndWait(const std::wstring& program, const std::wstring& arguments, unsig
   }
   CloseHandle(process.hThread);
   CloseHandle(process.hProcess);
+  return code;
+}
+
+// A file the started program writes into and this one reads afterwards.
+HANDLE InheritableFile(const std::wstring& path) {
+  SECURITY_ATTRIBUTES inherit = {sizeof inherit, nullptr, TRUE};
+  return CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit, CREATE_ALWAYS, 0, nullptr);
+}
+
+}  // namespace
+
+int RunAndWait(const std::wstring& program, const std::wstring& arguments, unsigned timeoutMs,
+               const std::vector<std::pair<std::wstring, std::wstring>>& environment) {
+  return RunWithHandles(program, arguments, timeoutMs, environment, nullptr, nullptr);
+}
+
+int RunCaptured(const std::wstring& program, const std::wstring& arguments, unsigned timeoutMs,
+                std::string* out, std::string* err,
+                const std::vector<std::pair<std::wstring, std::wstring>>& environment) {
+  const std::wstring stem = TempFolder() + L"run-" + std::to_wstring(GetCurrentProcessId());
+  const std::wstring outPath = stem + L".out", errPath = stem + L".err";
+  HANDLE outFile = InheritableFile(outPath);
+  HANDLE errFile = InheritableFile(errPath);
+  int code = -1;
+  if (outFile != INVALID_HANDLE_VALUE && errFile != INVALID_HANDLE_VALUE)
+    code = RunWithHandles(program, arguments, timeoutMs, environment, outFile, errFile);
+  if (outFile != INVALID_HANDLE_VALUE) CloseHandle(outFile);
+  if (errFile != INVALID_HANDLE_VALUE) CloseHandle(errFile);
+  if (out) *out = ReadFileText(outPath);
+  if (err) *err = ReadFileText(errPath);
+  DeleteFileW(outPath.c_str());
+  DeleteFileW(errPath.c_str());
   return code;
 }
 

@@ -28,6 +28,11 @@ bool JournalHas(const std::vector<JournalLine>& lines, const std::string& source
 // (the program is then killed) or when it could not start.
 int RunAndWait(const std::wstring& program, const std::wstring& arguments, unsigned timeoutMs,
                const std::vector<std::pair<std::wstring, std::wstring>>& environment = {});
+// The same with the program's standard output and error caught, as written (console line ends
+// included); either may be null.
+int RunCaptured(const std::wstring& program, const std::wstring& arguments, unsigned timeoutMs,
+                std::string* out, std::string* err,
+                const std::vector<std::pair<std::wstring, std::wstring>>& environment = {});
 
 // The whole content of a file; empty when it can't be read.
 std::vector<uint8_t> ReadFileBytes(const std::wstring& path);
