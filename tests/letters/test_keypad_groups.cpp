@@ -137,3 +137,60 @@ TEST_CASE("RebuildKeypadGroups fills the process-wide table from the active set"
   RebuildKeypadGroups();
   CHECK(std::wstring(MapToGroupKeys(L"ivanov")) == L"gtammt");
 }
+
+namespace {
+
+// The first entry whose letters hold `ch`, found by scanning the entries' text; -1 for none and for 0.
+int ScannedGroupOf(const std::vector<std::wstring>& entries, wchar_t ch) {
+  if (ch == 0) return -1;
+  for (size_t i = 0; i < entries.size(); ++i) {
+    if (entries[i].find(ch) != std::wstring::npos) return static_cast<int>(i);
+  }
+  return -1;
+}
+
+// How many of the 65,536 code units the table maps otherwise than a scan of its entries would; each
+// unit is checked by GroupOf, KeyOf and as a one-character word by MapToGroupKeys.
+int MappingDifferences(const KeypadGroups& groups) {
+  const std::vector<std::wstring> entries = Entries(groups);
+  int differences = 0;
+  for (unsigned unit = 0; unit <= 0xFFFF; ++unit) {
+    const wchar_t ch = static_cast<wchar_t>(unit);
+    const int expected = ScannedGroupOf(entries, ch);
+    const wchar_t expectedKey = expected < 0 ? 0 : entries[expected][0];
+    const wchar_t word[2] = {ch, 0};
+    const std::wstring expectedWord = expected < 0 ? L"" : std::wstring(1, expectedKey);
+    if (groups.GroupOf(ch) != expected || groups.KeyOf(ch) != expectedKey ||
+        Keys(groups, word) != expectedWord)
+      ++differences;
+  }
+  return differences;
+}
+
+}  // namespace
+
+TEST_CASE(
+    "every code unit maps to the first entry holding it, for every shipped set and for overlapping sets") {
+  const UINT shipped[] = {IDR_ABC_ENGLISH, IDR_ABC_RUSSIAN, IDR_ABC_ENGLISH_RUSSIAN, IDR_ABC_GERMAN,
+                          IDR_ABC_POLISH};
+  for (UINT id : shipped) {
+    CAPTURE(id);
+    KeypadGroups groups;
+    FillFromResource(groups, id);
+    REQUIRE(groups.GetCount() > 0);
+    CHECK(MappingDifferences(groups) == 0);
+  }
+  // Entries that share letters, letters on several pages of the code space, and a refill that drops them.
+  KeypadGroups groups;
+  groups.Fill(Letters({L"abc", L"cde", L"\u0101\u4e00c", L"\uffff\u00e9e", L"\u4e00z"}));
+  CHECK(groups.GroupOf(L'\u4e00') == 2);
+  CHECK(groups.KeyOf(L'\u00e9') == L'\uffff');
+  CHECK(MappingDifferences(groups) == 0);
+  groups.Fill(Letters({L"xy"}));
+  CHECK(groups.GroupOf(L'\u4e00') == -1);
+  CHECK(groups.GroupOf(L'a') == -1);
+  CHECK(MappingDifferences(groups) == 0);
+  groups.Fill(Array<Str>());
+  CHECK(groups.KeyOf(L'x') == 0);
+  CHECK(MappingDifferences(groups) == 0);
+}

@@ -4,6 +4,13 @@
 
 #include "manager/letters/LetterSet.h"
 
+namespace {
+
+const int kPageSize = 256;
+const int kPageCount = 256;
+
+}  // namespace
+
 // Made at library load, empty: nothing is loaded before the item starts.
 KeypadGroups g_keypadGroups;
 
@@ -29,6 +36,35 @@ void KeypadGroups::Fill(const Array<Str>& letters) {
     }
     groups.Add(entry);
   }
+  BuildLookup();
+}
+
+void KeypadGroups::BuildLookup() {
+  keys.RemoveAll();
+  pageStarts.RemoveAll();
+  entryOf.RemoveAll();
+  if (groups.GetSize() == 0) return;
+  pageStarts.SetSize(kPageCount);
+  for (int page = 0; page < kPageCount; ++page) pageStarts[page] = -1;
+  keys.SetSize(groups.GetSize());
+  for (int i = 0; i < groups.GetSize(); ++i) {
+    const Str& entry = groups[i];
+    keys[i] = entry.IsEmpty() ? 0 : entry[0];
+    // The entries are walked in order and a slot is only ever set once: the first entry wins. An
+    // entry never holds the character 0 (Fill skips it), and 0 stays unmapped.
+    for (int k = 0; k < entry.GetLength(); ++k) {
+      const wchar_t ch = entry[k];
+      if (ch == 0) continue;
+      const int page = ch >> 8;
+      if (pageStarts[page] < 0) {
+        pageStarts[page] = entryOf.GetSize();
+        entryOf.SetSize(entryOf.GetSize() + kPageSize);
+        for (int slot = 0; slot < kPageSize; ++slot) entryOf[pageStarts[page] + slot] = -1;
+      }
+      int32_t& slot = entryOf[pageStarts[page] + (ch & 0xFF)];
+      if (slot < 0) slot = i;
+    }
+  }
 }
 
 wchar_t KeypadGroups::GroupKeyOf(int index) const {
@@ -37,23 +73,17 @@ wchar_t KeypadGroups::GroupKeyOf(int index) const {
   return entry.IsEmpty() ? 0 : entry[0];
 }
 
-int KeypadGroups::GroupOf(wchar_t ch) const {
-  if (ch == 0) return -1;
-  for (int i = 0; i < groups.GetSize(); ++i) {
-    if (groups[i].Find(ch) >= 0) return i;
-  }
-  return -1;
-}
+int KeypadGroups::GroupOf(wchar_t ch) const { return EntryOf(ch); }
 
 Str KeypadGroups::MapToGroupKeys(const wchar_t* word) const {
-  Str keys;
-  if (word == nullptr) return keys;
+  Str mapped;
+  if (word == nullptr) return mapped;
   for (const wchar_t* at = word; *at != 0; ++at) {
-    int group = GroupOf(*at);
+    const int group = EntryOf(*at);
     if (group < 0) break;
-    keys += groups[group][0];
+    mapped += keys[group];
   }
-  return keys;
+  return mapped;
 }
 
 void RebuildKeypadGroups() { g_keypadGroups.Rebuild(); }

@@ -6,7 +6,12 @@
 // The index translates words into keys by it, the keypad search ranks by it, and the picked cells of
 // the letter bar become a query through it. It is built when the contact manager opens and whenever
 // the item reloads its letter groups, and lives for the process.
+//
+// Beside the entries, Fill makes a lookup from every character to the first entry that holds it, so
+// that mapping a character costs two reads instead of a scan of all entries.
 #pragma once
+
+#include <stdint.h>
 
 #include "foundation/Array.h"
 #include "foundation/Str.h"
@@ -28,6 +33,12 @@ class KeypadGroups {
   // The entry that holds `ch` first, or -1.
   virtual int GroupOf(wchar_t ch) const;
 
+  // The key of the first entry that holds `ch`, or 0 when none does.
+  wchar_t KeyOf(wchar_t ch) const {
+    const int group = EntryOf(ch);
+    return group < 0 ? 0 : keys[group];
+  }
+
   int GetCount() const { return groups.GetSize(); }
   const Str& GetAt(int index) const { return groups[index]; }
 
@@ -35,7 +46,20 @@ class KeypadGroups {
   KeypadGroups(const KeypadGroups&);
   KeypadGroups& operator=(const KeypadGroups&);
 
+  // Makes `keys`, `pageStarts` and `entryOf` from the entries.
+  void BuildLookup();
+  int EntryOf(wchar_t ch) const {
+    if (pageStarts.GetSize() == 0) return -1;
+    const int32_t start = pageStarts[ch >> 8];
+    return start < 0 ? -1 : entryOf[start + (ch & 0xFF)];
+  }
+
   Array<Str> groups;
+  Array<wchar_t> keys;  // the key of each entry
+  // The lookup, in pages of 256 characters by the high byte: where a page's slots begin in `entryOf`,
+  // or -1 for a page none of whose characters stands in an entry. Empty while there are no entries.
+  Array<int32_t> pageStarts;
+  Array<int32_t> entryOf;  // the first entry holding the character, or -1
 };
 
 extern KeypadGroups g_keypadGroups;
