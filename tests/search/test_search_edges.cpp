@@ -169,6 +169,33 @@ TEST_CASE("a contact with no last name and the first name Ann ranks among the la
   CHECK(Found(m, L"ann", 1) == std::vector<CEOID>{x});
 }
 
+TEST_CASE("ranking looks at every word of a name, cut at separators, and at as much of it as the query") {
+  FreshEnglishDevice();
+  Contact hyphen = NamedContact(L"O'Neil-Smith", L"Zed", L"", L"3");
+  Contact shortLast = NamedContact(L"Sm", L"Smithers", L"", L"0");
+  Contact company = NamedContact(L"Xu", L"Yu", L"SMITH & Co", L"1");
+  Contact rest = NamedContact(L"Rest", L"Rob", L"", L"2");
+  rest.text[ContactField::JobTitle] = L"Smith Neon";
+  const CEOID a = WriteContact(hyphen), b = WriteContact(shortLast), c = WriteContact(company),
+              d = WriteContact(rest);
+  OpenedManager opened;
+  REQUIRE(opened.opened);
+  ContactManager& m = opened.manager;
+  REQUIRE(Listed(m, 1) == std::vector<CEOID>{b, c, d, a});
+
+  // Smith after the hyphen is a last-name word; Sm is too short for smi, Smithers ranks as a first name.
+  CHECK(Found(m, L"smi", 1) == std::vector<CEOID>{a, b, c, d});
+  CHECK(Found(m, L"SMI", 1) == std::vector<CEOID>{a, b, c, d});
+  CHECK(Keyed(m, L"pmg", 1) == std::vector<CEOID>{a, b, c, d});
+  // A word exactly as long as the query begins with it: Sm ranks with Smith among the last names.
+  CHECK(Found(m, L"sm", 1) == std::vector<CEOID>{b, a, c, d});
+  // On the keypad Rob is pmd too: the first name ranks before the company.
+  CHECK(Keyed(m, L"pm", 1) == std::vector<CEOID>{b, a, d, c});
+  // The apostrophe cuts O from Neil: Neil is a last-name word and ranks before Neon of the job title.
+  CHECK(Found(m, L"ne", 1) == std::vector<CEOID>{a, d});
+  CHECK(Keyed(m, L"md", 1) == std::vector<CEOID>{a, d});
+}
+
 TEST_CASE("a query with a space finds by both words but is never ranked") {
   FreshEnglishDevice();
   Contact firstAbel = NamedContact(L"Carter", L"Abel", L"", L"Aaa");

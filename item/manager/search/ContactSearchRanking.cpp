@@ -9,17 +9,68 @@
 
 namespace {
 
-// Whether a word of `name` begins with `query`: the word in lower case for a text query, its keypad
-// keys for a keypad query.
-bool NameBeginsWith(const Str& name, const Str& query, BOOL keypad) {
-  if (name.IsEmpty()) return false;
-  WordSplitter splitter;
-  splitter.Reset(name);
-  Str word;
-  while (splitter.Next(word)) {
-    word.MakeLower();
-    Str keys = keypad ? MapToGroupKeys(word) : word;
-    if (keys.GetLength() >= query.GetLength() && wcsncmp(keys, query, query.GetLength()) == 0) return true;
+// The word separators as a table for the characters below 128; the others are looked up in the list.
+class SeparatorTable {
+ public:
+  SeparatorTable() {
+    for (int ch = 0; ch < kTableSize; ++ch) ascii[ch] = false;
+    for (const wchar_t* at = kWordSeparators; *at != 0; ++at) {
+      if (*at < kTableSize) ascii[*at] = true;
+    }
+  }
+  bool IsSeparator(wchar_t ch) const {
+    if (ch < kTableSize) return ascii[ch];
+    return wcschr(kWordSeparators, ch) != nullptr;
+  }
+
+ private:
+  static const int kTableSize = 128;
+  bool ascii[kTableSize];
+};
+
+// Whether the word of `length` characters at `word` begins with the `count` characters of `query`:
+// the word in lower case for a text query, its keypad keys for a keypad query. Only as much of the
+// word is lowered as the comparison can reach (one more, so that a pair of surrogates is never cut),
+// and never past a character 0, where lowering a whole word stops too.
+bool WordBeginsWith(const wchar_t* word, int length, const wchar_t* query, int count, BOOL keypad,
+                    Array<wchar_t>& lowered) {
+  if (length < count) return false;
+  int reach = 0;
+  while (reach < length && reach <= count && word[reach] != 0) ++reach;
+  if (lowered.GetSize() < reach) lowered.SetSize(reach);
+  wchar_t* low = lowered.GetData();
+  for (int i = 0; i < reach; ++i) low[i] = word[i];
+  if (reach > 0) CharLowerBuffW(low, static_cast<DWORD>(reach));
+
+  for (int i = 0; i < count; ++i) {
+    if (keypad) {
+      // The keys end at a 0 or at the first character no group holds: then they are too short.
+      const wchar_t key = i < reach ? g_keypadGroups.KeyOf(low[i]) : 0;
+      if (key == 0 || key != query[i]) return false;
+    } else {
+      // Compared as the strings are compared: a 0 in both ends the comparison with a match.
+      const wchar_t ch = i < reach ? low[i] : word[i];
+      if (ch != query[i]) return false;
+      if (ch == 0) return true;
+    }
+  }
+  return true;
+}
+
+// Whether a word of `name` begins with `query`.
+bool NameBeginsWith(const Str& name, const Str& query, BOOL keypad, const SeparatorTable& separators,
+                    Array<wchar_t>& lowered) {
+  const int length = name.GetLength();
+  const wchar_t* chars = name;
+  int at = 0;
+  while (at < length) {
+    if (separators.IsSeparator(chars[at])) {
+      ++at;
+      continue;
+    }
+    const int start = at;
+    while (at < length && !separators.IsSeparator(chars[at])) ++at;
+    if (WordBeginsWith(chars + start, at - start, query, query.GetLength(), keypad, lowered)) return true;
   }
   return false;
 }
@@ -32,6 +83,8 @@ BOOL ContactManager::ReorderByName(const Str& query, BOOL keypad, Array<CEOID>& 
   Str wanted(query);
   if (!keypad) wanted.MakeLower();
 
+  const SeparatorTable separators;
+  Array<wchar_t> lowered;
   Array<CEOID> byLast, byFirst, byCompany, rest;
   Str last, first, company;
   for (int k = 0; k < out.GetSize(); ++k) {
@@ -47,11 +100,11 @@ BOOL ContactManager::ReorderByName(const Str& query, BOOL keypad, Array<CEOID>& 
       last = first;
       first.Empty();
     }
-    if (NameBeginsWith(last, wanted, keypad))
+    if (NameBeginsWith(last, wanted, keypad, separators, lowered))
       byLast.Add(oid);
-    else if (NameBeginsWith(first, wanted, keypad))
+    else if (NameBeginsWith(first, wanted, keypad, separators, lowered))
       byFirst.Add(oid);
-    else if (NameBeginsWith(company, wanted, keypad))
+    else if (NameBeginsWith(company, wanted, keypad, separators, lowered))
       byCompany.Add(oid);
     else
       rest.Add(oid);
