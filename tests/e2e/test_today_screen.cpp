@@ -281,7 +281,7 @@ TEST_CASE(
                        Narrow(list) + "\nprobe " + Narrow(probes[0]) + "\ntap " +
                        std::to_string(Centre(frames, 6)) + " " + y + "\nwait 800\nshot " + Narrow(contact) +
                        "\nprobe " + Narrow(probes[1]) + "\nkey end\nwait 500\nprobe " + Narrow(probes[2]) +
-                       "\nkey end\nwait 500\nprobe " + Narrow(probes[3]) + "\nquit\n";
+                       "\nkey end\nwait 1000\nprobe " + Narrow(probes[3]) + "\nquit\n";
   CHECK(RunHost(WriteScript(L"e2e-taps.txt", script)) == 0);
 
   // The list holds the two of MNO, the caret on the first; the one hit of "mt" shows as the contact
