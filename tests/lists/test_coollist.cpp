@@ -11,6 +11,7 @@
 #include <set>
 #include <string>
 #include <vector>
+#include "DoctestVectors.h"
 #include "HiddenWindow.h"
 #include "MessagePump.h"
 #include "TestRegistry.h"
