@@ -5,6 +5,8 @@
 void ContactManager::OnDbEvent(DWORD kind, CEOID parent, CEOID oid) {
   // Only the writer of the index follows the database; the others hear of changes from it.
   if (!MayWrite()) return;
+  // The ranking reads this record's names afresh until it is in step again.
+  nameKeys.Forget(oid);
   if (pendingWindow.Count() == 0 && listener) listener->SetDataReady(FALSE);
   pendingWindow.Push(kind, parent, oid);
   if (pendingWindow.Count() == kPendingNoticeCount && listener) listener->SetUpdatePending(TRUE);
@@ -48,6 +50,7 @@ BOOL ContactManager::ApplyChange(const PendingChange& change) {
       Str text;
       // A record deleted again since is skipped: its own event follows.
       if (!LoadForIndex(oid, contact, text)) return TRUE;
+      nameKeys.Forget(oid);
       uint32_t record = 0;
       // The notification of this process's own write finds the contact indexed already.
       const BOOL known = index.Find(oid, &record);
@@ -61,6 +64,7 @@ BOOL ContactManager::ApplyChange(const PendingChange& change) {
       return TRUE;
     }
     case ChangeDeleted:
+      nameKeys.Forget(oid);
       if (index.RemoveContact(oid) && listener) listener->OnContactDeleted(oid);
       return TRUE;
     default:

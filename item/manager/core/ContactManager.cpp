@@ -13,8 +13,8 @@ ContactManager* g_contactManager = nullptr;
 
 ContactManager::ContactManager()
     : keySource(this), progress(nullptr), instance(nullptr), rebuilding(FALSE), listener(nullptr),
-      sync(nullptr), opened(FALSE), simSourceAttached(FALSE), progressPer(0), progressDone(0), keypadPer(0),
-      keypadReported(0), keypadStep(1) {
+      sync(nullptr), opened(FALSE), simSourceAttached(FALSE), searchAids(TRUE), nameFillCursor(0),
+      progressPer(0), progressDone(0), keypadPer(0), keypadReported(0), keypadStep(1) {
   index.SetKeySource(&keySource);
 }
 
@@ -85,6 +85,8 @@ void ContactManager::Close() {
   pendingWindow.StopTimer();
   pendingWindow.Clear();
   index.CloseStores();
+  positions.Clear();
+  nameKeys.Clear();
   ContactDatabase::Close();
   eventsWindow.Destroy();
   pendingWindow.Destroy();
@@ -93,6 +95,9 @@ void ContactManager::Close() {
 
 BOOL ContactManager::CloseIndex() {
   index.CloseStores();
+  // What another process wrote since is unknown: the names are read again.
+  positions.Clear();
+  nameKeys.Clear();
   return TRUE;
 }
 

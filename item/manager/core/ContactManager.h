@@ -17,6 +17,8 @@
 #include "foundation/Str.h"
 #include "manager/core/ContactManagerListener.h"
 #include "manager/core/SearchTypes.h"
+#include "manager/search/ListPositions.h"
+#include "manager/search/NameKeyCache.h"
 #include "storage/contact/ContactDatabase.h"
 #include "storage/index/ContactIndex.h"
 #include "storage/index/ContactKeySource.h"
@@ -113,6 +115,14 @@ class ContactManager : public ContactDatabase, public DbEventTarget {
   // count. `numbers` (may be null) gets the digits that matched, one per id.
   virtual int FindByPhone(const Str& number, Array<CEOID>& ids, Array<Str>* numbers, int minDigits,
                           DWORD timeoutMs);
+  // The searches' aids in ordinary memory: the list positions and the name-key cache. Off, every
+  // search works from the lists and the records alone; the results are the same either way.
+  void SetSearchAids(BOOL on);
+  BOOL SearchAids() const { return searchAids; }
+  NameKeyCache& NameKeys() { return nameKeys; }
+  // Gives name-key entries to listed contacts that have none, in the name list's order, for about
+  // `budgetMs` milliseconds (0: all of them); true when every listed contact has one.
+  virtual BOOL FillNameKeys(DWORD budgetMs);
   // Whether contact `id` comes from the SIM card. No SIM source is attached in this system: false.
   virtual BOOL IsSimContact(CEOID id);
   void SetSimSourceAttached(BOOL attached) { simSourceAttached = attached; }
@@ -194,6 +204,12 @@ class ContactManager : public ContactDatabase, public DbEventTarget {
   // The sorted list `sortKind` restricted to `match` (all of it for an empty query) and to the filter.
   BOOL PlainOrder(BOOL emptyQuery, const Array<CEOID>& match, int sortKind, const CategoryFilter& filter,
                   Array<CEOID>& out);
+  // The match of a query in the order of sorted list `sortKind`, restricted to the filter, through
+  // the list positions; false with `handled` false when the positions can't serve.
+  BOOL OrderedMatch(const Str& query, BOOL keypad, int sortKind, const CategoryFilter& filter,
+                    Array<CEOID>& out, BOOL& handled);
+  // The name-list positions of the contacts that match the query.
+  BOOL MatchPositions(const Str& query, BOOL keypad, PositionSet& hits);
   // Drops the SIM contacts when HideSim is on and a SIM source is attached.
   void HideSimStage(Array<CEOID>& ids);
   // The digits of every phone of record `oid`, its eleven phone properties first, then the extended
@@ -232,6 +248,11 @@ class ContactManager : public ContactDatabase, public DbEventTarget {
   BOOL opened;
   BOOL simSourceAttached;
   IndexOpenReport openReport;
+  NameKeyCache nameKeys;
+  ListPositions positions;
+  BOOL searchAids;
+  // Where the idle fill of the name keys goes on in the name list.
+  int nameFillCursor;
   // Progress of the pass in hand.
   double progressPer;
   int progressDone;

@@ -26,6 +26,7 @@ BOOL ContactManager::AddContact(Contact& contact) {
   Str text;
   note.GetNoteText(contact, text);
   if (!ContactDatabase::AddContact(contact, true)) return FALSE;
+  nameKeys.Forget(contact.oid);
   contact.checksum = contact.ComputeChecksum();
   const BOOL indexed = index.AddContact(contact, text);
   StartCommit();
@@ -42,6 +43,7 @@ BOOL ContactManager::UpdateContact(Contact& contact, BOOL photoAuthoritative) {
   Str text;
   note.GetNoteText(contact, text);
   if (!ContactDatabase::UpdateContact(contact, true)) return FALSE;
+  nameKeys.Forget(contact.oid);
   contact.checksum = contact.ComputeChecksum();
   const BOOL indexed = index.UpdateContact(contact, text);
   StartCommit();
@@ -54,6 +56,7 @@ BOOL ContactManager::DeleteContact(CEOID id) {
   Contact names;
   if (!ReadNameParts(id, names)) return FALSE;
   if (!ContactDatabase::DeleteContact(id)) return FALSE;
+  nameKeys.Forget(id);
   index.RemoveContact(id);
   StartCommit();
   TellSlavesToReload();

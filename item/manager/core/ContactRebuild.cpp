@@ -44,6 +44,8 @@ BOOL ContactManager::FeedAllRecords(BulkBuilder& builder, void (ContactManager::
       SetLastError(error);
       return FALSE;
     }
+    nameKeys.Remember(contact->oid, contact->text[ContactField::LastName],
+                      contact->text[ContactField::FirstName], contact->text[ContactField::Company]);
     // The builder keeps the contact (a keypad-only one deletes it at once).
     builder.AddContact(contact, text);
     (this->*onRead)(++read);

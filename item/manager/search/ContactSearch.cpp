@@ -9,9 +9,13 @@ BOOL ContactManager::Search(const Str& query, int sortKind, const CategoryFilter
                             SearchCancel* cancel) {
   out.RemoveAll();
   if (IsCancelled(cancel)) return FALSE;
-  Array<CEOID> match;
-  if (!TextMatch(query, match)) return FALSE;
-  if (!PlainOrder(query.IsEmpty(), match, sortKind, filter, out)) return FALSE;
+  BOOL handled = FALSE;
+  if (!OrderedMatch(query, FALSE, sortKind, filter, out, handled)) return FALSE;
+  if (!handled) {
+    Array<CEOID> match;
+    if (!TextMatch(query, match)) return FALSE;
+    if (!PlainOrder(query.IsEmpty(), match, sortKind, filter, out)) return FALSE;
+  }
   // Digits also find the numbers that contain them.
   if (IsAllDigits(query) && !WidenByPhone(query, sortKind, filter, out, cancel)) return FALSE;
   if (!ReorderByName(query, FALSE, out, cancel)) return FALSE;
@@ -22,9 +26,13 @@ BOOL ContactManager::Search(const Str& query, int sortKind, const CategoryFilter
 BOOL ContactManager::KeypadSearch(const Str& query, int sortKind, const CategoryFilter& filter,
                                   Array<CEOID>& out) {
   out.RemoveAll();
-  Array<CEOID> match;
-  if (!KeypadMatch(query, match)) return FALSE;
-  if (!PlainOrder(query.IsEmpty(), match, sortKind, filter, out)) return FALSE;
+  BOOL handled = FALSE;
+  if (!OrderedMatch(query, TRUE, sortKind, filter, out, handled)) return FALSE;
+  if (!handled) {
+    Array<CEOID> match;
+    if (!KeypadMatch(query, match)) return FALSE;
+    if (!PlainOrder(query.IsEmpty(), match, sortKind, filter, out)) return FALSE;
+  }
   if (!ReorderByName(query, TRUE, out, nullptr)) return FALSE;
   HideSimStage(out);
   return TRUE;

@@ -90,6 +90,15 @@ BOOL ContactManager::ReorderByName(const Str& query, BOOL keypad, Array<CEOID>& 
   for (int k = 0; k < out.GetSize(); ++k) {
     if (IsCancelled(cancel)) return FALSE;
     const CEOID oid = out[k];
+    const int kept = searchAids ? nameKeys.Rank(oid, wanted, wanted.GetLength(), keypad) : RankUnknown;
+    if (kept != RankUnknown) {
+      Array<CEOID>& part = kept == RankLast      ? byLast
+                           : kept == RankFirst   ? byFirst
+                           : kept == RankCompany ? byCompany
+                                                 : rest;
+      part.Add(oid);
+      continue;
+    }
     // A record that can't be read stays where it stands.
     if (!ReadNameFields(oid, last, first, company)) {
       rest.Add(oid);

@@ -22,6 +22,13 @@
 #include "storage/index/IndexFormat.h"
 #include "storage/index/IndexStore.h"
 
+// Receives the contact lists that a prefix lookup reaches.
+class TreeListVisitor {
+ public:
+  virtual ~TreeListVisitor() {}
+  virtual void OnList(const uint32_t* oids, uint32_t count) = 0;
+};
+
 class SearchTree {
  public:
   SearchTree(IndexStore* store, uint32_t rootSlot, uint32_t reverseSlot);
@@ -40,6 +47,11 @@ class SearchTree {
   // tail the key's rest begins) and every list below its equal branch; ascending, no duplicates.
   // An empty key, or a key that no stored key begins with, gives nothing.
   virtual void FindPrefix(const wchar_t* key, int length, Array<CEOID>& ids) const;
+
+  // Gives `visitor` every list that FindPrefix gathers, as they stand (not sorted, an oid possibly in
+  // several). A link or list that leaves the file, or a walk longer than the file could hold, ends
+  // the lookup early.
+  virtual void VisitPrefix(const wchar_t* key, int length, TreeListVisitor& visitor) const;
 
   // The node where `key` ends exactly, or 0.
   virtual uint32_t FindNode(const wchar_t* key, int length) const;
@@ -74,6 +86,12 @@ class SearchTree {
   // Splits the tail of `node`, whose own character matched key[i - 1], so that key[i .. length) can
   // end below it.
   BOOL Split(uint32_t node, const wchar_t* key, int i, int length, uint32_t* result);
+  // The node under which every key beginning with `key` lies (its own key ends there or its tail
+  // begins with the rest), or 0.
+  uint32_t FindPrefixNode(const wchar_t* key, int length) const;
+  // Whether a node, or a list with its count, lies inside the data.
+  bool NodeInside(uint32_t node) const;
+  bool ListInside(uint32_t list) const;
   // Frees a node's tail block (when it has one) and the node.
   void FreeNode(uint32_t node);
   void SetRoot(uint32_t node) { store->SetHeaderWord(rootSlot, node); }

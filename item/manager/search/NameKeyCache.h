@@ -1,0 +1,74 @@
+// NameKeyCache: the words of every contact's last name, first name and company, lowered once, as the
+// ranking of a search compares them. Without it the ranking reads the three names of every contact
+// found from the database and lowers them again, on every key press.
+//
+// An entry is made whenever a pass reads a contact anyway (the rebuild, the inspection, an applied
+// change) or by the idle fill; it goes when the contact changes or leaves. A contact without an entry
+// is ranked from its record, as before, so the ranking never depends on what the cache holds.
+//
+// Each word keeps at most kKeptChars characters and its true length. A query longer than what a word
+// keeps can't be answered from the entry, and the caller reads the record instead.
+#pragma once
+
+#include <windows.h>
+#include <windbase.h>
+#include <stdint.h>
+
+#include "foundation/Array.h"
+#include "foundation/Str.h"
+
+// Which name of a contact has a word that begins with the query.
+enum NameRank {
+  RankLast = 0,
+  RankFirst = 1,
+  RankCompany = 2,
+  RankNone = 3,
+  RankUnknown = 4,  // not kept, or not answerable from what is kept
+};
+
+class NameKeyCache {
+ public:
+  static const int kKeptChars = 24;
+
+  NameKeyCache();
+  virtual ~NameKeyCache();
+
+  // Keeps the words of the three names of `oid`, replacing what was kept. With no last name the first
+  // name ranks as the last, as the ranking has it.
+  virtual void Remember(CEOID oid, const Str& last, const Str& first, const Str& company);
+  virtual void Forget(CEOID oid);
+  virtual void Clear();
+  BOOL Has(CEOID oid) const { return FindSlot(static_cast<uint32_t>(oid)) >= 0; }
+  int Count() const { return used; }
+
+  // The first of last name, first name and company that has a word beginning with the `count`
+  // characters of `query`: the word lowered for a text query, the word's keypad keys for a keypad
+  // query (lowered text, and keys, as the ranking makes them).
+  virtual int Rank(CEOID oid, const wchar_t* query, int count, BOOL keypad) const;
+
+ private:
+  NameKeyCache(const NameKeyCache&);
+  NameKeyCache& operator=(const NameKeyCache&);
+
+  struct Entry {
+    uint32_t oid;     // 0: free
+    uint32_t start;   // of the entry's run in `pool`
+    uint32_t length;  // of the run
+  };
+
+  // The table slot holding `oid`, or -1.
+  int FindSlot(uint32_t oid) const;
+  void Grow();
+  void RemoveAt(int slot);
+  // Appends the words of `name` to the pool, ending with a word count of 0 marker.
+  void AppendName(const Str& name);
+  // Whether a word of the name at `at` begins with the query; -1 when a word is too long to tell.
+  int NameMatches(const wchar_t*& at, const wchar_t* query, int count, BOOL keypad) const;
+  // Drops the runs of forgotten entries once they are most of the pool.
+  void Compact();
+
+  Array<Entry> table;  // open addressing, linear probing; a power of two in size, or empty
+  int used;
+  Array<wchar_t> pool;
+  uint32_t livePool;  // characters of the pool that live entries use
+};
