@@ -341,6 +341,35 @@ TEST_CASE("text searches agree with the reference under the three sort kinds") {
   MESSAGE(tally.queries << " text searches, " << tally.found << " with results");
 }
 
+TEST_CASE("searches agree with the reference with the name keys empty, filled again, and the aids off") {
+  World& world = TheWorld();
+  REQUIRE(world.loaded);
+  ContactManager& m = world.manager;
+  const RefFilter none;
+  const CategoryFilter off;
+  // 0: a start in step, nothing filled yet; 1: half filled by idle slices; 2: all filled; 3: aids off.
+  for (int mode = 0; mode < 4; ++mode) {
+    CAPTURE(mode);
+    m.SetSearchAids(mode < 3 ? TRUE : FALSE);
+    m.NameKeys().Clear();
+    if (mode == 1) {
+      while (m.NameKeys().Count() < kContacts / 2) m.FillNameKeys(1);
+    } else if (mode == 2) {
+      REQUIRE(m.FillNameKeys(0));
+      CHECK(m.NameKeys().Count() == kContacts);
+    }
+    Queries queries(world.reference, 505 + static_cast<uint32_t>(mode));
+    Tally tally;
+    for (int i = 0; i < 300; ++i) {
+      CheckPlain(world, tally, queries.Keypad(), true, i % 2, none, off);
+      CheckPlain(world, tally, queries.Text(), false, i % 2, none, off);
+    }
+    CHECK(tally.wrong == 0);
+  }
+  m.SetSearchAids(TRUE);
+  REQUIRE(m.FillNameKeys(0));
+}
+
 TEST_CASE("searches under category filters agree with the reference") {
   World& world = TheWorld();
   REQUIRE(world.loaded);
