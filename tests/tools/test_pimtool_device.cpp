@@ -170,7 +170,8 @@ TEST_CASE("import reads a vCard file, reports a malformed card by its line and i
          "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Broken;Bob\r\nno colon here\r\nEND:VCARD\r\n"
          "BEGIN:VCARD\r\nVERSION:2.1\r\nN:Gamma;Gil\r\nEND:VCARD\r\n";
   Run import = Tool(L"pimtool.exe", L"import " + path);
-  CHECK(import.code == 0);
+  // The skipped card makes the command fail, though the others are in.
+  CHECK(import.code == 1);
   CHECK(import.out == "added 2 contacts\n");
   CHECK(import.err.find(":9: ") != std::string::npos);
   std::vector<std::string> lines = Lines(Tool(L"pimtool.exe", L"list").out);
@@ -178,6 +179,32 @@ TEST_CASE("import reads a vCard file, reports a malformed card by its line and i
   CHECK(lines[0].substr(10) == "Alpha, Ann");
   CHECK(lines[1].substr(10) == "Gamma, Gil");
   CHECK(Tool(L"pimtool.exe", L"import \\Temp\\no-such-file.vcf").code == 1);
+}
+
+TEST_CASE("import reports a card the database refuses by its first line and reason, and goes on") {
+  FreshStore();
+  std::wstring path = L"\\Temp\\pimtool-oversized.vcf";
+  std::string file = "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Alpha;Ann\r\nEND:VCARD\r\n";  // lines 1-4
+  // Line 5: a thousand further mails make the Note too large for one database value.
+  file += "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Many;Mails\r\n";
+  for (int k = 0; k < 1000; ++k)
+    file += "EMAIL;TYPE=INTERNET:person" + std::to_string(k) + "@example.com\r\n";
+  file += "END:VCARD\r\n";
+  const int longNameLine = 5 + 3 + 1000 + 1;
+  file += "BEGIN:VCARD\r\nVERSION:3.0\r\nN:" + std::string(70000, 'x') + ";Long\r\nEND:VCARD\r\n";
+  file += "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Omega;Olga\r\nCATEGORIES:Friends\r\nEND:VCARD\r\n";
+  std::ofstream(path.c_str(), std::ios::binary) << file;
+  Run import = Tool(L"pimtool.exe", L"import " + path);
+  CHECK(import.code == 1);
+  CHECK(import.out == "added 2 contacts, 2 refused\n");
+  CHECK(import.err.find(":5: the database refused the contact: its Note") != std::string::npos);
+  CHECK(import.err.find(":" + std::to_string(longNameLine) +
+                        ": the database refused the contact: its LastName has 70000 characters") !=
+        std::string::npos);
+  std::vector<std::string> lines = Lines(Tool(L"pimtool.exe", L"list").out);
+  REQUIRE(lines.size() == 3);
+  CHECK(lines[0].substr(10) == "Alpha, Ann");
+  CHECK(lines[1].substr(10) == "Omega, Olga");
 }
 
 TEST_CASE("import writes the extended data of a card into its Note, and dump reads it back") {

@@ -193,6 +193,83 @@ TEST_CASE("a card without its end, an end without a card, and an unknown version
   CHECK(result.problems[3].line == 12);
 }
 
+TEST_CASE("lines may end in CR alone, LF alone or CR LF, mixed in one file") {
+  std::string crOnly;
+  for (int k = 0; k < 40; ++k)
+    crOnly += "BEGIN:VCARD\rVERSION:3.0\rN:Name" + std::to_string(k) + ";First\rTEL:555-01" +
+              std::to_string(10 + k) + "\rEND:VCARD\r";
+  VCardResult result = ParseVCards(crOnly);
+  CHECK(result.problems.empty());
+  REQUIRE(result.contacts.size() == 40);
+  CHECK(result.contacts[39].text[FieldLastName] == L"Name39");
+  CHECK(result.contacts[39].sourceLine == 39 * 5 + 1);
+  // Mixed ends; a CR LF pair is one end, and LF CR two (an empty line between).
+  result = ParseVCards("BEGIN:VCARD\r\nVERSION:3.0\rN:A;B\nEND:VCARD\n\rBEGIN:VCARD\rN:C;D\r\nEND:VCARD");
+  CHECK(result.problems.empty());
+  REQUIRE(result.contacts.size() == 2);
+  CHECK(result.contacts[0].text[FieldLastName] == L"A");
+  CHECK(result.contacts[1].text[FieldLastName] == L"C");
+  CHECK(result.contacts[1].sourceLine == 6);
+  // A folded line continues after a CR alone too.
+  result = ParseVCards("BEGIN:VCARD\rN:Lo\r ng;X\rEND:VCARD\r");
+  REQUIRE(result.contacts.size() == 1);
+  CHECK(result.contacts[0].text[FieldLastName] == L"Long");
+}
+
+TEST_CASE("a card nested in another is skipped with it, once; a card that lacks its end loses only itself") {
+  std::string file =
+      "BEGIN:VCARD\n"    // 1
+      "VERSION:2.1\n"    // 2
+      "N:Outer;Olga\n"   // 3
+      "AGENT:\n"         // 4
+      "BEGIN:VCARD\n"    // 5
+      "VERSION:2.1\n"    // 6
+      "N:Inner;Ivan\n"   // 7
+      "END:VCARD\n"      // 8
+      "TEL:555-0100\n"   // 9
+      "END:VCARD\n"      // 10
+      "BEGIN:VCARD\n"    // 11
+      "N:After;Anna\n"   // 12
+      "END:VCARD\n"      // 13
+      "BEGIN:VCARD\n"    // 14
+      "N:Unended;Uma\n"  // 15
+      "BEGIN:VCARD\n"    // 16
+      "N:Next;Nina\n"    // 17
+      "END:VCARD\n"      // 18
+      "BEGIN:VCARD\n"    // 19
+      "N:Last;Lev\n"     // 20
+      "BEGIN:VCARD\n"    // 21
+      "N:Deep;Dora\n"    // 22
+      "END:VCARD\n";     // 23
+  VCardResult result = ParseVCards(file);
+  std::vector<std::wstring> names;
+  for (const ToolContact& c : result.contacts) names.push_back(c.text[FieldLastName]);
+  // Nested at line 5: neither Outer nor Inner, and nothing of Outer's tail. Unended lacks its end:
+  // Next is a card of its own. Deep, at the end of the file, can't be told from a card of its own.
+  CHECK(names == std::vector<std::wstring>{L"After", L"Next", L"Deep"});
+  REQUIRE(result.problems.size() == 3);
+  CHECK(result.problems[0].line == 1);
+  CHECK(result.problems[0].message.find(L"lines 5 to 8") != std::wstring::npos);
+  CHECK(result.problems[1].line == 14);
+  CHECK(result.problems[1].message.find(L"line 16") != std::wstring::npos);
+  CHECK(result.problems[2].line == 19);
+  CHECK(result.contacts[0].sourceLine == 11);
+  CHECK(result.contacts[1].sourceLine == 16);
+
+  // Three BEGINs in a row: the first two are each reported once, the third is read.
+  result = ParseVCards("BEGIN:VCARD\nN:A;A\nBEGIN:VCARD\nN:B;B\nBEGIN:VCARD\nN:C;C\nEND:VCARD\n");
+  REQUIRE(result.contacts.size() == 1);
+  CHECK(result.contacts[0].text[FieldLastName] == L"C");
+  REQUIRE(result.problems.size() == 2);
+  CHECK(result.problems[0].line == 1);
+  CHECK(result.problems[1].line == 3);
+  // A nested card in a card that ends with the file: one report, nothing read.
+  result = ParseVCards("BEGIN:VCARD\nN:A;A\nBEGIN:VCARD\nN:B;B\nEND:VCARD\nTEL:1\n");
+  CHECK(result.contacts.empty());
+  REQUIRE(result.problems.size() == 1);
+  CHECK(result.problems[0].line == 1);
+}
+
 TEST_CASE("messengers, labelled values, related names, further dates and addresses, and the photo's name") {
   std::string file =
       "BEGIN:VCARD\r\n"

@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include "extended/NoteBlob.h"
 #include "extended/PimInfoLines.h"
+#include "Output.h"
 
 namespace {
 
@@ -167,4 +168,34 @@ std::wstring DateText(const FILETIME& time) {
   wchar_t text[16];
   swprintf(text, 16, L"%04u-%02u-%02u", date.wYear, date.wMonth, date.wDay);
   return text;
+}
+
+std::wstring WhyRefused(const Contact& contact, DWORD error) {
+  // A text value and its 0, or a blob, must fit one property of the database; the whole record must
+  // fit the record limit.
+  const size_t longestText = CEDB_MAXPROPDATASIZE / sizeof(wchar_t) - 1;
+  size_t total = 0;
+  for (int f = 0; f < ToolFieldCount; ++f) {
+    const size_t length = static_cast<size_t>(contact.text[f].GetLength());
+    total += (length + 1) * sizeof(wchar_t);
+    if (length > longestText)
+      return L"its " + FromUtf8(kFieldName[f]) + L" has " + std::to_wstring(length) +
+             L" characters, more than a database value holds (" + std::to_wstring(longestText) + L")";
+  }
+  const size_t note = contact.noteBlob.GetLength();
+  total += note + contact.categories.GetLength();
+  if (note > CEDB_MAXPROPDATASIZE)
+    return L"its Note with the extended data takes " + std::to_wstring(note) +
+           L" bytes, more than a database value holds (" + std::to_wstring(CEDB_MAXPROPDATASIZE) + L")";
+  if (total > CEDB_MAXRECORDSIZE)
+    return L"the record takes " + std::to_wstring(total) + L" bytes, more than a database record holds (" +
+           std::to_wstring(CEDB_MAXRECORDSIZE) + L")";
+  return L"error " + std::to_wstring(error);
+}
+
+void UncountCategories(ToolCategories& categories, const Contact& contact) {
+  const BYTE* mask = contact.categories.GetData();
+  for (uint32_t k = 0; k < contact.categories.GetLength(); ++k)
+    for (int n = 0; n < 8; ++n)
+      if (mask[k] & (1 << n)) categories.CountUse(static_cast<int>(k * 8 + n), -1);
 }

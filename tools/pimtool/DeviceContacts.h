@@ -32,3 +32,10 @@ std::vector<std::wstring> ExtendedLines(const ContactExtended& block);
 
 // "yyyy-mm-dd" of a file time, or an empty text for 0.
 std::wstring DateText(const FILETIME& time);
+
+// Why the database refused to write `contact`: the value or the record that is too large for it, or
+// else the error number.
+std::wstring WhyRefused(const Contact& contact, DWORD error);
+
+// Takes back the uses ToContactRecord counted for the contact's categories (after a refused write).
+void UncountCategories(ToolCategories& categories, const Contact& contact);

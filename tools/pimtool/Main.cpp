@@ -57,30 +57,43 @@ bool OpenDevice(ContactDatabase& database, ToolCategories& categories) {
   return true;
 }
 
-int WriteContacts(const std::vector<ToolContact>& contacts) {
+// Writes the contacts one by one. One the database refuses is reported, by the line of its card when
+// it comes from `source`, and the others are still written. Gives 1 when any was refused.
+int WriteContacts(const std::vector<ToolContact>& contacts, const std::wstring& source = std::wstring()) {
   ContactDatabase database;
   ToolCategories categories;
   if (!OpenDevice(database, categories)) return 1;
   ContactNote note;
   int written = 0;
+  int refused = 0;
+  auto where = [&source](const ToolContact& contact) {
+    if (source.empty() || contact.sourceLine == 0) return std::wstring(L"pimtool: ");
+    return source + L":" + std::to_wstring(contact.sourceLine) + L": ";
+  };
   for (const ToolContact& source : contacts) {
     Contact contact;
     if (!ToContactRecord(source, categories, note, contact)) {
-      PrintError(L"pimtool: the Note of a contact can't be made (error " + std::to_wstring(GetLastError()) +
-                 L")");
-      categories.Flush();
-      return 1;
+      PrintError(where(source) + L"the Note of the contact can't be made (error " +
+                 std::to_wstring(GetLastError()) + L"); card skipped");
+      UncountCategories(categories, contact);
+      ++refused;
+      continue;
     }
     if (!database.AddContact(contact, true)) {
-      PrintError(L"pimtool: writing a contact failed (error " + std::to_wstring(GetLastError()) + L")");
-      categories.Flush();
-      return 1;
+      const DWORD error = GetLastError();
+      PrintError(where(source) + L"the database refused the contact: " + WhyRefused(contact, error) +
+                 L"; card skipped");
+      UncountCategories(categories, contact);
+      ++refused;
+      continue;
     }
     ++written;
   }
   if (!categories.Flush()) PrintError(L"pimtool: the category counts could not all be written");
-  PrintLine(L"added " + std::to_wstring(written) + L" contacts");
-  return 0;
+  std::wstring summary = L"added " + std::to_wstring(written) + L" contacts";
+  if (refused > 0) summary += L", " + std::to_wstring(refused) + L" refused";
+  PrintLine(summary);
+  return refused > 0 ? 1 : 0;
 }
 
 int Generate(int argc, wchar_t** argv) {
@@ -113,8 +126,9 @@ int Import(int argc, wchar_t** argv) {
   for (const VCardProblem& problem : result.problems)
     PrintError(std::wstring(argv[2]) + L":" + std::to_wstring(problem.line) + L": " + problem.message +
                L"; card skipped");
-  int status = WriteContacts(result.contacts);
-  return status;
+  const int status = WriteContacts(result.contacts, argv[2]);
+  // A skipped card is a failure of the command too, though every other card was imported.
+  return result.problems.empty() ? status : 1;
 }
 
 int List() {

@@ -99,6 +99,7 @@ struct ToolContact {
   std::vector<LabelledValue> otherValues;
   std::wstring photo;     // the photo's file name
   bool richNote = false;  // the Note is kept as a rich document rather than plain text
+  int sourceLine = 0;     // the first line of the card it was read from; 0 when not read from a file
 
   // Whether anything goes into the extended block.
   bool HasExtended() const {

@@ -534,25 +534,48 @@ std::string ToUtf8(const std::string& bytes) {
 
 }  // namespace
 
+namespace {
+
+std::wstring NotEnded(int nextBegin) {
+  return L"card not ended before the next BEGIN:VCARD at line " + std::to_wstring(nextBegin);
+}
+
+}  // namespace
+
 VCardResult ParseVCards(const std::string& fileBytes) {
   VCardResult result;
   std::string text = ToUtf8(fileBytes);
 
-  // Physical lines, with their numbers.
+  // Physical lines, with their numbers. A line ends at CR LF, at LF or at a CR alone.
   std::vector<std::string> lines;
   size_t start = 0;
-  for (size_t i = 0; i <= text.size(); ++i)
-    if (i == text.size() || text[i] == '\n') {
-      std::string line = text.substr(start, i - start);
-      if (!line.empty() && line.back() == '\r') line.pop_back();
-      lines.push_back(line);
-      start = i + 1;
-    }
+  for (size_t i = 0; i <= text.size(); ++i) {
+    if (i < text.size() && text[i] != '\n' && text[i] != '\r') continue;
+    lines.push_back(text.substr(start, i - start));
+    if (i + 1 < text.size() && text[i] == '\r' && text[i + 1] == '\n') ++i;
+    start = i + 1;
+  }
   if (!lines.empty() && lines.back().empty()) lines.pop_back();
+
+  // Whether the next line that isn't blank, after line index `i`, begins a card or the file ends.
+  auto cardOrEndFollows = [&lines](size_t i) {
+    for (size_t k = i + 1; k < lines.size(); ++k) {
+      const std::string line = Upper(Trim(lines[k]));
+      if (line.empty()) continue;
+      return line == "BEGIN:VCARD";
+    }
+    return true;
+  };
 
   bool inCard = false;
   bool broken = false;  // the current card is malformed: skip to its end
   int cardLine = 0;
+  // A BEGIN inside a card ends that card as malformed. When the inner card ends and more of the
+  // outer one follows, the inner card was nested in it: neither is imported, and the outer card's
+  // rest is passed over up to its END. When a card or the end of the file follows, the outer card
+  // merely lacked its END and the inner one is a card of its own.
+  bool innerCard = false;  // the card being read began inside the card of `outerLine`
+  int outerLine = 0;
   ToolContact contact;
   CardLabels labels;
   auto report = [&](int line, const std::wstring& message) { result.problems.push_back({line, message}); };
@@ -576,21 +599,40 @@ VCardResult ParseVCards(const std::string& fileBytes) {
     }
     std::string upperLine = Upper(Trim(logical));
     if (upperLine == "BEGIN:VCARD") {
-      if (inCard && !broken)
-        report(cardLine,
-               L"card not ended before the next BEGIN:VCARD at line " + std::to_wstring(lineNumber));
+      // An outer card still waiting for its verdict was not ended: a second BEGIN came first.
+      if (innerCard) report(outerLine, NotEnded(cardLine));
+      innerCard = false;
+      if (inCard && !broken) {
+        // Nested, or the card before lacked its END: the inner card's END tells.
+        innerCard = true;
+        outerLine = cardLine;
+      }
       inCard = true;
       broken = false;
       cardLine = lineNumber;
       contact = ToolContact();
+      contact.sourceLine = lineNumber;
       labels.Reset();
       continue;
     }
     if (upperLine == "END:VCARD") {
-      if (!inCard)
+      if (!inCard) {
         report(lineNumber, L"END:VCARD without BEGIN:VCARD");
-      else if (!broken)
-        result.contacts.push_back(contact);
+        continue;
+      }
+      if (innerCard) {
+        innerCard = false;
+        if (!cardOrEndFollows(i)) {
+          report(outerLine, L"card holds another card (lines " + std::to_wstring(cardLine) + L" to " +
+                                std::to_wstring(lineNumber) + L"); both are skipped");
+          // The outer card's rest, up to its own END, is passed over.
+          cardLine = outerLine;
+          broken = true;
+          continue;
+        }
+        report(outerLine, NotEnded(cardLine));
+      }
+      if (!broken) result.contacts.push_back(contact);
       inCard = false;
       continue;
     }
@@ -618,6 +660,10 @@ VCardResult ParseVCards(const std::string& fileBytes) {
       broken = true;
     }
   }
+  if (innerCard) report(outerLine, NotEnded(cardLine));
   if (inCard && !broken) report(cardLine, L"card not ended at the end of the file");
+  // Some verdicts come only when a later line is read: the problems are given in the file's order.
+  std::stable_sort(result.problems.begin(), result.problems.end(),
+                   [](const VCardProblem& a, const VCardProblem& b) { return a.line < b.line; });
   return result;
 }

@@ -1,6 +1,8 @@
 // Reads vCard 2.1 and 3.0 files (quoted-printable, UTF-8 and other character sets, folded lines,
-// several TEL and EMAIL of each type) into contacts. A malformed card is reported with the number of
-// the line where the problem is and skipped; the cards around it are still read.
+// several TEL and EMAIL of each type) into contacts. Lines may end in CR LF, LF or CR alone. A
+// malformed card is reported with the number of the line where the problem is and skipped; the cards
+// around it are still read. A card with another card nested in it is skipped whole, the nested one
+// included; a card that merely lacks its END loses only itself.
 #pragma once
 #include <string>
 #include <vector>
