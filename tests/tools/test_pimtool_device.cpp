@@ -256,3 +256,16 @@ TEST_CASE("a wrong command line is refused with status 2") {
   CHECK(Tool(L"pimtool.exe", L"generate many").code == 2);
   CHECK(Tool(L"pimtool.exe", L"generate 5 --seed").code == 2);
 }
+
+TEST_CASE("a crash of any kind ends the tool with status 1 and a line on standard error") {
+  Run fault = Tool(L"pimtool.exe", L"selftest fault");
+  CHECK(fault.code == 1);
+  CHECK(fault.err.find("pimtool: crashed (exception 0xc0000005") != std::string::npos);
+  Run stop = Tool(L"pimtool.exe", L"selftest stop");
+  CHECK(stop.code == 1);
+  CHECK(stop.err.find("pimtool: stopped on a broken rule") != std::string::npos);
+  Run thrown = Tool(L"pimtool.exe", L"selftest throw");
+  CHECK(thrown.code == 1);
+  CHECK(thrown.err.find("pimtool: crashed") != std::string::npos);
+  CHECK(Tool(L"pimtool.exe", L"selftest nothing").code == 2);
+}

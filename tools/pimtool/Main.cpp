@@ -16,7 +16,8 @@
 //                                   decided; check both index files (exit status 1 on any finding)
 //   pimtool add FIELD=VALUE ... | update ID FIELD=VALUE ... | delete ID
 //                                   contacts written through the item's manager, the index following
-// Exit status: 0 done, 1 failed, 2 wrong command line.
+//   pimtool selftest fault|stop|throw   crashes on purpose, for the tests of the exit status
+// Exit status: 0 done, 1 failed (a crash included, reported on standard error), 2 wrong command line.
 #include <windows.h>
 #include <cstdio>
 #include <cstdlib>
@@ -24,6 +25,7 @@
 #include <sstream>
 #include <string>
 #include <vector>
+#include "CrashGuard.h"
 #include "DeviceContacts.h"
 #include "IndexVerbs.h"
 #include "Generator.h"
@@ -228,8 +230,10 @@ int Dump(int argc, wchar_t** argv) {
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
+  InstallCrashGuard();
   if (argc < 2) return Usage();
   std::wstring verb = argv[1];
+  if (verb == L"selftest") return argc == 3 && CauseFailure(argv[2]) ? 0 : Usage();
   if (verb == L"generate") return Generate(argc, argv);
   if (verb == L"import") return Import(argc, argv);
   if (verb == L"list") return List();
