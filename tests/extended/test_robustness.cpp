@@ -13,6 +13,8 @@
 
 #include <doctest/doctest.h>
 
+#include "MutationLoop.h"
+
 #include <cstdlib>
 #include <random>
 
@@ -454,4 +456,138 @@ TEST_CASE("the guards themselves: a no-access page right behind the input, guard
   GuardedBuffer before(16);
   before.Data()[-1] = 0;
   CHECK_FALSE(before.Intact());
+}
+
+namespace {
+
+// Whether a Note holds one whole block and no other marker: exactly one start marker, one end marker
+// behind it, no character 0 and none the paragraph encoding can't read back, and in a rich Note each
+// marker within one paragraph.
+bool HoldsOneWholeBlock(const Bytes& input, const ByteBuffer& blob) {
+  Str whole;
+  ContactNote::NoteAsText(blob, whole);
+  const std::wstring all = W(whole);
+  if (all.find(L'\0') != std::wstring::npos) return false;
+  // A character above 0x7FF is written in the one form no reader takes: its paragraph ends there.
+  for (wchar_t ch : all)
+    if (ch > 0x7FF) return false;
+  const size_t start = all.find(kPimStartMarker);
+  if (start == std::wstring::npos || all.find(kPimStartMarker, start + 1) != std::wstring::npos) return false;
+  const size_t end = all.find(kPimEndMarker);
+  if (end == std::wstring::npos || end < start || all.find(kPimEndMarker, end + 1) != std::wstring::npos)
+    return false;
+  if (IsPlainNote(input.data(), static_cast<uint32_t>(input.size()))) return true;
+  bool startHeld = false, endHeld = false;
+  for (const std::wstring& paragraph : ParagraphTexts(input)) {
+    startHeld = startHeld || paragraph.find(kPimStartMarker) != std::wstring::npos;
+    endHeld = endHeld || paragraph.find(kPimEndMarker) != std::wstring::npos;
+  }
+  return startHeld && endHeld;
+}
+
+// A Note with one whole block, as a contact read and written back, keeps that block: the block read
+// from the Note, written again beside the user's text and read once more, is the same block. Other
+// Notes are only read: stripping keeps a block without its end as it stands, and marker text in the
+// user's part would be read as a block after the rewrite, as the rules for Notes have it.
+bool BlockSurvivesRewrite(ContactNote& note, const Bytes& input, std::string& why, uint64_t& rewritten) {
+  Contact first;
+  first.noteBlob = BufferOf(input);
+  Str text;
+  if (!note.GetNoteText(first, text) || !HoldsOneWholeBlock(input, first.noteBlob)) return true;
+  ++rewritten;
+  note.StripBlock(first);
+  const std::string read = DumpExtended(first);
+  if (!note.MergeIntoNote(first)) {
+    if (!first.noteBlob.IsEmpty()) {
+      why = "a failed merge left a Note behind";
+      return false;
+    }
+    return true;
+  }
+  Contact again;
+  again.noteBlob = first.noteBlob;
+  Str textAgain;
+  if (!note.GetNoteText(again, textAgain)) {
+    Str was, now;
+    ContactNote::NoteAsText(BufferOf(input), was);
+    ContactNote::NoteAsText(again.noteBlob, now);
+    why = "the Note just written can't be read: [" + U8(was) + "] -> [" + U8(now) + "]";
+    return false;
+  }
+  if (DumpExtended(again) != read) {
+    why = "the block changed when written again: " + read + " / " + DumpExtended(again);
+    {
+      static int n = 0;
+      FILE* f = fopen(("Z:\\tmp\\wrong" + std::to_string(n++) + ".txt").c_str(), "wb");
+      Str a, b;
+      ContactNote::NoteAsText(BufferOf(input), a);
+      ContactNote::NoteAsText(again.noteBlob, b);
+      fprintf(f, "%s\n=====\n%s\n=====\n%s\n=====\n%s\n", U8(a).c_str(), U8(b).c_str(), read.c_str(),
+              DumpExtended(again).c_str());
+      fclose(f);
+    }
+    return false;
+  }
+  return true;
+}
+
+// Valid Notes with blocks: plain wide text, 8-bit text and rich documents, written by the item's
+// own writer over random user text and random extended data.
+std::vector<mutation::Bytes> NotesWithBlocks(bool rich, int count) {
+  std::mt19937 random(rich ? 77 : 78);
+  ContactNote note;
+  std::vector<mutation::Bytes> corpus;
+  while (static_cast<int>(corpus.size()) < count) {
+    Contact contact;
+    if (rich)
+      contact.rawNote = BufferOf(WellFormedDocument(random));
+    else if (random() % 2)
+      contact.rawNote = WideNote(L"Met at the fair.\r\nCall after six " + std::to_wstring(random() % 1000));
+    else
+      contact.rawNote = AnsiNote("old 8-bit note " + std::to_string(random() % 1000));
+    RandomExtended(random, contact);
+    contact.Image = L"photo.png";
+    if (!note.MergeIntoNote(contact)) continue;
+    corpus.push_back(BytesOf(contact.noteBlob));
+  }
+  return corpus;
+}
+
+}  // namespace
+
+TEST_CASE("mutations: rich Notes with blocks of extended data") {
+  ContactNote note;
+  uint64_t rewritten = 0;
+  const mutation::Summary summary = mutation::Run(
+      "note-rich", NotesWithBlocks(true, 24),
+      [&note, &rewritten](const mutation::Bytes& input, std::string& why) {
+        CheckReaders(input);
+        return BlockSurvivesRewrite(note, input, why, rewritten);
+      },
+      3000, 11);
+  for (const std::string& reason : summary.firstWrong) MESSAGE(reason);
+  // Enough damaged Notes keep one whole block to go through the rewrite.
+  CHECK(rewritten * 20 > summary.inputs);
+  CHECK(summary.wrong == 0);
+}
+
+TEST_CASE("mutations: plain Notes and their blocks of extended data") {
+  ContactNote note;
+  PimInfoReader reader;
+  uint64_t rewritten = 0;
+  const mutation::Summary summary = mutation::Run(
+      "note-plain", NotesWithBlocks(false, 24),
+      [&note, &reader, &rewritten](const mutation::Bytes& input, std::string& why) {
+        // The block's reader alone, on the text behind the mark, with a no-access page behind it.
+        if (input.size() >= 2 && input[0] == 0xFE && input[1] == 0xFF) {
+          PageGuardedCopy guarded(input.data() + 2, input.size() - 2);
+          reader.Parse(reinterpret_cast<const wchar_t*>(guarded.Data()),
+                       static_cast<int>((input.size() - 2) / 2));
+        }
+        return BlockSurvivesRewrite(note, input, why, rewritten);
+      },
+      3000, 12);
+  for (const std::string& reason : summary.firstWrong) MESSAGE(reason);
+  CHECK(rewritten * 20 > summary.inputs);
+  CHECK(summary.wrong == 0);
 }

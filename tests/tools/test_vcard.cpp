@@ -1,5 +1,9 @@
 // The vCard reader of pimtool import.
 #include <doctest/doctest.h>
+
+#include <string>
+#include <vector>
+#include "MutationLoop.h"
 #include "VCard.h"
 
 namespace {
@@ -358,4 +362,96 @@ TEST_CASE("an embedded photo gives no name, and a bad further date spoils its ca
   CHECK_FALSE(result.contacts[0].HasExtended());
   REQUIRE(result.problems.size() == 1);
   CHECK(result.problems[0].line == 9);
+}
+
+namespace {
+
+// Cards of many shapes: 3.0 with structured values and escapes, 2.1 with quoted-printable and
+// character sets, folded lines, extended data, several cards, each line-end kind.
+std::vector<mutation::Bytes> CardCorpus() {
+  std::vector<std::string> texts = {
+      "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Smith;John;Q;Dr.;Jr.\r\nFN:John Smith\r\nORG:Acme;Research\r\n"
+      "TEL;TYPE=WORK,VOICE:+1 617 555-0100\r\nTEL;TYPE=CELL:+1 617 555 "
+      "0199\r\nEMAIL;TYPE=INTERNET:j@x.example\r\n"
+      "ADR;TYPE=HOME:;;1 Main St\\, Apt 2;Boston;MA;02110;USA\r\nBDAY:1970-01-31\r\nNOTE:Two\\nlines\\; and "
+      "more\r\n"
+      "CATEGORIES:Work,Friends\r\nURL:http://x.example\r\nX-ABDATE:2001-02-03\r\nEND:VCARD\r\n",
+      "BEGIN:VCARD\nVERSION:2.1\nN;CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:=D0=98=D0=B2;=D0=98\n"
+      "TEL;HOME;VOICE:+7 (495) 123-45-67\nNOTE;ENCODING=QUOTED-PRINTABLE:One=0D=0A=\nTwo\n"
+      "ORG;CHARSET=WINDOWS-1251:\xCE\xCE\xCE\nTITLE:Long title\n and more\nEND:VCARD\n",
+      "BEGIN:VCARD\rVERSION:3.0\rN:A;B\rIMPP:xmpp:a@b.example\rX-SKYPE:abc\rPHOTO;VALUE=URI:file:///p.png\r"
+      "END:VCARD\rBEGIN:VCARD\rVERSION:3.0\rN:C;D\rEMAIL:c@d.example\rEMAIL:e@f.example\rEMAIL:g@h.example\r"
+      "EMAIL:i@j.example\rEND:VCARD\r",
+      "BEGIN:VCARD\r\nVERSION:4.0\r\nN:Lee;Ann\r\nitem1.TEL:555\r\nitem1.X-ABLabel:Dacha\r\nBEGIN:VCARD\r\n"
+      "N:Nested;Ned\r\nEND:VCARD\r\nEND:VCARD\r\nBEGIN:VCARD\r\nN:After;Al\r\nEND:VCARD\r\n"};
+  std::vector<mutation::Bytes> corpus;
+  for (const std::string& text : texts) corpus.emplace_back(text.begin(), text.end());
+  return corpus;
+}
+
+// Lines of the file at most: every CR, LF or CR LF ends one.
+int LinesAtMost(const mutation::Bytes& bytes) {
+  int lines = 1;
+  for (uint8_t b : bytes)
+    if (b == '\n' || b == '\r') ++lines;
+  return lines;
+}
+
+// Places where a BEGIN can stand once folded lines are joined: an upper bound of the cards.
+int BeginLines(const mutation::Bytes& bytes) {
+  int count = 0;
+  std::string text;
+  for (size_t k = 0; k < bytes.size(); ++k) {
+    const bool lineEnd = bytes[k] == '\r' || bytes[k] == '\n';
+    size_t next = k + 1;
+    if (bytes[k] == '\r' && next < bytes.size() && bytes[next] == '\n') ++next;
+    if (lineEnd && next < bytes.size() && (bytes[next] == ' ' || bytes[next] == '\t')) {
+      k = next;
+      continue;
+    }
+    text += static_cast<char>(bytes[k]);
+  }
+  for (size_t at = 0; (at = text.find(":", at)) != std::string::npos; ++at) {
+    if (at >= 5) {
+      std::string head = text.substr(at - 5, 5);
+      for (char& c : head) c = static_cast<char>(toupper(static_cast<unsigned char>(c)));
+      if (head == "BEGIN") ++count;
+    }
+  }
+  return count;
+}
+
+}  // namespace
+
+TEST_CASE("mutations: the vCard reader") {
+  const mutation::Summary summary = mutation::Run(
+      "vcard", CardCorpus(),
+      [](const mutation::Bytes& input, std::string& why) {
+        const VCardResult result = ParseVCards(std::string(input.begin(), input.end()));
+        const bool wide = input.size() >= 2 && input[0] == 0xFF && input[1] == 0xFE;
+        const int lines = wide ? 1 + static_cast<int>(input.size()) : LinesAtMost(input);
+        int previous = 0;
+        for (const ToolContact& contact : result.contacts) {
+          if (contact.sourceLine <= previous || contact.sourceLine > lines) {
+            why = "a card's line " + std::to_string(contact.sourceLine) + " is out of order or range";
+            return false;
+          }
+          previous = contact.sourceLine;
+        }
+        for (const VCardProblem& problem : result.problems) {
+          if (problem.line < 1 || problem.line > lines) {
+            why = "a problem at line " + std::to_string(problem.line) + " of " + std::to_string(lines);
+            return false;
+          }
+        }
+        if (!wide && static_cast<int>(result.contacts.size()) > BeginLines(input)) {
+          why = "more cards than BEGIN lines";
+          return false;
+        }
+        return true;
+      },
+      5000, 21);
+  for (const std::string& reason : summary.firstWrong) MESSAGE(reason);
+  CHECK(summary.inputs > 0);
+  CHECK(summary.wrong == 0);
 }
