@@ -516,16 +516,6 @@ bool BlockSurvivesRewrite(ContactNote& note, const Bytes& input, std::string& wh
   }
   if (DumpExtended(again) != read) {
     why = "the block changed when written again: " + read + " / " + DumpExtended(again);
-    {
-      static int n = 0;
-      FILE* f = fopen(("Z:\\tmp\\wrong" + std::to_string(n++) + ".txt").c_str(), "wb");
-      Str a, b;
-      ContactNote::NoteAsText(BufferOf(input), a);
-      ContactNote::NoteAsText(again.noteBlob, b);
-      fprintf(f, "%s\n=====\n%s\n=====\n%s\n=====\n%s\n", U8(a).c_str(), U8(b).c_str(), read.c_str(),
-              DumpExtended(again).c_str());
-      fclose(f);
-    }
     return false;
   }
   return true;
