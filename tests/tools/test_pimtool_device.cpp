@@ -1,11 +1,16 @@
 // pimtool on the device: generate, import, list and dump against an object store of the test's own.
 #include <doctest/doctest.h>
 #include <windows.h>
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
 #include "Generator.h"
+#include "HelperProcess.h"
+#include "MessagePump.h"
+#include "SharedLog.h"
+#include "ToolPeerProtocol.h"
 #include "TestPaths.h"
 #include "ToolRun.h"
 #include "storage/contact/ContactNames.h"
@@ -268,4 +273,51 @@ TEST_CASE("a crash of any kind ends the tool with status 1 and a line on standar
   CHECK(thrown.code == 1);
   CHECK(thrown.err.find("pimtool: crashed") != std::string::npos);
   CHECK(Tool(L"pimtool.exe", L"selftest nothing").code == 2);
+}
+
+TEST_CASE("pimtool beside the item: a write takes over as master for its run and hands the index back") {
+  FreshStore();
+  REQUIRE(Tool(L"pimtool.exe", L"generate 40").code == 0);
+  SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", kStore);
+  const std::wstring log = testpaths::TempFolder() + L"pimtool-peer.log";
+  DeleteFileW(log.c_str());
+  const helperproc::HelperProgram peerProgram = {L"tool_peer.exe", toolpeer::kPeerClass, toolpeer::CmdQuit,
+                                                 60000, false};
+  helperproc::HelperProcess item(peerProgram, "item", log);
+  // The item is first in: master, with the index it built.
+  REQUIRE(item.Command(toolpeer::CmdOpen) == 3);
+  REQUIRE(item.Command(toolpeer::CmdCount) == 40);
+
+  Run add = Tool(L"pimtool.exe", std::wstring(L"add LastName=") + toolpeer::kLookedFor + L" FirstName=Zed");
+  CHECK(add.code == 0);
+  CHECK(add.err.empty());
+  // The item gave way to the tool, reloaded the index it wrote, and is master again once the tool left.
+  REQUIRE(PumpUntil([&] { return item.Command(toolpeer::CmdIsMaster) == 1; }, 10000));
+  CHECK(item.Command(toolpeer::CmdCount) == 41);
+  CHECK(item.Command(toolpeer::CmdFound) == 1);
+  const std::vector<std::string> events = sharedlog::ReadLines(log);
+  auto seen = [&events](const std::string& line) {
+    return std::find(events.begin(), events.end(), line) != events.end();
+  };
+  CHECK(seen("item ChangeToSlave"));
+  CHECK(seen("item SlaveReload"));
+  CHECK(seen("item ChangeToMaster"));
+
+  // A read beside the master is a slave's: it finds the new contact and leaves the item master.
+  Run search = Tool(L"pimtool.exe", std::wstring(L"search --text ") + toolpeer::kLookedFor);
+  CHECK(search.code == 0);
+  CHECK(search.out.find("Zzyzx, Zed") != std::string::npos);
+  CHECK(item.Command(toolpeer::CmdIsMaster) == 1);
+  CHECK(Tool(L"pimtool.exe", L"check").code == 0);
+
+  // A rebuild by the tool stops the item's use of the index first and hands it back after.
+  Run rebuild = Tool(L"pimtool.exe", L"rebuild");
+  CHECK(rebuild.code == 0);
+  REQUIRE(PumpUntil([&] { return item.Command(toolpeer::CmdIsMaster) == 1; }, 10000));
+  const std::vector<std::string> after = sharedlog::ReadLines(log);
+  CHECK(std::count(after.begin(), after.end(), "item SlaveStop") >= 1);
+  CHECK(std::count(after.begin(), after.end(), "item ChangeToMaster") == 2);
+  CHECK(item.Command(toolpeer::CmdCount) == 41);
+  CHECK(item.Command(toolpeer::CmdFound) == 1);
+  SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", nullptr);
 }

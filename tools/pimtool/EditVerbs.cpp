@@ -60,7 +60,7 @@ int AddVerb(int argc, wchar_t** argv) {
     return 2;
   }
   ToolManager tool;
-  if (!tool.Open()) return 1;
+  if (!tool.Open(true)) return 1;
   ContactManager& manager = tool.Get();
   ToolCategories categories;
   if (!categories.Open()) return 1;
@@ -89,7 +89,7 @@ int UpdateVerb(int argc, wchar_t** argv) {
     return 2;
   }
   ToolManager tool;
-  if (!tool.Open()) return 1;
+  if (!tool.Open(true)) return 1;
   ContactManager& manager = tool.Get();
   Contact contact;
   if (!manager.ReadContact(id, contact)) {
@@ -121,7 +121,7 @@ int DeleteVerb(int argc, wchar_t** argv) {
     return 2;
   }
   ToolManager tool;
-  if (!tool.Open()) return 1;
+  if (!tool.Open(true)) return 1;
   if (!tool.Get().DeleteContact(id)) {
     PrintError(L"pimtool: no contact with the id " + std::wstring(argv[2]) + L" could be deleted");
     return 1;

@@ -8,7 +8,7 @@
 
 int RebuildVerb() {
   ToolManager tool;
-  if (!tool.Open()) return 1;
+  if (!tool.Open(true)) return 1;
   if (!tool.Get().Rebuild()) {
     PrintError(L"pimtool: the rebuild failed (error " + std::to_wstring(GetLastError()) + L")");
     return 1;

@@ -4,18 +4,85 @@
 
 #include "Output.h"
 #include "storage/contact/ContactNames.h"
+#include "sync/PimSync.h"
 
-ToolManager::ToolManager() {}
+namespace {
 
-ToolManager::~ToolManager() { manager.Close(); }
+const wchar_t kToolWindowClass[] = L"PagemarkToolCoordination";
 
-bool ToolManager::Open() {
-  if (!manager.Open(GetModuleHandleW(nullptr), nullptr, nullptr, nullptr)) {
+LRESULT CALLBACK ToolWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  if (DispatchSyncMessage(g_syncMessageHandler, message, wParam, lParam)) return 0;
+  return DefWindowProcW(window, message, wParam, lParam);
+}
+
+HWND MakeToolWindow() {
+  HINSTANCE instance = GetModuleHandleW(nullptr);
+  WNDCLASSW windowClass = {};
+  windowClass.lpfnWndProc = ToolWindowProc;
+  windowClass.hInstance = instance;
+  windowClass.lpszClassName = kToolWindowClass;
+  RegisterClassW(&windowClass);
+  // A top-level window that is never shown: the other processes find it in the shared record.
+  return CreateWindowExW(0, kToolWindowClass, L"pimtool", WS_POPUP, 0, 0, 0, 0, nullptr, nullptr, instance,
+                         nullptr);
+}
+
+}  // namespace
+
+ToolManager::ToolManager() : sync(nullptr), window(nullptr) {}
+
+ToolManager::~ToolManager() {
+  manager.Close();
+  Leave();
+}
+
+bool ToolManager::Join(bool write) {
+  PimSync* coordinator = PimSync::GetInstance();
+  if (!coordinator->Open()) return false;
+  window = MakeToolWindow();
+  if (window == nullptr) return false;
+  g_syncMessageHandler = this;
+  sync = coordinator;
+  if (!sync->Register(window)) {
+    // The record is full: the tool reads what it finds and never writes.
+    PrintError(L"pimtool: ten processes of the product run already; the index is only read");
+    return true;
+  }
+  if (write && !sync->IsMaster()) sync->ChangeToMaster(window);
+  return true;
+}
+
+void ToolManager::Leave() {
+  if (sync != nullptr && window != nullptr) sync->Unregister(window);
+  if (g_syncMessageHandler == this) g_syncMessageHandler = nullptr;
+  if (window != nullptr) DestroyWindow(window);
+  window = nullptr;
+  sync = nullptr;
+}
+
+bool ToolManager::Open(bool write) {
+  Join(write);
+  if (!manager.Open(GetModuleHandleW(nullptr), nullptr, sync, nullptr)) {
     PrintError(L"pimtool: the contacts or their index can't be opened (error " +
                std::to_wstring(GetLastError()) + L")");
     return false;
   }
   return true;
+}
+
+void ToolManager::OnChangeToMaster() {
+  sync->SetMaster(TRUE);
+  manager.TakeOverIndex();
+}
+
+void ToolManager::OnChangeToSlave() { sync->SetMaster(FALSE); }
+
+void ToolManager::OnSlaveReload() { manager.ReloadIndex(); }
+
+void ToolManager::OnSlaveStop() { manager.CloseIndex(); }
+
+void ToolManager::OnUpdateLinkType(DWORD id, DWORD item) {
+  if (sync != nullptr && sync->IsMaster()) manager.SetDefaultItem(static_cast<CEOID>(id), item);
 }
 
 void ToolManager::Settle() {
