@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <thread>
 
 namespace mutation {
@@ -164,10 +165,18 @@ Summary Run(const char* target, const std::vector<Bytes>& corpus, const Check& c
     }
   });
 
+  // PAGEMARK_FUZZ_REPLAY names a kept input to run alone, once.
+  Bytes replay;
+  const char* replayPath = getenv("PAGEMARK_FUZZ_REPLAY");
+  const bool replaying = replayPath != nullptr && *replayPath != 0;
+  if (replaying) {
+    std::ifstream in(replayPath, std::ios::binary);
+    replay.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  }
   const auto started = std::chrono::steady_clock::now();
-  for (uint64_t i = 0; i < count; ++i) {
+  for (uint64_t i = 0; i < (replaying ? 1 : count); ++i) {
     const Bytes& base = corpus[mutator.Below(static_cast<uint32_t>(corpus.size()))];
-    Bytes input = i % 10 == 0 ? base : mutator.Mutate(base, corpus);
+    Bytes input = replaying ? replay : i % 10 == 0 ? base : mutator.Mutate(base, corpus);
     current.input = &input;
     running.store(&input);
     std::string why;
@@ -177,6 +186,8 @@ Summary Run(const char* target, const std::vector<Bytes>& corpus, const Check& c
     current.serial.fetch_add(1);
     ++summary.inputs;
     if (!right) {
+      // The first wrong input is kept for a closer look.
+      if (summary.wrong == 0) Save(TempFile(std::string("fuzz-") + target + "-wrong.bin"), input);
       ++summary.wrong;
       if (summary.firstWrong.size() < 5)
         summary.firstWrong.push_back("input " + std::to_string(i) + ": " + why);

@@ -7,7 +7,8 @@
 //   mutations TARGET: N inputs in S s (R per second), W wrong
 // A crash ends the program; the input that faulted last is kept as fuzz-TARGET-fault.bin in the
 // temporary folder. An input that runs longer than PAGEMARK_FUZZ_HANG_MS (10 s) is kept as
-// fuzz-TARGET-hang.bin, and the program ends with status kHangStatus.
+// fuzz-TARGET-hang.bin, and the program ends with status kHangStatus. The first input with a wrong
+// result is kept as fuzz-TARGET-wrong.bin. PAGEMARK_FUZZ_REPLAY=FILE runs a kept input alone, once.
 #pragma once
 
 #include <cstdint>
