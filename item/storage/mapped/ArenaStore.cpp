@@ -12,7 +12,7 @@ const wchar_t kUnableToMap[] = L"Unable open memory as mapped file!!!";
 }  // namespace
 
 ArenaStore::ArenaStore(uint32_t header, const wchar_t* source)
-    : data(nullptr), length(0), headerSize(header), sourceName(source) {}
+    : data(nullptr), length(0), headerSize(header), sourceName(source), changes(0) {}
 
 ArenaStore::~ArenaStore() { Close(); }
 
@@ -22,6 +22,7 @@ uint32_t ArenaStore::CreationLength(uint32_t size, uint32_t header) {
 }
 
 void ArenaStore::Attach() {
+  ++changes;
   data = file.Data();
   length = file.Length();
   arena.Init(data != nullptr ? data + headerSize : nullptr, 0);
@@ -76,6 +77,7 @@ BOOL ArenaStore::Allocate(uint32_t size, ArenaRef* ref) {
     payload = arena.Alloc(size);
     if (payload == nullptr) return FALSE;
   }
+  ++changes;
   ref->base = &data;
   ref->offset = static_cast<uint32_t>(static_cast<BYTE*>(payload) - data);
   return TRUE;
@@ -83,6 +85,7 @@ BOOL ArenaStore::Allocate(uint32_t size, ArenaRef* ref) {
 
 void ArenaStore::FreeOffset(uint32_t offset) {
   if (offset == 0 || data == nullptr) return;
+  ++changes;
   arena.Free(data + offset);
 }
 
@@ -118,6 +121,34 @@ BOOL ArenaStore::Open(const wchar_t* path) {
   return TRUE;
 }
 
+BOOL ArenaStore::OpenDeferred(const wchar_t* path, uint32_t headBytes) {
+  Close();
+  const uint32_t smallestArena =
+      ArenaAllocator::kHeaderBytes + ArenaAllocator::kTagBytes + ArenaAllocator::kMinimumPayload;
+  if (headBytes < headerSize + ArenaAllocator::kHeaderBytes)
+    headBytes = headerSize + ArenaAllocator::kHeaderBytes;
+  if (!file.OpenInBackground(path, headBytes)) return FALSE;
+  Attach();
+  uint32_t arenaSize = 0;
+  if (length >= headerSize + smallestArena) memcpy(&arenaSize, data + headerSize, sizeof arenaSize);
+  if (length < headerSize + smallestArena || arenaSize != length - headerSize) {
+    Str message;
+    message.Format(L"%s: the arena of %s doesn't fill the data", sourceName, path);
+    LogError(message, sourceName, L"OpenDeferred", __LINE__);
+    Close();
+    SetLastError(ERROR_INVALID_DATA);
+    return FALSE;
+  }
+  return TRUE;
+}
+
+BOOL ArenaStore::VerifyArena() const {
+  const uint32_t smallestArena =
+      ArenaAllocator::kHeaderBytes + ArenaAllocator::kTagBytes + ArenaAllocator::kMinimumPayload;
+  if (data == nullptr || length < headerSize + smallestArena) return FALSE;
+  return arena.Verify(length - headerSize, headerSize);
+}
+
 BOOL ArenaStore::ExtendTo(uint32_t newLength) {
   if (data == nullptr) {
     SetLastError(ERROR_INVALID_HANDLE);
@@ -138,6 +169,7 @@ BOOL ArenaStore::ExtendTo(uint32_t newLength) {
 BOOL ArenaStore::Save(BOOL background) { return file.Save(background); }
 
 void ArenaStore::Close() {
+  ++changes;
   file.Close();
   data = nullptr;
   length = 0;

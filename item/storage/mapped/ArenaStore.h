@@ -44,10 +44,25 @@ class ArenaStore {
   // Opens the store of `path` and checks that its arena holds together; a store whose arena doesn't
   // is refused and closed.
   virtual BOOL Open(const wchar_t* path);
+  // The same store for a quick start: the file is copied in the background (MappedFile::
+  // OpenInBackground) with the first `headBytes` of the data read at once, and only the arena's size
+  // word is judged here. Until WaitLoaded has said true nothing behind the head may be touched; the
+  // walk over the arena that Open runs is VerifyArena, left to the owner.
+  virtual BOOL OpenDeferred(const wchar_t* path, uint32_t headBytes);
+  // Waits for the background copy; false when it failed.
+  BOOL WaitLoaded() { return file.WaitLoaded(); }
+  BOOL IsLoading() const { return file.IsLoading(); }
+  // Whether the arena holds together: its blocks tile it with matching tags and its free ring is a
+  // ring of exactly the free blocks (ArenaAllocator::Verify). Reads nothing outside the data.
+  BOOL VerifyArena() const;
   // Grows the data to newLength and gives the new room to the arena.
   virtual BOOL ExtendTo(uint32_t newLength);
   virtual BOOL Save(BOOL background);
   virtual void Close();
+
+  // Counts the store's allocations, frees and growths, so that a walk over it can tell whether
+  // anything changed since it began.
+  uint32_t ChangeCount() const { return changes; }
 
   BYTE* Data() const { return data; }
   uint32_t Length() const { return length; }
@@ -69,6 +84,7 @@ class ArenaStore {
   uint32_t length;
   uint32_t headerSize;
   const wchar_t* sourceName;
+  uint32_t changes;
 
  private:
   ArenaStore(const ArenaStore&);

@@ -41,7 +41,10 @@ bool IsFlagSet(const LONG* flag) { return InterlockedCompareExchange(const_cast<
 
 }  // namespace
 
-MappedFile::MappedFile() : cancel(0), hurry(0), beforeSave(nullptr) { path[0] = 0; }
+MappedFile::MappedFile()
+    : cancel(0), hurry(0), beforeSave(nullptr), loadFrom(0), loadSize(0), loadLength(0), loadFailed(FALSE) {
+  path[0] = 0;
+}
 
 MappedFile::~MappedFile() { Close(); }
 
@@ -105,7 +108,12 @@ void MappedFile::Unmap() {
 
 BYTE* MappedFile::Data() const { return view.IsEmpty() ? nullptr : static_cast<BYTE*>(view.Get()) + 4; }
 
-uint32_t MappedFile::Length() const { return view.IsEmpty() ? 0 : ReadWord(static_cast<BYTE*>(view.Get())); }
+uint32_t MappedFile::Length() const {
+  if (view.IsEmpty()) return 0;
+  // While this object's copy runs, the word says so to other processes; here the length is known.
+  if (!loader.IsEmpty()) return loadLength;
+  return ReadWord(static_cast<BYTE*>(view.Get()));
+}
 
 void MappedFile::SetLength(uint32_t length) { WriteWord(static_cast<BYTE*>(view.Get()), length); }
 
@@ -142,15 +150,85 @@ BOOL MappedFile::Open(const wchar_t* filePath, uint32_t minimumLength) {
   if (!MapSection(&existed)) return FALSE;
   if (existed) {
     // Another process holds the live data: that is the current state, whatever the file says.
+    if (!WaitForOtherLoader()) return FALSE;
     if (Length() < minimumLength) SetLength(minimumLength);
     return TRUE;
   }
+  // Until the copy has ended, a process that attaches finds the length word saying so.
+  SetLength(kLoadingLength);
+  KernelHandle file;
+  DWORD size = 0;
+  if (!OpenBackingFile(file, &size)) return FALSE;
+  if (!ReadSpan(file.Get(), Data(), 0, size)) {
+    DWORD error = GetLastError();
+    LogFailure(L"ReadFile", error, path, L"Open", __LINE__);
+    SetLength(0);
+    Unmap();
+    SetLastError(error);
+    return FALSE;
+  }
+  if (!IsValidImage(size, size >= 8 ? ReadWord(Data() + size - 8) : 0)) {
+    SetLength(0);
+    SetLastError(ERROR_INVALID_DATA);
+    return FALSE;
+  }
+  SetLength(size - 4);
+  return TRUE;
+}
 
-  KernelHandle file(CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                FILE_ATTRIBUTE_NORMAL, nullptr));
+BOOL MappedFile::OpenInBackground(const wchar_t* filePath, uint32_t headBytes) {
+  Close();
+  if (!RememberPath(filePath)) return FALSE;
+  BOOL existed = FALSE;
+  if (!MapSection(&existed)) return FALSE;
+  if (existed) return WaitForOtherLoader();
+  SetLength(kLoadingLength);
+  KernelHandle file;
+  DWORD size = 0;
+  if (!OpenBackingFile(file, &size)) return FALSE;
+  // The check word first, from the file's end: a file that fails it, or one that is hardly longer
+  // than the head, is read whole at once as Open reads it.
+  const BOOL valid = size >= 8 && ReadSpan(file.Get(), Data(), size - 8, 8) &&
+                     IsValidImage(size, ReadWord(Data() + size - 8));
+  const DWORD head = headBytes < size ? headBytes : size;
+  if (valid && size - head > kSliceSize && ReadSpan(file.Get(), Data(), 0, head)) {
+    loadFile = static_cast<KernelHandle&&>(file);
+    loadFrom = head;
+    loadSize = size;
+    loadLength = size - 4;
+    loadFailed = FALSE;
+    HANDLE thread = CreateThread(nullptr, 0, LoadThread, this, 0, nullptr);
+    if (thread != nullptr) {
+      loader.Reset(thread);
+      return TRUE;
+    }
+    LogFailure(L"CreateThread", GetLastError(), path, L"OpenInBackground", __LINE__);
+    file = static_cast<KernelHandle&&>(loadFile);
+  }
+  if (!ReadSpan(file.Get(), Data(), 0, size)) {
+    DWORD error = GetLastError();
+    LogFailure(L"ReadFile", error, path, L"OpenInBackground", __LINE__);
+    SetLength(0);
+    Unmap();
+    SetLastError(error);
+    return FALSE;
+  }
+  if (!IsValidImage(size, size >= 8 ? ReadWord(Data() + size - 8) : 0)) {
+    SetLength(0);
+    SetLastError(ERROR_INVALID_DATA);
+    return FALSE;
+  }
+  SetLength(size - 4);
+  return TRUE;
+}
+
+BOOL MappedFile::OpenBackingFile(KernelHandle& file, DWORD* fileSize) {
+  file.Reset(CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
+                         nullptr));
   if (file.IsEmpty()) {
     DWORD error = GetLastError();
     if (!IsMissingFile(error)) LogFailure(L"CreateFileW", error, path, L"Open", __LINE__);
+    SetLength(0);
     Unmap();
     SetLastError(error);
     return FALSE;
@@ -162,6 +240,7 @@ BOOL MappedFile::Open(const wchar_t* filePath, uint32_t minimumLength) {
   if (size == INVALID_FILE_SIZE && error != NO_ERROR) {
     LogFailure(L"GetFileSize", error, path, L"Open", __LINE__);
     file.Reset();
+    SetLength(0);
     Unmap();
     SetLastError(error);
     return FALSE;
@@ -170,27 +249,76 @@ BOOL MappedFile::Open(const wchar_t* filePath, uint32_t minimumLength) {
   // read.
   if (high != 0 || size > kMaxLength + 4) {
     file.Reset();
+    SetLength(0);
     Unmap();
     LogTooLarge(L"Open", __LINE__, size, path);
     SetLastError(kMappingFullError);
     return FALSE;
   }
-  DWORD read = 0;
-  BOOL ok = ReadFile(file.Get(), Data(), size, &read, nullptr);
-  error = ok ? ERROR_HANDLE_EOF : GetLastError();
-  file.Reset();
-  if (!ok || read != size) {
-    LogFailure(L"ReadFile", error, path, L"Open", __LINE__);
-    Unmap();
-    SetLastError(error);
-    return FALSE;
-  }
-  if (!IsValidImage(size, size >= 8 ? ReadWord(Data() + size - 8) : 0)) {
-    SetLastError(ERROR_INVALID_DATA);
-    return FALSE;
-  }
-  SetLength(size - 4);
+  *fileSize = size;
   return TRUE;
+}
+
+BOOL MappedFile::ReadSpan(HANDLE file, BYTE* data, DWORD offset, DWORD count) {
+  if (count == 0) return TRUE;
+  if (SetFilePointer(file, static_cast<LONG>(offset), nullptr, FILE_BEGIN) == INVALID_SET_FILE_POINTER &&
+      GetLastError() != NO_ERROR)
+    return FALSE;
+  DWORD read = 0;
+  if (!ReadFile(file, data + offset, count, &read, nullptr)) return FALSE;
+  if (read != count) {
+    SetLastError(ERROR_HANDLE_EOF);
+    return FALSE;
+  }
+  return TRUE;
+}
+
+BOOL MappedFile::WaitForOtherLoader() {
+  const DWORD started = GetTickCount();
+  LONG* word = static_cast<LONG*>(view.Get());
+  while (static_cast<uint32_t>(InterlockedCompareExchange(word, 0, 0)) == kLoadingLength) {
+    if (GetTickCount() - started >= kAttachWaitMs) {
+      // The process that was copying the file went away in the middle: what the mapping holds is
+      // neither the file nor a store.
+      Unmap();
+      LogFailure(L"OpenFileMapping", ERROR_TIMEOUT, path, L"WaitForOtherLoader", __LINE__);
+      SetLastError(ERROR_TIMEOUT);
+      return FALSE;
+    }
+    Sleep(1);
+  }
+  return TRUE;
+}
+
+DWORD WINAPI MappedFile::LoadThread(void* parameter) {
+  MappedFile* self = static_cast<MappedFile*>(parameter);
+  return self->LoadRest() ? 0 : 1;
+}
+
+BOOL MappedFile::LoadRest() {
+  const BOOL ok = ReadSpan(loadFile.Get(), Data(), loadFrom, loadSize - loadFrom);
+  if (!ok) loadFailed = TRUE;
+  // Other processes may use the data from here on; the length word says when.
+  InterlockedExchange(static_cast<LONG*>(view.Get()), ok ? static_cast<LONG>(loadLength) : 0);
+  return ok;
+}
+
+BOOL MappedFile::WaitLoaded() {
+  if (loader.IsEmpty()) return !loadFailed;
+  if (WaitForSingleObject(loader.Get(), INFINITE) == WAIT_FAILED)
+    LogFailure(L"WaitForSingleObject", GetLastError(), path, L"WaitLoaded", __LINE__);
+  loader.Reset();
+  loadFile.Reset();
+  if (loadFailed) {
+    LogFailure(L"ReadFile", ERROR_READ_FAULT, path, L"WaitLoaded", __LINE__);
+    SetLastError(ERROR_READ_FAULT);
+    return FALSE;
+  }
+  return TRUE;
+}
+
+BOOL MappedFile::IsLoading() const {
+  return !loader.IsEmpty() && WaitForSingleObject(loader.Get(), 0) == WAIT_TIMEOUT;
 }
 
 BOOL MappedFile::Grow(uint32_t newLength) {
@@ -198,6 +326,7 @@ BOOL MappedFile::Grow(uint32_t newLength) {
     SetLastError(ERROR_INVALID_HANDLE);
     return FALSE;
   }
+  WaitLoaded();
   if (newLength <= Length()) return TRUE;
   if (newLength > kMaxLength) {
     LogTooLarge(L"Grow", __LINE__, newLength, path);
@@ -209,8 +338,11 @@ BOOL MappedFile::Grow(uint32_t newLength) {
 }
 
 void MappedFile::Close() {
+  // Whoever attaches later finds the whole file, not the part copied so far.
+  WaitLoaded();
   FinishSave();
   Unmap();
+  loadFailed = FALSE;
 }
 
 // --- saving ---------------------------------------------------------------------------------------------
@@ -224,6 +356,11 @@ uint32_t MappedFile::StampImage() {
 BOOL MappedFile::Save(BOOL background) {
   if (view.IsEmpty()) {
     SetLastError(ERROR_INVALID_HANDLE);
+    return FALSE;
+  }
+  // Never an image of a copy that failed: the file on disk is the better one.
+  if (!WaitLoaded()) {
+    SetLastError(ERROR_INVALID_DATA);
     return FALSE;
   }
   // The image's size word goes into the data's last word: without one there is no image.

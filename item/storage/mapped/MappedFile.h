@@ -17,6 +17,11 @@
 //
 // The data never grows past the mapping: a length that would leave no room for the file image's last
 // word inside the 8 MB is refused, logged, and nothing changes.
+//
+// While the first opener copies the file in, the length word holds kLoadingLength, which no real
+// length can be; a process that attaches meanwhile waits until the copy has ended. OpenInBackground
+// copies all but the data's first bytes on a thread of its own, so that the opener can go on at once
+// with what the head holds; WaitLoaded waits for the rest.
 #pragma once
 
 #include <windows.h>
@@ -38,6 +43,10 @@ class MappedFile {
   static constexpr uint32_t kMaxLength = kMappingSize - 8;
   // Slice of a background write.
   static constexpr uint32_t kSliceSize = 4096;
+  // The length word while the first opener copies the file into a new mapping.
+  static constexpr uint32_t kLoadingLength = 0xFFFFFFFF;
+  // How long an attaching process waits for another one's copy before it gives up.
+  static constexpr DWORD kAttachWaitMs = 10000;
 
   MappedFile();
   virtual ~MappedFile();
@@ -50,7 +59,17 @@ class MappedFile {
   // from it. A file that can't be opened or read whole closes the mapping and fails; a file that
   // fails the validity check fails and leaves the mapping open.
   virtual BOOL Open(const wchar_t* path, uint32_t minimumLength);
-  // Waits for a running write-back (at raised priority), then unmaps and closes.
+  // Open, but a new mapping gets only the data's first `headBytes` (and the file's check word) before
+  // this returns; the rest is copied by a thread of its own. Until WaitLoaded has said true, nothing
+  // behind the head may be read or written. Length() is the file's length at once.
+  virtual BOOL OpenInBackground(const wchar_t* path, uint32_t headBytes);
+  // Waits for the copy that OpenInBackground began. True when the data is the file's whole, or when
+  // no copy was begun; false when the copy failed (the data behind the head is then not the file's).
+  virtual BOOL WaitLoaded();
+  // True while that copy runs, without waiting for it.
+  BOOL IsLoading() const;
+  // Waits for a copy still running and a running write-back (at raised priority), then unmaps and
+  // closes.
   virtual void Close();
 
   // Raises L to newLength when that is larger. False when nothing is mapped, and when newLength
@@ -97,11 +116,20 @@ class MappedFile {
   void SetLength(uint32_t length);
   // Writes L + 4 into the data's last word and gives the number of bytes of the image.
   uint32_t StampImage();
+  // A new mapping: opens the backing file and checks its size; false with the mapping closed when the
+  // file can't be opened or is larger than the mapping.
+  BOOL OpenBackingFile(KernelHandle& file, DWORD* fileSize);
+  // Reads `count` bytes of the file from `offset` into the data at the same offset.
+  static BOOL ReadSpan(HANDLE file, BYTE* data, DWORD offset, DWORD count);
+  // Attached to a mapping whose length word says another process still copies: waits for it.
+  BOOL WaitForOtherLoader();
   // Waits until the write-back thread has ended, then closes its handle.
   void WaitForWriteBack();
 
   static DWORD WINAPI WriteBackThread(void* parameter);
   BOOL WriteBack();
+  static DWORD WINAPI LoadThread(void* parameter);
+  BOOL LoadRest();
 
   KernelHandle mapping;
   MappedView view;
@@ -114,4 +142,12 @@ class MappedFile {
   LONG cancel;
   LONG hurry;
   BeforeSaveCallback beforeSave;
+  // The copy of OpenInBackground: its thread until WaitLoaded has seen it end, the file it reads, the
+  // part it copies, the length that the data will have, and whether it succeeded.
+  KernelHandle loader;
+  KernelHandle loadFile;
+  DWORD loadFrom;
+  DWORD loadSize;
+  uint32_t loadLength;
+  BOOL loadFailed;
 };

@@ -1,0 +1,146 @@
+// Opening with the copy of the file in the background: the head at once, the rest behind WaitLoaded,
+// attaching processes that wait for the copy, and an arena store judged only by its size word until
+// its walk.
+#include <doctest/doctest.h>
+
+#include <cstring>
+
+#include "MappedTestSupport.h"
+#include "storage/mapped/ArenaStore.h"
+#include "storage/mapped/MappedFile.h"
+
+namespace {
+
+const uint32_t kLength = 3 * 1024 * 1024 + 44;
+
+// A saved file of `length` bytes of data in the pattern of `seed`; gives the data.
+std::vector<uint8_t> SavedFile(const std::wstring& path, uint32_t length, uint32_t seed) {
+  MappedFile file;
+  REQUIRE(file.Create(path.c_str(), length));
+  FillPattern(file.Data(), length, seed);
+  REQUIRE(file.Save(FALSE));
+  return std::vector<uint8_t>(file.Data(), file.Data() + length);
+}
+
+}  // namespace
+
+TEST_CASE("a background open gives the head and the length at once and the whole file after WaitLoaded") {
+  const std::wstring path = TempFile(L"background.dat");
+  DeleteFileW(path.c_str());
+  const std::vector<uint8_t> data = SavedFile(path, kLength, 3);
+  MappedFile file;
+  REQUIRE(file.OpenInBackground(path.c_str(), 4096));
+  CHECK(file.Length() == kLength);
+  CHECK(std::memcmp(file.Data(), data.data(), 4096) == 0);
+  CHECK(file.WaitLoaded());
+  CHECK_FALSE(file.IsLoading());
+  CHECK(file.Length() == kLength);
+  // The last word holds the saved size word; all before it is the data.
+  CHECK(std::memcmp(file.Data(), data.data(), kLength - 4) == 0);
+  // Another object attaches to the same memory without reading the file.
+  MappedFile other;
+  REQUIRE(other.Open(path.c_str(), 0));
+  CHECK(other.Length() == kLength);
+  CHECK(other.Data()[kLength / 2] == data[kLength / 2]);
+  file.Close();
+  other.Close();
+  DeleteFileW(path.c_str());
+}
+
+TEST_CASE("an object that attaches while the copy runs waits for it and sees the whole file") {
+  const std::wstring path = TempFile(L"attach_loading.dat");
+  DeleteFileW(path.c_str());
+  const std::vector<uint8_t> data = SavedFile(path, kLength, 5);
+  for (int round = 0; round < 5; ++round) {
+    CAPTURE(round);
+    MappedFile loader;
+    REQUIRE(loader.OpenInBackground(path.c_str(), 4096));
+    MappedFile attached;
+    REQUIRE(attached.Open(path.c_str(), 0));
+    CHECK(attached.Length() == kLength);
+    CHECK(std::memcmp(attached.Data(), data.data(), kLength - 4) == 0);
+    // The loader closes first: what stays mapped is still the whole file.
+    loader.Close();
+    CHECK(std::memcmp(attached.Data(), data.data(), kLength - 4) == 0);
+  }
+  DeleteFileW(path.c_str());
+}
+
+TEST_CASE("a background open refuses what Open refuses: a missing file, a wrong check word, a cut file") {
+  const std::wstring path = TempFile(L"background_bad.dat");
+  DeleteFileW(path.c_str());
+  MappedFile file;
+  CHECK_FALSE(file.OpenInBackground(path.c_str(), 4096));
+  CHECK_FALSE(file.IsMapped());
+  SavedFile(path, kLength, 7);
+  std::vector<uint8_t> bytes = ReadFileBytes(path);
+  REQUIRE(bytes.size() == kLength + 4);
+  std::vector<uint8_t> flipped = bytes;
+  flipped[flipped.size() - 8] ^= 1;
+  REQUIRE(WriteFileBytes(path, flipped));
+  CHECK_FALSE(file.OpenInBackground(path.c_str(), 4096));
+  CHECK(GetLastError() == ERROR_INVALID_DATA);
+  file.Close();
+  std::vector<uint8_t> cut(bytes.begin(), bytes.begin() + bytes.size() / 2);
+  REQUIRE(WriteFileBytes(path, cut));
+  CHECK_FALSE(file.OpenInBackground(path.c_str(), 4096));
+  file.Close();
+  // A save of a whole copy writes the same image back.
+  REQUIRE(WriteFileBytes(path, bytes));
+  REQUIRE(file.OpenInBackground(path.c_str(), 4096));
+  REQUIRE(file.Save(FALSE));
+  file.Close();
+  CHECK(ReadFileBytes(path) == bytes);
+  DeleteFileW(path.c_str());
+}
+
+namespace {
+
+class SmallStore : public ArenaStore {
+ public:
+  SmallStore() : ArenaStore(16, L"SmallStore") {}
+};
+
+}  // namespace
+
+TEST_CASE("a deferred arena store is judged by its size word; its walk finds a broken block tag") {
+  const std::wstring path = TempFile(L"deferred_arena.dat");
+  DeleteFileW(path.c_str());
+  uint32_t blockAt = 0;
+  {
+    SmallStore store;
+    REQUIRE(store.Create(path.c_str(), 200000));
+    ArenaRef a, b;
+    REQUIRE(store.Allocate(64, &a));
+    REQUIRE(store.Allocate(100000, &b));
+    blockAt = b.offset - 4;  // b's size word
+    REQUIRE(store.Save(FALSE));
+  }
+  {
+    SmallStore store;
+    REQUIRE(store.OpenDeferred(path.c_str(), 4096));
+    REQUIRE(store.WaitLoaded());
+    CHECK(store.VerifyArena());
+  }
+  // The size word of a block no longer matches its trailing tag.
+  std::vector<uint8_t> bytes = ReadFileBytes(path);
+  WriteWord32(bytes.data(), blockAt, ReadWord32(bytes.data(), blockAt) + 4);
+  REQUIRE(WriteFileBytes(path, bytes));
+  {
+    SmallStore store;
+    CHECK_FALSE(store.Open(path.c_str()));
+    REQUIRE(store.OpenDeferred(path.c_str(), 4096));
+    REQUIRE(store.WaitLoaded());
+    CHECK_FALSE(store.VerifyArena());
+  }
+  // An arena size word that doesn't fill the data is refused at once.
+  bytes = ReadFileBytes(path);
+  WriteWord32(bytes.data(), 16, ReadWord32(bytes.data(), 16) + 8);
+  REQUIRE(WriteFileBytes(path, bytes));
+  {
+    SmallStore store;
+    CHECK_FALSE(store.OpenDeferred(path.c_str(), 4096));
+    CHECK(GetLastError() == ERROR_INVALID_DATA);
+  }
+  DeleteFileW(path.c_str());
+}
