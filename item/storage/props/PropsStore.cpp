@@ -122,6 +122,24 @@ BOOL PropsStore::Open(BOOL check) {
   return TRUE;
 }
 
+BOOL PropsStore::OpenDeferred() {
+  Close();
+  if (!file.OpenInBackground(path, kHeadBytes)) {
+    DWORD error = GetLastError();
+    file.Close();
+    SetLastError(error);
+    return FALSE;
+  }
+  Attach(file.Length());
+  if (length < kHeaderSize || Word(kMarkOffset) != kMark || Word(kVersionOffset) != kVersion ||
+      data[kInChangeOffset] != 0) {
+    Close();
+    SetLastError(ERROR_INVALID_DATA);
+    return FALSE;
+  }
+  return TRUE;
+}
+
 void PropsStore::Close() {
   file.Close();
   data = nullptr;

@@ -78,6 +78,8 @@ class PropsStore {
   // The smallest store made, and what comes on top of the expected bytes: header and pool header.
   static constexpr uint32_t kMinimumLength = 1024;
   static constexpr uint32_t kOverhead = 40;
+  // Bytes of the data that a deferred open reads before it returns: the header and the pool's.
+  static constexpr uint32_t kHeadBytes = 4096;
   // The file's name in the temporary folder.
   static constexpr const wchar_t* kFileName = L"pim_index2.dat";
 
@@ -99,6 +101,14 @@ class PropsStore {
   // records don't hold together (see Check). Without `check` the known length is kept as the least
   // length and only the pool is attached again.
   virtual BOOL Open(BOOL check = TRUE);
+  // The store for a quick start: only the header is judged (short, in-change byte, mark, version) and
+  // the file behind it is copied in the background (MappedFile::OpenInBackground). Until WaitLoaded has
+  // said true no record may be touched; the walk over the pool and the records is Check's, left to the
+  // owner.
+  virtual BOOL OpenDeferred();
+  // Waits for the background copy; false when it failed.
+  BOOL WaitLoaded() { return file.WaitLoaded(); }
+  BOOL IsLoading() const { return file.IsLoading(); }
   // Finishes a running write-back, then unmaps.
   virtual void Close();
   virtual BOOL Save(BOOL background);

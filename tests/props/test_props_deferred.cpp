@@ -1,0 +1,70 @@
+// The props store opened for a quick start: the header judged at once, the file copied behind it, and
+// the walk over the pool and the records left to Check; until then a broken record fails its own
+// reads cleanly and the others read as ever.
+#include <doctest/doctest.h>
+
+#include <random>
+
+#include "PropsFixture.h"
+
+TEST_CASE("a deferred open judges the header only and leaves a broken chain to Check") {
+  PropsFixture f(L"deferred.dat");
+  REQUIRE(f.store.Create(0));
+  std::mt19937 random(99);
+  std::vector<uint32_t> offsets;
+  std::vector<ModelRecord> models;
+  for (int i = 0; i < 400; ++i) {
+    models.push_back(RandomRecord(random, 2));
+    offsets.push_back(f.Add(models.back()));
+    REQUIRE(offsets.back() != 0);
+  }
+  REQUIRE(f.store.Save(FALSE));
+  f.store.Close();
+
+  {
+    PropsStore store;
+    store.SetPath(f.path.c_str());
+    REQUIRE(store.OpenDeferred());
+    CHECK(store.RecordCount() == 400);
+    REQUIRE(store.WaitLoaded());
+    Str report;
+    CHECK(store.Check(report));
+  }
+  // The chain of record 7 goes round: its first block links to itself.
+  std::vector<uint8_t> bytes = ReadFileBytes(f.path);
+  WriteWord32(bytes.data(), offsets[7] + PropsStore::kNextBlockField, offsets[7]);
+  REQUIRE(WriteFileBytes(f.path, bytes));
+  {
+    PropsStore store;
+    store.SetPath(f.path.c_str());
+    CHECK_FALSE(store.Open(TRUE));
+    REQUIRE(store.OpenDeferred());
+    REQUIRE(store.WaitLoaded());
+    ContactExtended block;
+    SetLastError(0);
+    CHECK_FALSE(store.GetRecord(offsets[7], block, nullptr));
+    CHECK(GetLastError() == ERROR_INVALID_DATA);
+    uint32_t checksum = 0;
+    CHECK(store.GetChecksum(offsets[8], checksum));
+    CHECK(checksum == models[8].checksum);
+    CHECK(store.GetRecord(offsets[8], block, nullptr));
+    Str report;
+    CHECK_FALSE(store.Check(report));
+    CHECK_FALSE(report.IsEmpty());
+  }
+  // The header's own faults are refused at once, as Open refuses them.
+  for (int fault = 0; fault < 3; ++fault) {
+    CAPTURE(fault);
+    std::vector<uint8_t> bad = ReadFileBytes(f.path);
+    if (fault == 0) bad[PropsStore::kInChangeOffset] = 1;
+    if (fault == 1) WriteWord32(bad.data(), PropsStore::kMarkOffset, 2);
+    if (fault == 2) WriteWord32(bad.data(), PropsStore::kVersionOffset, 4);
+    const std::wstring path = PropsTempFile(L"deferred_header.dat");
+    REQUIRE(WriteFileBytes(path, bad));
+    PropsStore store;
+    store.SetPath(path.c_str());
+    CHECK_FALSE(store.OpenDeferred());
+    CHECK_FALSE(store.IsOpen());
+    DeleteFileW(path.c_str());
+  }
+}
