@@ -5,11 +5,18 @@
 #include "storage/index/ContactKeySource.h"
 #include "storage/index/WordSplitter.h"
 
+#include <string.h>
+
 ContactIndex::ContactIndex()
     : wordTree(&store, kWordRootSlot, kWordReverseSlot),
-      keypadTree(&store, kKeypadRootSlot, kKeypadReverseSlot), feed(this), keys(nullptr) {}
+      keypadTree(&store, kKeypadRootSlot, kKeypadReverseSlot), feed(this), keys(nullptr),
+      loadState(StoresLoaded), walkPhase(WalkNone), indexWalk(nullptr), indexWalkChanges(0),
+      walkDamage(FALSE), walksEnded(0), walkSlices(0) {}
 
-ContactIndex::~ContactIndex() { CloseStores(); }
+ContactIndex::~ContactIndex() {
+  CloseStores();
+  ClearWalk();
+}
 
 void ContactIndex::SetKeypadGroups(const KeypadGroups* table) { feed.SetKeypadGroups(table); }
 
@@ -17,19 +24,29 @@ void ContactIndex::SetKeypadGroups(const KeypadGroups* table) { feed.SetKeypadGr
 
 BOOL ContactIndex::Create() {
   contacts.Clear();
+  ClearWalk();
+  loadState = StoresLoaded;
   return store.Create(IndexStore::kCreateSize);
 }
 
 BOOL ContactIndex::Open() {
   contacts.Clear();
+  ClearWalk();
+  loadState = StoresLoaded;
   if (!store.Open(0)) return FALSE;
-  LoadContactTree();
+  if (!LoadContactTree()) {
+    store.Close();
+    SetLastError(ERROR_INVALID_DATA);
+    return FALSE;
+  }
   return TRUE;
 }
 
 void ContactIndex::Close() {
   store.Close();
   contacts.Clear();
+  ClearWalk();
+  loadState = StoresLoaded;
   touched[WordTree].RemoveAll();
   touched[KeypadTree].RemoveAll();
 }
@@ -46,16 +63,51 @@ BOOL ContactIndex::CreateStores(uint32_t expectedPropsBytes) {
   return TRUE;
 }
 
-BOOL ContactIndex::OpenStores() {
+BOOL ContactIndex::OpenStores(BOOL deferred) {
   CloseStores();
-  if (!props.Open(TRUE)) return FALSE;
-  if (!Open()) {
+  if (!deferred) {
+    if (!props.Open(TRUE)) return FALSE;
+    if (!Open()) {
+      DWORD error = GetLastError();
+      props.Close();
+      SetLastError(error);
+      return FALSE;
+    }
+    return TRUE;
+  }
+  if (!props.OpenDeferred()) return FALSE;
+  if (!store.OpenDeferred()) {
     DWORD error = GetLastError();
     props.Close();
     SetLastError(error);
     return FALSE;
   }
+  loadState = StoresLoading;
+  walkPhase = WalkLoad;
   return TRUE;
+}
+
+BOOL ContactIndex::IsLoading() const { return store.IsLoading() || props.IsLoading(); }
+
+BOOL ContactIndex::EnsureLoaded() const {
+  if (loadState == StoresLoaded) return TRUE;
+  if (loadState == StoresLoading) return const_cast<ContactIndex*>(this)->FinishLoad();
+  SetLastError(ERROR_INVALID_DATA);
+  return FALSE;
+}
+
+BOOL ContactIndex::FinishLoad() {
+  // Both copies end before anything is judged: neither may still write when the stores close.
+  const BOOL indexWhole = store.WaitLoaded();
+  const BOOL propsWhole = props.WaitLoaded();
+  if (indexWhole && propsWhole && store.CheckLayout(nullptr) && LoadContactTree()) {
+    loadState = StoresLoaded;
+    return TRUE;
+  }
+  contacts.Clear();
+  loadState = StoresDamaged;
+  SetLastError(ERROR_INVALID_DATA);
+  return FALSE;
 }
 
 void ContactIndex::CloseStores() {
@@ -64,6 +116,8 @@ void ContactIndex::CloseStores() {
 }
 
 BOOL ContactIndex::Save(BOOL background) {
+  // Only whole files are saved: a damaged index leaves the files on disk as they are.
+  if (!EnsureLoaded()) return FALSE;
   BOOL saved = TRUE;
   if (IsOpen() && !store.Save(background)) saved = FALSE;
   if (props.IsOpen() && !props.Save(background)) saved = FALSE;
@@ -75,13 +129,15 @@ void ContactIndex::CancelSave() {
   if (props.IsOpen()) props.CancelSave();
 }
 
-void ContactIndex::LoadContactTree() {
+BOOL ContactIndex::LoadContactTree() {
   contacts.Clear();
   const uint32_t map = store.HeaderWord(kContactMapSlot);
-  if (map == 0) return;
-  const uint32_t count = store.Words(map)[0];
+  if (map == 0) return TRUE;
+  uint32_t count = 0;
+  if (!store.CountedAt(map, sizeof(ContactMapEntry), &count)) return FALSE;
   const ContactMapEntry* entries = reinterpret_cast<const ContactMapEntry*>(store.Words(map) + 1);
   for (uint32_t k = 0; k < count; ++k) contacts.Insert(entries[k].oid, entries[k].record);
+  return TRUE;
 }
 
 // --- the feed ----------------------------------------------------------------------------------------------
@@ -109,6 +165,7 @@ BOOL ContactIndex::AddContact(const Contact& contact, const wchar_t* noteText, u
     SetLastError(ERROR_INVALID_HANDLE);
     return FALSE;
   }
+  if (!EnsureLoaded()) return FALSE;
   store.File().CancelSave();
   const CEOID oid = contact.oid;
   touched[WordTree].RemoveAll();
@@ -132,6 +189,7 @@ BOOL ContactIndex::UpdateContact(const Contact& contact, const wchar_t* noteText
     SetLastError(ERROR_INVALID_HANDLE);
     return FALSE;
   }
+  if (!EnsureLoaded()) return FALSE;
   store.File().CancelSave();
   wordTree.Remove(contact.oid, nullptr);
   keypadTree.Remove(contact.oid, nullptr);
@@ -151,6 +209,7 @@ BOOL ContactIndex::RemoveContact(CEOID oid) {
     SetLastError(ERROR_INVALID_HANDLE);
     return FALSE;
   }
+  if (!EnsureLoaded()) return FALSE;
   store.File().CancelSave();
   uint32_t record = 0;
   bool known = contacts.Find(static_cast<uint32_t>(oid), &record);
@@ -165,6 +224,7 @@ BOOL ContactIndex::AddContact(const Contact& contact, const wchar_t* noteText) {
     SetLastError(ERROR_INVALID_HANDLE);
     return FALSE;
   }
+  if (!EnsureLoaded()) return FALSE;
   CancelSave();
   uint32_t record = props.AddRecord(contact);
   if (record == 0) return FALSE;
@@ -182,6 +242,7 @@ BOOL ContactIndex::UpdateContact(const Contact& contact, const wchar_t* noteText
     SetLastError(ERROR_INVALID_HANDLE);
     return FALSE;
   }
+  if (!EnsureLoaded()) return FALSE;
   CancelSave();
   uint32_t record = 0;
   if (!contacts.Find(static_cast<uint32_t>(contact.oid), &record) || record == 0) {
@@ -206,7 +267,7 @@ BOOL ContactIndex::UpdateContact(const Contact& contact, const wchar_t* noteText
 
 BOOL ContactIndex::Find(CEOID oid, uint32_t* propsOffset) const {
   uint32_t record = 0;
-  bool known = contacts.Find(static_cast<uint32_t>(oid), &record);
+  bool known = EnsureLoaded() && contacts.Find(static_cast<uint32_t>(oid), &record);
   if (propsOffset != nullptr) *propsOffset = known ? record : 0;
   return known;
 }
@@ -219,6 +280,7 @@ BOOL ContactIndex::FindPrefix(int tree, const wchar_t* key, Array<CEOID>& ids) c
     SetLastError(ERROR_INVALID_HANDLE);
     return FALSE;
   }
+  if (!EnsureLoaded()) return FALSE;
   const SearchTree& which = tree == KeypadTree ? keypadTree : wordTree;
   which.FindPrefix(key, key != nullptr ? static_cast<int>(wcslen(key)) : 0, ids);
   return TRUE;
@@ -230,13 +292,17 @@ BOOL ContactIndex::FindWords(int tree, const wchar_t* text, Array<CEOID>& ids) c
     SetLastError(ERROR_INVALID_HANDLE);
     return FALSE;
   }
+  if (!EnsureLoaded()) return FALSE;
   WordSplitter splitter;
   splitter.Reset(Str(text));
   Str word;
   bool first = true;
   Array<CEOID> found;
   while (splitter.Next(word)) {
-    FindPrefix(tree, word, found);
+    if (!FindPrefix(tree, word, found)) {
+      ids.RemoveAll();
+      return FALSE;
+    }
     if (found.GetSize() == 0) {
       ids.RemoveAll();
       return TRUE;
@@ -258,11 +324,17 @@ BOOL ContactIndex::ListAll(int kind, Array<CEOID>& ids) const {
     SetLastError(ERROR_INVALID_HANDLE);
     return FALSE;
   }
+  if (!EnsureLoaded()) return FALSE;
   const uint32_t list = store.HeaderWord(ListSlot(kind));
   if (list == 0) return TRUE;
+  uint32_t count = 0;
+  if (!store.CountedAt(list, sizeof(uint32_t), &count)) {
+    SetLastError(ERROR_INVALID_DATA);
+    return FALSE;
+  }
   const uint32_t* words = store.Words(list);
-  ids.SetSize(static_cast<int>(words[0]));
-  for (uint32_t k = 0; k < words[0]; ++k) ids[static_cast<int>(k)] = words[1 + k];
+  ids.SetSize(static_cast<int>(count));
+  if (count > 0) memcpy(ids.GetData(), words + 1, count * sizeof(uint32_t));
   return TRUE;
 }
 

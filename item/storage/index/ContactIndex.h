@@ -7,6 +7,11 @@
 //
 // Only the master process writes, from one thread, with the background save of both files stopped
 // first; readers in other processes see the same mappings.
+//
+// A quick start opens both files deferred: only their headers are judged at once, the files are copied
+// into their mappings in the background, and every read or write waits for the copy (EnsureLoaded).
+// The full walk over both files then runs in slices (Walk); until it has run, every read still checks
+// each offset, count and link against the file before it follows it.
 #pragma once
 
 #include <windows.h>
@@ -25,15 +30,30 @@
 class BulkBuilder;
 class Contact;
 class ContactKeySource;
+class IndexStoreWalk;
 
 class ContactIndex : public IndexKeySink {
  public:
   ContactIndex();
   ~ContactIndex() override;
 
-  IndexStore& Store() { return store; }
-  PropsStore& Props() { return props; }
-  SearchTree& Tree(int kind) { return kind == KeypadTree ? keypadTree : wordTree; }
+  // The files and trees for direct use; after a deferred open each waits for the copy first, so that
+  // nothing half copied is read through them.
+  IndexStore& Store() {
+    EnsureLoaded();
+    return store;
+  }
+  PropsStore& Props() {
+    EnsureLoaded();
+    return props;
+  }
+  SearchTree& Tree(int kind) {
+    EnsureLoaded();
+    return kind == KeypadTree ? keypadTree : wordTree;
+  }
+  // The backing files, without waiting for anything.
+  const wchar_t* IndexPath() const { return store.GetPath(); }
+  const wchar_t* PropsPath() const { return props.Path(); }
   // Where the keys of the contacts already in the sorted lists are read; null reads every key as
   // empty, and the lists then stand in the order of the oids.
   void SetKeySource(ContactKeySource* source) { keys = source; }
@@ -52,10 +72,43 @@ class ContactIndex : public IndexKeySink {
   // --- both files ----------------------------------------------------------------------------------
   // New, empty props store with room for `expectedPropsBytes` of records, and a new index file.
   virtual BOOL CreateStores(uint32_t expectedPropsBytes);
-  // Opens the props store (with its checks) and then the index file; false, with both closed, when
-  // either fails.
-  virtual BOOL OpenStores();
+  // Opens the props store and then the index file; false, with both closed, when either fails.
+  // Without `deferred` every check of both files runs here (PropsStore::Open, IndexStore::Open) and
+  // the contact tree is read. With it only the headers are judged (marks, versions, the files' check
+  // words, the in-change byte) and the files are copied into their mappings in the background; the
+  // rest comes with EnsureLoaded and the walk.
+  virtual BOOL OpenStores(BOOL deferred = FALSE);
   virtual void CloseStores();
+  // Waits until the files of a deferred open are whole, then checks that the structures the index
+  // header names lie inside the file and reads the contact tree. False, with ERROR_INVALID_DATA, when
+  // a copy failed or a structure passes the file's end: the index is damaged then, and every read and
+  // write of it fails. True at once for stores opened otherwise.
+  BOOL EnsureLoaded() const;
+  // Whether a copy of a deferred open still runs, without waiting for it.
+  BOOL IsLoading() const;
+  BOOL IsDamaged() const { return loadState == StoresDamaged; }
+
+  // --- the walk after a deferred open -----------------------------------------------------------------
+  // The full walk over both files that a deferred open leaves: the load, the arena of the index file,
+  // the props store's pool and records against the contact map, the name list without duplicates, the
+  // index file's own walk (IndexStore::Check) and the contact tree's rules. It stops at the first part
+  // that finds anything.
+  BOOL IsWalkDue() const { return walkPhase != WalkNone && walkPhase != WalkEnded; }
+  // Walks on for about `budgetMs` milliseconds (0: to the end). Without `waitForCopy` it gives false
+  // at once while a copy still runs. True when the walk has ended (or none was due).
+  BOOL Walk(DWORD budgetMs, BOOL waitForCopy);
+  // Runs the walk's parts that a write relies on, if they are still due, at once and waiting for the
+  // copy. False when the walk has found damage (now or before).
+  BOOL WalkForWrites();
+  // Whether the walk has passed what a write relies on: the load, the arena, the props store and the
+  // name list. A walk not yet begun counts as passed.
+  BOOL IsWalkedForWrites() const { return walkPhase == WalkNone || walkPhase >= WalkIndexFile; }
+  // What the last walk found; empty when nothing.
+  BOOL WalkFoundDamage() const { return walkDamage; }
+  const Str& WalkReport() const { return walkReport; }
+  // Probes: walks ended since this object was made, and slices that did some of a walk.
+  int WalksEnded() const { return walksEnded; }
+  int WalkSlices() const { return walkSlices; }
   // Saves both files, in the background or at once.
   virtual BOOL Save(BOOL background);
   // Stops the background save of both files; every writer calls it first.
@@ -80,7 +133,10 @@ class ContactIndex : public IndexKeySink {
 
   // The props record of contact `oid`.
   virtual BOOL Find(CEOID oid, uint32_t* propsOffset) const;
-  int ContactCount() const { return contacts.Count(); }
+  int ContactCount() const {
+    EnsureLoaded();
+    return contacts.Count();
+  }
 
   // --- lookups -------------------------------------------------------------------------------------
   // The oids of every key of tree `tree` that begins with `key`, ascending, no duplicates.
@@ -114,8 +170,15 @@ class ContactIndex : public IndexKeySink {
   virtual BOOL Check(Str& report) const;
 
  protected:
-  // Reads the contact map of the file into the contact tree.
-  void LoadContactTree();
+  // Reads the contact map of the file into the contact tree; false when the map passes the file's end.
+  BOOL LoadContactTree();
+  // The work of EnsureLoaded.
+  BOOL FinishLoad();
+  // One part of the walk, or a slice of the index file's; false when the budget ran out in it.
+  BOOL WalkPart(DWORD started, DWORD budgetMs);
+  // Notes a finding of the walk.
+  void WalkFinding(const wchar_t* line);
+  void ClearWalk();
   // Takes `oid` out of the index only; `withTouched` also clears the nodes touched by a feed in
   // progress that the reverse maps don't list yet.
   BOOL RemoveFromIndex(CEOID oid, bool withTouched);
@@ -138,6 +201,28 @@ class ContactIndex : public IndexKeySink {
   Array<uint32_t> touched[2];
   OidTree contacts;
   ContactKeySource* keys;
+
+  enum LoadState { StoresLoaded, StoresLoading, StoresDamaged };
+  int loadState;
+  enum WalkPhase {
+    WalkNone,
+    WalkLoad,
+    WalkArena,
+    WalkProps,
+    WalkDuplicates,
+    WalkIndexFile,
+    WalkContactTree,
+    WalkEnded
+  };
+  int walkPhase;
+  // The index file's own walk, and the store's change count when it began: a change since begins it
+  // anew.
+  IndexStoreWalk* indexWalk;
+  uint32_t indexWalkChanges;
+  Str walkReport;
+  BOOL walkDamage;
+  int walksEnded;
+  int walkSlices;
 
  private:
   ContactIndex(const ContactIndex&);

@@ -25,6 +25,11 @@ struct MapPair {
 
 BOOL ContactIndex::Check(Str& report) const {
   const int before = report.GetLength();
+  if (!EnsureLoaded()) {
+    AddReportLine(report,
+                  L"load: a file couldn't be copied whole, or its header names structures past its end");
+    return FALSE;
+  }
   if (!store.Check(report)) {
     // The file's structures are in doubt: reading them further could go astray.
     contacts.Check(report);
@@ -37,8 +42,8 @@ BOOL ContactIndex::Check(Str& report) const {
   contacts.List(oids, values);
   Array<MapPair> stored;
   const uint32_t map = store.HeaderWord(kContactMapSlot);
-  if (map != 0) {
-    const uint32_t count = store.Words(map)[0];
+  uint32_t count = 0;
+  if (map != 0 && store.CountedAt(map, sizeof(ContactMapEntry), &count)) {
     const ContactMapEntry* entries = reinterpret_cast<const ContactMapEntry*>(store.Words(map) + 1);
     for (uint32_t k = 0; k < count; ++k) stored.Add(MapPair{entries[k].oid, entries[k].record});
   }

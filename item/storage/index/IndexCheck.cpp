@@ -2,12 +2,20 @@
 // before it has checked where the link points: every structure must lie in a block of the arena that
 // is in use, large enough, and claimed by no other structure; at the end every block in use must have
 // been claimed, so that a leak shows as well as a double use.
+//
+// The walk goes in steps (IndexStoreWalk), so that it can run in slices of idle time; Check runs all
+// of them at once.
 #include "storage/index/IndexStore.h"
+#include "storage/index/IndexStoreWalk.h"
 
 #include <stdarg.h>
+#include <stdlib.h>
 #include <string.h>
 
+#include "foundation/DebugUtils.h"
 #include "foundation/ShellSort.h"
+
+#include <new>
 
 void AddReportLine(Str& report, const wchar_t* line) {
   report += line;
@@ -24,13 +32,59 @@ struct ListPair {
   uint32_t node;
 };
 
-class IndexChecker {
- public:
-  IndexChecker(const IndexStore& owner, Str& out)
-      : store(owner), data(owner.Data()), length(owner.Length()), report(out), findings(0),
-        arenaSound(false) {}
+int ComparePairs(const void* a, const void* b) {
+  const ListPair& x = *static_cast<const ListPair*>(a);
+  const ListPair& y = *static_cast<const ListPair*>(b);
+  if (x.oid != y.oid) return x.oid < y.oid ? -1 : 1;
+  return x.node < y.node ? -1 : (x.node > y.node ? 1 : 0);
+}
 
-  bool Run();
+struct PendingNode {
+  uint32_t node;
+  uint32_t parent;
+  uint32_t low;   // characters of this level must be above low (when hasLow) ...
+  uint32_t high;  // ... and below high (when hasHigh)
+  bool hasLow;
+  bool hasHigh;
+};
+
+// The parts of the walk, in order.
+enum WalkPhase {
+  PhaseHeader,
+  PhaseArena,
+  PhaseWordTree,
+  PhaseKeypadTree,
+  PhaseWordReverse,
+  PhaseKeypadReverse,
+  PhaseContactMap,
+  PhaseSortedLists,
+  PhaseLeaks,
+  PhaseDone
+};
+
+// Growth step of the walk's large tables: a few reallocations, not one per thousand entries.
+const int kTableGrowth = 16384;
+
+}  // namespace
+
+class IndexStoreWalk::Checker {
+ public:
+  Checker(const IndexStore& owner, Str& out)
+      : store(owner), data(owner.Data()), length(owner.Length()), report(out), findings(0), arenaSound(false),
+        phase(PhaseHeader), started(false), walked(0), reverseMap(0), reverseCount(0), reverseEntry(0),
+        pairAt(0) {
+    used.SetSize(0, kTableGrowth);
+    usedSizes.SetSize(0, kTableGrowth);
+    for (int kind = 0; kind < 2; ++kind) {
+      liveNodes[kind].SetSize(0, kTableGrowth);
+      pairs[kind].SetSize(0, kTableGrowth);
+    }
+  }
+
+  // Goes on for about `units` nodes or entries; true when the walk has ended.
+  bool Step(int units);
+  bool Done() const { return phase == PhaseDone; }
+  int Findings() const { return findings; }
 
  private:
   void Problem(const wchar_t* format, ...);
@@ -53,8 +107,11 @@ class IndexChecker {
     if (arenaSound) return bytes <= PayloadOf(offset);
     return offset >= kIndexHeaderSize && offset <= length && bytes <= length - offset;
   }
-  void CheckTree(int kind);
-  void CheckReverseMap(int kind);
+  bool CheckHeader();
+  // Each true when its part has ended, false when `units` ran out first.
+  bool CheckTree(int kind, int& units);
+  bool CheckReverseMap(int kind, int& units);
+  void CheckReverseEntry(int kind, uint32_t k);
   void CheckSortedLists();
   void CheckContactMap();
   void CheckLeaks();
@@ -78,9 +135,19 @@ class IndexChecker {
   // The contact map's oids, ascending.
   Array<uint32_t> mapped;
   bool haveMap = false;
+
+  // Where the walk stands: its part, whether that part has begun, and the part's own place.
+  int phase;
+  bool started;
+  Array<PendingNode> pending;
+  uint32_t walked;
+  uint32_t reverseMap;
+  uint32_t reverseCount;
+  uint32_t reverseEntry;
+  int pairAt;
 };
 
-void IndexChecker::Problem(const wchar_t* format, ...) {
+void IndexStoreWalk::Checker::Problem(const wchar_t* format, ...) {
   ++findings;
   Str line;
   va_list args;
@@ -92,7 +159,7 @@ void IndexChecker::Problem(const wchar_t* format, ...) {
 
 // --- the arena -----------------------------------------------------------------------------------------
 
-void IndexChecker::CheckArena() {
+void IndexStoreWalk::Checker::CheckArena() {
   const uint32_t base = kIndexHeaderSize;
   if (length < base + 24) {
     Problem(L"arena: %u bytes of data leave no room for an arena", length);
@@ -177,7 +244,7 @@ void IndexChecker::CheckArena() {
   arenaSound = true;
 }
 
-uint32_t IndexChecker::PayloadOf(uint32_t offset) const {
+uint32_t IndexStoreWalk::Checker::PayloadOf(uint32_t offset) const {
   int low = 0;
   int high = used.GetSize() - 1;
   while (low <= high) {
@@ -191,7 +258,7 @@ uint32_t IndexChecker::PayloadOf(uint32_t offset) const {
   return 0;
 }
 
-bool IndexChecker::Claim(uint32_t offset, uint32_t bytes, const wchar_t* what) {
+bool IndexStoreWalk::Checker::Claim(uint32_t offset, uint32_t bytes, const wchar_t* what) {
   if (!arenaSound) {
     // Without a sound arena only the bounds can be checked.
     if (offset < kIndexHeaderSize || offset > length || length - offset < bytes) {
@@ -232,25 +299,21 @@ bool IndexChecker::Claim(uint32_t offset, uint32_t bytes, const wchar_t* what) {
 
 // --- trees -------------------------------------------------------------------------------------------------
 
-struct PendingNode {
-  uint32_t node;
-  uint32_t parent;
-  uint32_t low;   // characters of this level must be above low (when hasLow) ...
-  uint32_t high;  // ... and below high (when hasHigh)
-  bool hasLow;
-  bool hasHigh;
-};
-
-void IndexChecker::CheckTree(int kind) {
+bool IndexStoreWalk::Checker::CheckTree(int kind, int& units) {
   const wchar_t* name = kTreeNames[kind];
   const uint32_t root = store.HeaderWord(kind == 0 ? kWordRootSlot : kKeypadRootSlot);
-  Array<PendingNode> pending;
-  if (root != 0) pending.Add(PendingNode{root, 0, 0, 0, false, false});
-  // Claims stop a walk in circles only in a sound arena; the count of nodes stops it in any.
-  uint32_t walked = 0;
+  if (!started) {
+    started = true;
+    pending.RemoveAll();
+    if (root != 0) pending.Add(PendingNode{root, 0, 0, 0, false, false});
+    // Claims stop a walk in circles only in a sound arena; the count of nodes stops it in any.
+    walked = 0;
+  }
   while (pending.GetSize() > 0) {
+    if (units-- <= 0) return false;
     if (++walked > length / kNodeSize) {
       Problem(L"%s: more nodes than the data can hold: the links go in circles", name);
+      pending.RemoveAll();
       break;
     }
     PendingNode item = pending[pending.GetSize() - 1];
@@ -305,102 +368,36 @@ void IndexChecker::CheckTree(int kind) {
     if (n->equal != 0) pending.Add(PendingNode{n->equal, node, 0, 0, false, false});
     if (n->greater != 0) pending.Add(PendingNode{n->greater, node, n->ch, item.high, true, item.hasHigh});
   }
+  pending.RemoveAll();
   SortUniqueIds(liveNodes[kind]);
-  ShellSort(pairs[kind], [](const ListPair& a, const ListPair& b) {
-    return a.oid < b.oid || (a.oid == b.oid && a.node < b.node);
-  });
+  if (pairs[kind].GetSize() > 1)
+    qsort(pairs[kind].GetData(), static_cast<size_t>(pairs[kind].GetSize()), sizeof(ListPair), ComparePairs);
+  return true;
 }
 
-void IndexChecker::CheckReverseMap(int kind) {
+bool IndexStoreWalk::Checker::CheckReverseMap(int kind, int& units) {
   const wchar_t* name = kTreeNames[kind];
-  const uint32_t map = store.HeaderWord(kind == 0 ? kWordReverseSlot : kKeypadReverseSlot);
   const Array<ListPair>& held = pairs[kind];
-  const Array<uint32_t>& live = liveNodes[kind];
-  if (map == 0) {
-    if (held.GetSize() > 0) Problem(L"%s: contacts in its lists, but no reverse map", name);
-    return;
+  if (!started) {
+    started = true;
+    reverseEntry = 0;
+    reverseCount = 0;
+    pairAt = 0;
+    reverseMap = store.HeaderWord(kind == 0 ? kWordReverseSlot : kKeypadReverseSlot);
+    if (reverseMap == 0) {
+      if (held.GetSize() > 0) Problem(L"%s: contacts in its lists, but no reverse map", name);
+      return true;
+    }
+    if (!Claim(reverseMap, 4, L"reverse map")) return true;
+    reverseCount = Word(reverseMap);
+    if (!RoomFor(reverseMap, 4 + 8 * static_cast<uint64_t>(reverseCount))) {
+      Problem(L"%s: the reverse map counts %u, more than its block holds", name, reverseCount);
+      return true;
+    }
   }
-  if (!Claim(map, 4, L"reverse map")) return;
-  const uint32_t count = Word(map);
-  if (!RoomFor(map, 4 + 8 * static_cast<uint64_t>(count))) {
-    Problem(L"%s: the reverse map counts %u, more than its block holds", name, count);
-    return;
-  }
-  int pairAt = 0;
-  for (uint32_t k = 0; k < count; ++k) {
-    const uint32_t oid = Word(map + 4 + 8 * k);
-    const uint32_t head = Word(map + 8 + 8 * k);
-    if (k > 0 && oid <= Word(map + 4 + 8 * (k - 1)))
-      Problem(L"%s: the reverse map isn't ascending at entry %u", name, k);
-    // Contacts in the lists that have no entry.
-    while (pairAt < held.GetSize() && held[pairAt].oid < oid) {
-      Problem(L"%s: contact %u is in the list of node %u but not in the reverse map", name, held[pairAt].oid,
-              held[pairAt].node);
-      const uint32_t skipped = held[pairAt].oid;
-      while (pairAt < held.GetSize() && held[pairAt].oid == skipped) ++pairAt;
-    }
-    // The chain: a ring of blocks, all full but the last.
-    Array<uint32_t> named;
-    Array<uint32_t> blocks;
-    uint32_t block = head;
-    bool chainSound = true;
-    do {
-      if (blocks.GetSize() > static_cast<int>(length / kChainBlockSize)) {
-        Problem(L"%s: the chain of contact %u goes in circles", name, oid);
-        chainSound = false;
-        break;
-      }
-      if (!Claim(block, kChainBlockSize, L"chain block")) {
-        chainSound = false;
-        break;
-      }
-      blocks.Add(block);
-      const uint32_t next = Word(block);
-      const uint32_t used = Word(block + 8);
-      if (used > static_cast<uint32_t>(kChainSlots)) {
-        Problem(L"%s: chain block %u of contact %u uses %u slots", name, block, oid, used);
-        chainSound = false;
-        break;
-      }
-      for (uint32_t s = 0; s < used; ++s) named.Add(Word(block + 12 + 4 * s));
-      if (next == 0 || !RoomFor(next, kChainBlockSize) || Word(next + 4) != block) {
-        Problem(L"%s: chain block %u of contact %u and its next %u don't link both ways", name, block, oid,
-                next);
-        chainSound = false;
-        break;
-      }
-      if (next != head && used != static_cast<uint32_t>(kChainSlots))
-        Problem(L"%s: chain block %u of contact %u isn't full but has a successor", name, block, oid);
-      if (next == head && used == 0)
-        Problem(L"%s: the chain of contact %u ends in an empty block", name, oid);
-      block = next;
-    } while (block != head);
-    if (chainSound && Word(head + 4) != blocks[blocks.GetSize() - 1])
-      Problem(L"%s: the chain head of contact %u doesn't name its last block", name, oid);
-
-    // Every node named is alive; the contact's lists are found down the equal branch from them.
-    Array<uint32_t> reach;
-    for (int s = 0; s < named.GetSize(); ++s) {
-      uint32_t node = named[s];
-      if (!ContainsId(live, node)) {
-        Problem(L"%s: the chain of contact %u names %u, which isn't a node of the tree", name, oid, node);
-        continue;
-      }
-      int steps = 0;
-      while (node != 0 && ContainsId(live, node) && steps++ <= live.GetSize()) {
-        reach.Add(node);
-        node = reinterpret_cast<const TreeNode*>(data + node)->equal;
-      }
-    }
-    SortUniqueIds(reach);
-    int held0 = pairAt;
-    while (pairAt < held.GetSize() && held[pairAt].oid == oid) {
-      if (!ContainsId(reach, held[pairAt].node))
-        Problem(L"%s: contact %u is in the list of node %u, which its chain doesn't lead to", name, oid,
-                held[pairAt].node);
-      ++pairAt;
-    }
-    if (pairAt == held0) Problem(L"%s: contact %u has a reverse map entry but is in no list", name, oid);
+  while (reverseEntry < reverseCount) {
+    if (units-- <= 0) return false;
+    CheckReverseEntry(kind, reverseEntry++);
   }
   while (pairAt < held.GetSize()) {
     Problem(L"%s: contact %u is in the list of node %u but not in the reverse map", name, held[pairAt].oid,
@@ -408,11 +405,91 @@ void IndexChecker::CheckReverseMap(int kind) {
     const uint32_t skipped = held[pairAt].oid;
     while (pairAt < held.GetSize() && held[pairAt].oid == skipped) ++pairAt;
   }
+  return true;
+}
+
+void IndexStoreWalk::Checker::CheckReverseEntry(int kind, uint32_t k) {
+  const wchar_t* name = kTreeNames[kind];
+  const uint32_t map = reverseMap;
+  const Array<ListPair>& held = pairs[kind];
+  const Array<uint32_t>& live = liveNodes[kind];
+  const uint32_t oid = Word(map + 4 + 8 * k);
+  const uint32_t head = Word(map + 8 + 8 * k);
+  if (k > 0 && oid <= Word(map + 4 + 8 * (k - 1)))
+    Problem(L"%s: the reverse map isn't ascending at entry %u", name, k);
+  // Contacts in the lists that have no entry.
+  while (pairAt < held.GetSize() && held[pairAt].oid < oid) {
+    Problem(L"%s: contact %u is in the list of node %u but not in the reverse map", name, held[pairAt].oid,
+            held[pairAt].node);
+    const uint32_t skipped = held[pairAt].oid;
+    while (pairAt < held.GetSize() && held[pairAt].oid == skipped) ++pairAt;
+  }
+  // The chain: a ring of blocks, all full but the last.
+  Array<uint32_t> named;
+  Array<uint32_t> blocks;
+  uint32_t block = head;
+  bool chainSound = true;
+  do {
+    if (blocks.GetSize() > static_cast<int>(length / kChainBlockSize)) {
+      Problem(L"%s: the chain of contact %u goes in circles", name, oid);
+      chainSound = false;
+      break;
+    }
+    if (!Claim(block, kChainBlockSize, L"chain block")) {
+      chainSound = false;
+      break;
+    }
+    blocks.Add(block);
+    const uint32_t next = Word(block);
+    const uint32_t used = Word(block + 8);
+    if (used > static_cast<uint32_t>(kChainSlots)) {
+      Problem(L"%s: chain block %u of contact %u uses %u slots", name, block, oid, used);
+      chainSound = false;
+      break;
+    }
+    for (uint32_t s = 0; s < used; ++s) named.Add(Word(block + 12 + 4 * s));
+    if (next == 0 || !RoomFor(next, kChainBlockSize) || Word(next + 4) != block) {
+      Problem(L"%s: chain block %u of contact %u and its next %u don't link both ways", name, block, oid,
+              next);
+      chainSound = false;
+      break;
+    }
+    if (next != head && used != static_cast<uint32_t>(kChainSlots))
+      Problem(L"%s: chain block %u of contact %u isn't full but has a successor", name, block, oid);
+    if (next == head && used == 0) Problem(L"%s: the chain of contact %u ends in an empty block", name, oid);
+    block = next;
+  } while (block != head);
+  if (chainSound && Word(head + 4) != blocks[blocks.GetSize() - 1])
+    Problem(L"%s: the chain head of contact %u doesn't name its last block", name, oid);
+
+  // Every node named is alive; the contact's lists are found down the equal branch from them.
+  Array<uint32_t> reach;
+  for (int s = 0; s < named.GetSize(); ++s) {
+    uint32_t node = named[s];
+    if (!ContainsId(live, node)) {
+      Problem(L"%s: the chain of contact %u names %u, which isn't a node of the tree", name, oid, node);
+      continue;
+    }
+    int steps = 0;
+    while (node != 0 && ContainsId(live, node) && steps++ <= live.GetSize()) {
+      reach.Add(node);
+      node = reinterpret_cast<const TreeNode*>(data + node)->equal;
+    }
+  }
+  SortUniqueIds(reach);
+  int held0 = pairAt;
+  while (pairAt < held.GetSize() && held[pairAt].oid == oid) {
+    if (!ContainsId(reach, held[pairAt].node))
+      Problem(L"%s: contact %u is in the list of node %u, which its chain doesn't lead to", name, oid,
+              held[pairAt].node);
+    ++pairAt;
+  }
+  if (pairAt == held0) Problem(L"%s: contact %u has a reverse map entry but is in no list", name, oid);
 }
 
 // --- contact map and sorted lists --------------------------------------------------------------------------
 
-void IndexChecker::CheckContactMap() {
+void IndexStoreWalk::Checker::CheckContactMap() {
   const uint32_t map = store.HeaderWord(kContactMapSlot);
   haveMap = true;
   if (map == 0) return;
@@ -442,7 +519,7 @@ void IndexChecker::CheckContactMap() {
   }
 }
 
-void IndexChecker::CheckSortedLists() {
+void IndexStoreWalk::Checker::CheckSortedLists() {
   for (int kind = 0; kind < 2; ++kind) {
     const wchar_t* name = kListNames[kind];
     const uint32_t list = store.HeaderWord(kind == 0 ? kNameListSlot : kFileAsListSlot);
@@ -473,7 +550,7 @@ void IndexChecker::CheckSortedLists() {
   }
 }
 
-void IndexChecker::CheckLeaks() {
+void IndexStoreWalk::Checker::CheckLeaks() {
   if (!arenaSound) return;
   for (int k = 0; k < used.GetSize(); ++k) {
     if (claimed[k] == 0)
@@ -481,7 +558,7 @@ void IndexChecker::CheckLeaks() {
   }
 }
 
-bool IndexChecker::Run() {
+bool IndexStoreWalk::Checker::CheckHeader() {
   if (data == nullptr) {
     Problem(L"header: the index isn't open");
     return false;
@@ -494,20 +571,67 @@ bool IndexChecker::Run() {
   const uint32_t version = store.HeaderWord(kIndexVersionSlot);
   if (mark != kIndexMark && version != kIndexVersion)
     Problem(L"header: mark %u and version %u", mark, version);
-  CheckArena();
-  CheckTree(0);
-  CheckTree(1);
-  CheckReverseMap(0);
-  CheckReverseMap(1);
-  CheckContactMap();
-  CheckSortedLists();
-  CheckLeaks();
-  return findings == 0;
+  return true;
 }
 
-}  // namespace
+bool IndexStoreWalk::Checker::Step(int units) {
+  while (phase != PhaseDone && units > 0) {
+    bool ended = true;
+    switch (phase) {
+      case PhaseHeader:
+        if (!CheckHeader()) {
+          phase = PhaseDone;
+          return true;
+        }
+        break;
+      case PhaseArena:
+        CheckArena();
+        units -= 256;
+        break;
+      case PhaseWordTree:
+      case PhaseKeypadTree:
+        ended = CheckTree(phase == PhaseWordTree ? 0 : 1, units);
+        break;
+      case PhaseWordReverse:
+      case PhaseKeypadReverse:
+        ended = CheckReverseMap(phase == PhaseWordReverse ? 0 : 1, units);
+        break;
+      case PhaseContactMap:
+        CheckContactMap();
+        units -= 64;
+        break;
+      case PhaseSortedLists:
+        CheckSortedLists();
+        units -= 64;
+        break;
+      case PhaseLeaks:
+        CheckLeaks();
+        break;
+      default:
+        break;
+    }
+    if (ended) {
+      ++phase;
+      started = false;
+    }
+  }
+  return phase == PhaseDone;
+}
+
+IndexStoreWalk::IndexStoreWalk(const IndexStore& store, Str& report)
+    : checker(CheckAllocation(new (std::nothrow) Checker(store, report))) {}
+
+IndexStoreWalk::~IndexStoreWalk() { delete checker; }
+
+bool IndexStoreWalk::Step(int units) { return checker->Step(units); }
+
+bool IndexStoreWalk::Done() const { return checker->Done(); }
+
+int IndexStoreWalk::Findings() const { return checker->Findings(); }
 
 BOOL IndexStore::Check(Str& report) const {
-  IndexChecker checker(*this, report);
-  return checker.Run() ? TRUE : FALSE;
+  IndexStoreWalk walk(*this, report);
+  while (!walk.Step(1 << 20)) {
+  }
+  return walk.Findings() == 0 ? TRUE : FALSE;
 }

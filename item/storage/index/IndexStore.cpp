@@ -52,6 +52,58 @@ BOOL IndexStore::Open(uint32_t minimumLength) {
   return TRUE;
 }
 
+BOOL IndexStore::OpenDeferred() {
+  if (!ArenaStore::OpenDeferred(path, kHeadBytes)) return FALSE;
+  if (HeaderWord(kIndexMarkSlot) != kIndexMark && HeaderWord(kIndexVersionSlot) != kIndexVersion) {
+    Close();
+    SetLastError(ERROR_INVALID_DATA);
+    return FALSE;
+  }
+  return TRUE;
+}
+
+BOOL IndexStore::CountedAt(uint32_t offset, uint32_t entryBytes, uint32_t* count) const {
+  *count = 0;
+  if (data == nullptr || offset < kIndexHeaderSize || offset > length || length - offset < 4) return FALSE;
+  uint32_t counted;
+  memcpy(&counted, data + offset, sizeof counted);
+  if (static_cast<uint64_t>(counted) * entryBytes > length - offset - 4) return FALSE;
+  *count = counted;
+  return TRUE;
+}
+
+BOOL IndexStore::CheckLayout(Str* report) const {
+  if (data == nullptr || length < kIndexHeaderSize) {
+    if (report != nullptr) AddReportLine(*report, L"header: the index isn't open");
+    return FALSE;
+  }
+  static const struct {
+    uint32_t slot;
+    uint32_t entryBytes;  // 0: a tree's root, not counted
+    const wchar_t* name;
+  } kParts[] = {{kWordRootSlot, 0, L"word tree root"},      {kKeypadRootSlot, 0, L"keypad tree root"},
+                {kWordReverseSlot, 8, L"word reverse map"}, {kKeypadReverseSlot, 8, L"keypad reverse map"},
+                {kNameListSlot, 4, L"name list"},           {kFileAsListSlot, 4, L"File As list"},
+                {kContactMapSlot, 8, L"contact map"}};
+  BOOL sound = TRUE;
+  for (const auto& part : kParts) {
+    const uint32_t at = HeaderWord(part.slot);
+    if (at == 0) continue;
+    uint32_t count = 0;
+    const BOOL inside = part.entryBytes == 0
+                            ? at >= kIndexHeaderSize && at <= length && length - at >= kNodeSize
+                            : CountedAt(at, part.entryBytes, &count);
+    if (inside) continue;
+    sound = FALSE;
+    if (report != nullptr) {
+      Str line;
+      line.Format(L"header: the %s at %u passes the end of the data (%u bytes)", part.name, at, length);
+      AddReportLine(*report, line);
+    }
+  }
+  return sound;
+}
+
 uint32_t IndexStore::HeaderWord(uint32_t slot) const {
   if (data == nullptr || slot + 4 > kIndexHeaderSize) return 0;
   uint32_t value;

@@ -19,6 +19,8 @@ class IndexStore : public ArenaStore {
  public:
   // Room a new index is created with.
   static constexpr uint32_t kCreateSize = 102400;
+  // Bytes of the data that a deferred open reads before it returns: the header and the arena's.
+  static constexpr uint32_t kHeadBytes = 4096;
 
   IndexStore();
   ~IndexStore() override;
@@ -36,6 +38,18 @@ class IndexStore : public ArenaStore {
   // mark isn't 1 and at the same time the version isn't 5: either value alone is enough. A
   // `minimumLength` above the present length extends the data by the difference.
   virtual BOOL Open(uint32_t minimumLength);
+  // The index file for a quick start: the same rule of mark and version, judged from the file's head
+  // while the rest is copied in the background (ArenaStore::OpenDeferred). Once WaitLoaded has said
+  // true, CheckLayout tells whether the header's structures lie inside the data; the walks of Check
+  // and VerifyArena are the owner's to run.
+  virtual BOOL OpenDeferred();
+  // Whether every structure that the header names lies inside the data: each link 0 or past the header,
+  // and the counted entries of the sorted lists, the reverse maps and the contact map within the data.
+  // Appends a line per finding to `report` when not null.
+  BOOL CheckLayout(Str* report) const;
+  // The count of the counted structure at `offset` (a count word, then `count` entries of
+  // `entryBytes`): false when the word or the entries would pass the data's end.
+  BOOL CountedAt(uint32_t offset, uint32_t entryBytes, uint32_t* count) const;
 
   // The header's word at `slot` (one of the k...Slot offsets), 0 when nothing is open.
   uint32_t HeaderWord(uint32_t slot) const;
