@@ -36,9 +36,11 @@ class CountingTarget : public DbEventTarget {
   void OnDbEvent(DWORD kind, CEOID parent, CEOID oid) override { events.push_back({kind, parent, oid}); }
   void OnEventTimer() override { ++eventTimers; }
   void OnSaveTimer() override { ++saveTimers; }
+  void OnIdleTimer() override { ++idleTimers; }
   std::vector<PendingChange> events;
   int eventTimers = 0;
   int saveTimers = 0;
+  int idleTimers = 0;
 };
 
 bool TimerQueued(HWND hwnd) {

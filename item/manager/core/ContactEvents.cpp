@@ -20,7 +20,11 @@ void ContactManager::OnEventTimer() {
   pendingWindow.Clear();
   if (changes.GetSize() > 0) {
     index.CancelSave();
-    if (changes.GetSize() >= kRebuildEventCount) {
+    // An index that the walk after the start hasn't yet judged is judged now, before it is written;
+    // a damaged one is made anew, which takes in every change as well.
+    const BOOL sound = changes.GetSize() >= kRebuildEventCount || index.WalkForWrites();
+    if (!sound) openReport.damageFound = TRUE;
+    if (changes.GetSize() >= kRebuildEventCount || !sound) {
       TellSlavesToStop();
       FullRebuild();
       if (listener) listener->OnReloaded();
@@ -34,6 +38,8 @@ void ContactManager::OnEventTimer() {
     }
     StartCommit();
     TellSlavesToReload();
+    // The names of the changed contacts are read again for the ranking's cache.
+    StartIdleWork();
   }
   if (listener) {
     listener->SetDataReady(TRUE);

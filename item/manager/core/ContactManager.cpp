@@ -49,10 +49,11 @@ BOOL ContactManager::Open(HINSTANCE moduleInstance, ContactManagerListener* newL
     SetLastError(error);
     return FALSE;
   }
-  if (!pendingWindow.Create(instance, this)) {
+  if (!pendingWindow.Create(instance, this) || !idleWindow.Create(instance, this)) {
     DWORD error = GetLastError();
     ContactDatabase::Close();
     eventsWindow.Destroy();
+    pendingWindow.Destroy();
     SetLastError(error);
     return FALSE;
   }
@@ -64,7 +65,9 @@ BOOL ContactManager::Open(HINSTANCE moduleInstance, ContactManagerListener* newL
     state = IndexUnusable;
   }
   openReport.state = state;
-  return BringInStep(state);
+  const BOOL inStep = BringInStep(state);
+  StartIdleWork();
+  return inStep;
 }
 
 BOOL ContactManager::BringInStep(int state) {
@@ -90,6 +93,7 @@ void ContactManager::Close() {
   ContactDatabase::Close();
   eventsWindow.Destroy();
   pendingWindow.Destroy();
+  idleWindow.Destroy();
   opened = FALSE;
 }
 
@@ -103,26 +107,25 @@ BOOL ContactManager::CloseIndex() {
 
 BOOL ContactManager::ReloadIndex() {
   CloseIndex();
-  return OpenIndex() != IndexUnusable;
+  const BOOL reopened = OpenIndex() != IndexUnusable;
+  StartIdleWork();
+  return reopened;
 }
 
 BOOL ContactManager::TakeOverIndex() {
   CloseIndex();
   openReport.Clear();
   openReport.state = OpenIndex();
-  return BringInStep(openReport.state);
+  const BOOL inStep = BringInStep(openReport.state);
+  StartIdleWork();
+  return inStep;
 }
 
 int ContactManager::OpenIndex() {
   // The props store refuses a file whose in-change byte is set, so a write that was cut off leaves
-  // the index unusable and the master rebuilds it.
-  if (!index.OpenStores()) return IndexUnusable;
-  // A contact listed twice can't be patched, whatever the stamp says.
-  Array<CEOID> ids;
-  if (!ListIndexedIds(ids)) {
-    index.CloseStores();
-    return IndexUnusable;
-  }
+  // the index unusable and the master rebuilds it. Only the headers are judged here: the walk over
+  // both files (a contact listed twice among it) follows in idle time, or before the first write.
+  if (!index.OpenStores(TRUE)) return IndexUnusable;
   FILETIME time;
   DWORD count = 0;
   GetCountAndTime(time, count);
@@ -132,7 +135,14 @@ int ContactManager::OpenIndex() {
 // --- helpers -----------------------------------------------------------------------------------------------
 
 BOOL ContactManager::ListIndexedIds(Array<CEOID>& sorted) {
-  index.ListAll(SortByName, sorted);
+  sorted.RemoveAll();
+  // Whoever lists the ids goes on to write: the walk's part for writes comes first, and damage is as
+  // good as a duplicate.
+  if (!index.WalkForWrites()) {
+    ReportDamage(L"ListIndexedIds", __LINE__);
+    return FALSE;
+  }
+  if (!index.ListAll(SortByName, sorted)) return FALSE;
   SortIds(sorted);
   for (int i = 1; i < sorted.GetSize(); ++i) {
     if (sorted[i] == sorted[i - 1]) return FALSE;
@@ -148,17 +158,65 @@ BOOL ContactManager::BeginWrite() {
     return FALSE;
   }
   index.CancelSave();
+  if (!EnsureIndexSound()) return FALSE;
+  // The change makes names to read again for the ranking's cache.
+  StartIdleWork();
   return TRUE;
 }
 
+void ContactManager::ReportDamage(const wchar_t* function, int line) {
+  Str message = L"the index files are damaged: ";
+  message += index.WalkReport();
+  LogError(message, L"ContactManager", function, line);
+}
+
+BOOL ContactManager::EnsureIndexSound() {
+  if (index.WalkForWrites()) return TRUE;
+  return RepairDamagedIndex();
+}
+
+BOOL ContactManager::RepairDamagedIndex() {
+  openReport.damageFound = TRUE;
+  ReportDamage(L"RepairDamagedIndex", __LINE__);
+  // A slave only reads: the master rebuilds and tells it to reload.
+  if (!MayWrite()) {
+    SetLastError(ERROR_INVALID_DATA);
+    return FALSE;
+  }
+  TellSlavesToStop();
+  openReport.rebuilt = TRUE;
+  const BOOL rebuilt = FullRebuild();
+  if (listener) listener->OnReloaded();
+  return rebuilt;
+}
+
+void ContactManager::StartIdleWork() {
+  if (!idleWindow.IsTimerRunning()) idleWindow.StartTimer(kIdleTickMs);
+}
+
+void ContactManager::OnIdleTimer() {
+  if (index.IsWalkDue()) {
+    // One slice per tick; nothing at all while a copy still runs.
+    if (!index.Walk(kIdleSliceMs, FALSE)) return;
+    if (index.WalkFoundDamage()) RepairDamagedIndex();
+    return;
+  }
+  if (searchAids && index.IsOpen() && !index.IsDamaged()) {
+    const BOOL filled = FillNameKeys(kIdleSliceMs);
+    // Not filled with the cursor back at the start: a whole pass has ended, and the names left can't
+    // be read. Going round again would find the same.
+    if (!filled && nameFillCursor != 0) return;
+  }
+  idleWindow.StopTimer();
+}
+
 void ContactManager::SetResetMarks() {
-  SetDirtyMark(index.Store().GetPath());
-  SetDirtyMark(index.Props().Path());
+  SetDirtyMark(index.IndexPath());
+  SetDirtyMark(index.PropsPath());
 }
 
 BOOL ContactManager::HasResetMark() const {
-  ContactIndex& files = const_cast<ContactIndex&>(index);
-  return IsDirtyMark(files.Store().GetPath()) || IsDirtyMark(files.Props().Path());
+  return IsDirtyMark(index.IndexPath()) || IsDirtyMark(index.PropsPath());
 }
 
 void ContactManager::StampIndex() {

@@ -25,6 +25,7 @@
 #include "storage/events/DbEventTarget.h"
 #include "storage/events/DbEventsListener.h"
 #include "storage/events/DbMsgStack.h"
+#include "storage/events/IdleWorkWindow.h"
 
 class BulkBuilder;
 class PimSync;
@@ -41,12 +42,13 @@ struct IndexOpenReport {
   IndexOpenReport() { Clear(); }
   void Clear() {
     state = IndexUnusable;
-    inspected = rebuilt = FALSE;
+    inspected = rebuilt = damageFound = FALSE;
     removed = added = changed = 0;
   }
   int state;                    // IndexOpenState
   BOOL inspected;               // the stale index was compared contact by contact
   BOOL rebuilt;                 // the index was made anew
+  BOOL damageFound;             // the walk after the start found the index damaged
   int removed, added, changed;  // what the inspection found (and applied unless it rebuilt)
 };
 
@@ -59,6 +61,9 @@ class ContactManager : public ContactDatabase, public DbEventTarget {
   static const int kPendingNoticeCount = 10;
   static const UINT kGatherMs = 500;
   static const UINT kCommitMs = 2000;
+  // The idle timer's period, and the work done at each tick.
+  static const UINT kIdleTickMs = 10;
+  static const DWORD kIdleSliceMs = 4;
 
   ContactManager();
   ~ContactManager() override;
@@ -127,15 +132,22 @@ class ContactManager : public ContactDatabase, public DbEventTarget {
   virtual BOOL IsSimContact(CEOID id);
   void SetSimSourceAttached(BOOL attached) { simSourceAttached = attached; }
 
-  // --- change events (the two hidden windows call these) ------------------------------------------------
+  // --- change events and idle work (the hidden windows call these) ----------------------------------------
   void OnDbEvent(DWORD kind, CEOID parent, CEOID oid) override;
   void OnEventTimer() override;
   void OnSaveTimer() override;
+  // A slice of the work left for idle time: first the walk over the index files that the start left
+  // (damage found: a master rebuilds, a slave reports it), then the name cache (FillNameKeys). The
+  // timer stops when nothing is left.
+  void OnIdleTimer() override;
+  // Whether idle work is still to come.
+  BOOL IsIdleWorkDue() const { return idleWindow.IsTimerRunning(); }
 
   // --- state -----------------------------------------------------------------------------------------------
   ContactIndex& Index() { return index; }
   DbEventsListener& EventsWindow() { return eventsWindow; }
   DbMsgStack& PendingWindow() { return pendingWindow; }
+  IdleWorkWindow& IdleWindow() { return idleWindow; }
   ContactNote& Note() { return note; }
   const IndexOpenReport& LastOpenReport() const { return openReport; }
   BOOL IsRebuilding() const { return rebuilding; }
@@ -143,7 +155,9 @@ class ContactManager : public ContactDatabase, public DbEventTarget {
   void SetListener(ContactManagerListener* newListener) { listener = newListener; }
   PimSync* GetSync() const { return sync; }
 
-  // Opens both index files and judges them against the database (IndexOpenState).
+  // Opens both index files and judges them against the database (IndexOpenState). Only the headers
+  // are judged here and the files are copied in the background; the full walk over them comes in
+  // idle time (OnIdleTimer), or at once before the first write.
   virtual int OpenIndex();
   // Reads every record and writes both index files anew; the old index stays when a read fails.
   virtual BOOL FullRebuild();
@@ -155,12 +169,23 @@ class ContactManager : public ContactDatabase, public DbEventTarget {
   // Whether this process may write the index: the master, or a process without coordinator.
   BOOL MayWrite() const;
   // The start of every write of this process: false, with ERROR_ACCESS_DENIED, when it may not write;
-  // otherwise the background save is stopped.
+  // otherwise the background save is stopped, and the index is made sound for the write
+  // (EnsureIndexSound).
   BOOL BeginWrite();
+  // Runs what is still due of the walk that writes rely on. When it finds damage the master rebuilds
+  // the index (the result is the rebuild's) and a slave only reports it (false).
+  BOOL EnsureIndexSound();
+  // What the walk's finding of damage leads to: reported; a master rebuilds and tells the listener.
+  BOOL RepairDamagedIndex();
+  // Logs what the walk found.
+  void ReportDamage(const wchar_t* function, int line);
+  // Starts the idle timer unless it runs: after a start, a reload and every change.
+  void StartIdleWork();
   // What an opened index needs: nothing when in step, the audit when stale, a full rebuild when
   // unusable. A process that may not write only takes what it finds; an unusable index is a failure.
   BOOL BringInStep(int state);
-  // The ids of the open index's name list, ascending; false when one of them stands there twice.
+  // The ids of the open index's name list, ascending; false when one of them stands there twice, and
+  // when the walk that writes rely on finds the index damaged.
   BOOL ListIndexedIds(Array<CEOID>& sorted);
   // Whether a failed read met the end of the table: the platform's "no more items", or the stepping
   // layer's end of file.
@@ -244,6 +269,7 @@ class ContactManager : public ContactDatabase, public DbEventTarget {
   ContactManagerListener* listener;
   DbEventsListener eventsWindow;
   DbMsgStack pendingWindow;
+  IdleWorkWindow idleWindow;
   PimSync* sync;
   BOOL opened;
   BOOL simSourceAttached;

@@ -1,4 +1,4 @@
-// What the two hidden windows of the change events call: the owner of the contacts database, which
+// What the hidden windows of the change events and of the idle work call: the owner of the contacts database, which
 // turns the platform's record notifications into index updates and runs the delayed save.
 #pragma once
 #include <windows.h>
@@ -27,4 +27,7 @@ class DbEventTarget {
   virtual void OnEventTimer() = 0;
   // The save timer ran out: start the background save of the index files.
   virtual void OnSaveTimer() = 0;
+  // A tick of the idle timer: do a slice of the work left for idle time (the index's walk, the
+  // name cache) and stop the timer when none is left.
+  virtual void OnIdleTimer() = 0;
 };
