@@ -2,11 +2,13 @@
 // lookup by phone, category filters, cancels and the SIM stage.
 #include <doctest/doctest.h>
 
+#include <memory>
 #include <set>
 
 #include "SearchTestSupport.h"
 #include "extended/ContactNote.h"
 #include "storage/contact/HideSim.h"
+#include "storage/categories/PPC2003CategoryDBManager.h"
 #include "storage/index/IndexFormat.h"
 
 using namespace searchtest;
@@ -375,6 +377,40 @@ TEST_CASE("a filter with active on and no categories lists only the contacts wit
   const CategoryFilter inactive = FilterOf({L"Business"}, false);
   CHECK(Found(m, L"", 0, inactive) == Listed(m, 0));
   (void)zeroWord;
+}
+
+TEST_CASE("a filter of a category that no contact counts any more still means that category") {
+  FreshEnglishDevice();
+  Contact kept = NamedContact(L"Kept", L"Anna");
+  const std::vector<uint8_t> archive = CategoryMask({L"Archive"});
+  kept.categories.Assign(archive.data(), static_cast<uint32_t>(archive.size()));
+  const CEOID keptId = WriteContact(kept);
+  const CEOID none = WriteContact(*std::make_unique<Contact>(NamedContact(L"None", L"Anna")));
+  // A category made but never given to anyone.
+  CategoryId(L"Unused");
+  // The count of Archive goes to 0 while the contact still holds its bit, as after a count that went
+  // wrong elsewhere; a visible category keeps its record at 0.
+  CategoriesDBManager categories;
+  REQUIRE(categories.Open());
+  ByteBuffer mask;
+  mask.Assign(archive.data(), static_cast<uint32_t>(archive.size()));
+  REQUIRE(categories.UncountContact(mask));
+  CategoryList used;
+  REQUIRE(categories.LoadAll(used));
+  CHECK(used.GetSize() == 0);
+
+  OpenedManager opened;
+  REQUIRE(opened.opened);
+  ContactManager& m = opened.manager;
+  for (int kind = 0; kind < 2; ++kind) {
+    CHECK(Found(m, L"", kind, FilterOf({L"Archive"})) == std::vector<CEOID>{keptId});
+    CHECK(Keyed(m, L"am", kind, FilterOf({L"Archive"})) == std::vector<CEOID>{keptId});
+    CHECK(Found(m, L"", kind, FilterOf({L"Unused"})).empty());
+  }
+  CHECK(Grouped(m, L"", false, FilterOf({L"Archive"})) == std::vector<CEOID>{keptId});
+  CHECK(Grouped(m, L"", false, FilterOf({L"Unused"})).empty());
+  // Without categories named, the contacts without any, as ever.
+  CHECK(Found(m, L"", 0, FilterOf({})) == std::vector<CEOID>{none});
 }
 
 TEST_CASE("an all-digit text query also finds the numbers that contain it, once each, in sort order") {

@@ -24,7 +24,8 @@ BOOL ContactManager::KeypadMatch(const Str& query, Array<CEOID>& ids) {
 
 BOOL ContactManager::FilterMask(const CategoryFilter& filter, ByteBuffer& mask) {
   CategoryList categories;
-  if (filter.categories.GetSize() > 0 && !Categories().LoadAll(categories)) return FALSE;
+  // Every category with a position: one that no contact counts any more still stands for itself.
+  if (filter.categories.GetSize() > 0 && !Categories().LoadPositioned(categories)) return FALSE;
   CategoriesDBManager::MaskOf(categories, filter.categories, mask);
   return TRUE;
 }

@@ -86,6 +86,17 @@ bool CategoriesDBManager::LoadAll(CategoryList& list) {
   return true;
 }
 
+bool CategoriesDBManager::LoadPositioned(CategoryList& list) {
+  list.RemoveAll();
+  CategoryList items;
+  Array<int> counts;
+  if (!ReadItems(items, counts)) return false;
+  for (int i = 0; i < items.GetSize(); ++i) {
+    if (!items[i].name.IsEmpty() && items[i].position >= 0) list.Add(items[i]);
+  }
+  return true;
+}
+
 bool CategoriesDBManager::LoadUsed(const ByteBuffer& mask, CategoryList& list) {
   list.RemoveAll();
   CategoryList items;

@@ -65,6 +65,10 @@ class CategoriesDBManager : public DbDatabase, public CategoryCounter {
   // Every category in use by the contacts: with a name, a position and a contacts count of at least
   // 1, sorted by name in the language's order.
   bool LoadAll(CategoryList& list);
+  // Every category that can stand in a mask: with a name and a position, used or not, in the order of
+  // positions. A filter names its categories through these, so that one nobody uses any more still
+  // means itself rather than no category at all.
+  bool LoadPositioned(CategoryList& list);
   // The categories a contact with `mask` may pick from: those with a position that are visible, and
   // those whose bit is set in `mask`, in the order of positions.
   bool LoadUsed(const ByteBuffer& mask, CategoryList& list);
