@@ -511,6 +511,10 @@ bool BlockSurvivesRewrite(ContactNote& note, const Bytes& input, std::string& wh
   const std::wstring writtenText = W(written);
   for (const wchar_t* quirk : {L"\\\\]", L"\\\\:", L"\\\\;"})
     if (writtenText.find(quirk) != std::wstring::npos) return true;
+  // A messenger's note is written without escapes: one that holds a special character is read back
+  // otherwise, as the rules for Notes keep it.
+  for (int k = 0; k < first.Messenger.GetSize(); ++k)
+    if (W(first.Messenger[k].note).find_first_of(L"[];:\\") != std::wstring::npos) return true;
   Contact again;
   again.noteBlob = first.noteBlob;
   Str textAgain;
