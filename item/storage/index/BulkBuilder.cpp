@@ -23,9 +23,13 @@ void BulkBuilder::Clear() {
 }
 
 BOOL BulkBuilder::AddKey(int tree, CEOID oid, const Str& key) {
-  if (key.IsEmpty()) return TRUE;
+  return AddKeyChars(tree, oid, key, key.GetLength());
+}
+
+BOOL BulkBuilder::AddKeyChars(int tree, CEOID oid, const wchar_t* key, int length) {
+  if (length <= 0) return TRUE;
   if (tree != KeypadTree && keypadOnly) return TRUE;
-  trees[tree == KeypadTree ? 1 : 0].Add(key, key.GetLength(), static_cast<uint32_t>(oid));
+  trees[tree == KeypadTree ? 1 : 0].Add(key, length, static_cast<uint32_t>(oid));
   return TRUE;
 }
 

@@ -32,6 +32,7 @@ class BulkBuilder : public IndexKeySink {
   // that was given before.
   virtual BOOL AddContact(Contact* contact, const wchar_t* noteText);
   BOOL AddKey(int tree, CEOID oid, const Str& key) override;
+  BOOL AddKeyChars(int tree, CEOID oid, const wchar_t* key, int length) override;
 
   bool IsKeypadOnly() const { return keypadOnly; }
   // Contacts kept, and in ascending oid order.

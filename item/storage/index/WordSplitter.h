@@ -3,6 +3,8 @@
 // queries, and names when results are ranked.
 #pragma once
 
+#include <stdint.h>
+
 #include "foundation/Str.h"
 
 // Carriage return, line feed, tab, space and ` ! @ # $ % ^ & * ( ) _ | { } : " / / < > ? [ ] ; ' , . / №
@@ -23,10 +25,23 @@ class WordSplitter {
   // next separator and moves one past that separator.
   virtual bool Next(Str& word);
 
-  bool IsSeparator(wchar_t ch) const;
+  // The same walk over `length` characters of `text` without a copy: from `position` on, the next
+  // word's first character and length, and `position` moved one past the separator behind it.
+  bool NextSpan(const wchar_t* text, int length, int& position, int& start, int& count) const;
+
+  bool IsSeparator(wchar_t ch) const {
+    if (ch < 128) return (ascii[ch >> 5] >> (ch & 31)) & 1u;
+    return IsOtherSeparator(ch);
+  }
 
  private:
+  // A separator from outside the ASCII range (the set's characters looked up one by one).
+  bool IsOtherSeparator(wchar_t ch) const;
+
   Str text;
   int position;
   const wchar_t* separators;
+  // The set's ASCII characters as bits (never the terminator), and whether it holds any other.
+  uint32_t ascii[4];
+  bool hasOther;
 };
