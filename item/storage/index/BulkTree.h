@@ -2,6 +2,10 @@
 // SearchTree and splits its tails in the same way, but grows without touching the mapped file; when
 // every contact is in, it is written into the index file in one pass, block by block in tree order.
 // Building in the file itself would fragment its arena with the growth of every list.
+//
+// Nothing is allocated per key: nodes come in chunks, every node's contacts are a chain of links in
+// one pool, and every tail is a run of characters in another (a split's tails are runs inside the
+// tail they came from).
 #pragma once
 
 #include <windows.h>
@@ -36,11 +40,18 @@ class BulkTree {
     uint32_t greater;
     uint32_t equal;
     uint32_t less;
-    Array<uint32_t> ids;
-    Str tail;         // the rest of the key, with hasTail
-    uint32_t offset;  // the node's block in the index file, once written
+    uint32_t firstId;  // the node's contacts: a chain in `links`, 0 when none
+    uint32_t lastId;
+    uint32_t idCount;     // links in the chain
+    uint32_t tailStart;   // the rest of the key, in `tailChars`
+    uint32_t tailLength;  // 0: no tail
+    uint32_t offset;      // the node's block in the index file, once written
     wchar_t ch;
-    bool hasTail;
+  };
+  // One contact of a node's list, in the order of arrival.
+  struct IdLink {
+    uint32_t oid;
+    uint32_t next;  // 0 ends the chain
   };
 
   static const uint32_t kChunkNodes = 4096;
@@ -51,13 +62,23 @@ class BulkTree {
   Node& At(uint32_t index) const {
     return (*chunks[static_cast<int>(index / kChunkNodes)])[static_cast<int>(index % kChunkNodes)];
   }
+  const wchar_t* Tail(const Node& node) const { return tailChars.GetData() + node.tailStart; }
   uint32_t Make(wchar_t ch, uint32_t parent);
+  // A node for key[i] under `parent`, with the rest of the key as its tail when more than one
+  // character is left.
   uint32_t NewNode(const wchar_t* key, int i, int length, uint32_t parent);
   uint32_t Split(uint32_t node, const wchar_t* key, int i, int length);
   uint32_t GetNode(const wchar_t* key, int length);
   uint32_t NextNode(uint32_t node) const;
+  // The node's contacts, ascending and each once, in `ids`.
+  void ListOf(const Node& node, Array<uint32_t>& ids) const;
 
   Array<Array<Node>*> chunks;
   uint32_t used;
   uint32_t root;
+  // The pools, used up to their counts; they grow by doubling.
+  Array<IdLink> links;
+  uint32_t linkCount;
+  Array<wchar_t> tailChars;
+  uint32_t tailCount;
 };
