@@ -677,3 +677,52 @@ TEST_CASE("AllCompanies gives the distinct non-empty company names in order") {
     CHECK(got == std::vector<std::string>{"Acme", "Middle", "Zeta"});
   }
 }
+
+TEST_CASE("whole reads through the kept buffer give what the property map of a record gives") {
+  Store store;
+  std::mt19937 random(7031);
+  std::vector<CEOID> oids;
+  for (int i = 0; i < 60; ++i) {
+    Contact contact = RandomContact(random);
+    // Records that grow and shrink from one to the next, so the buffer is grown and filled again.
+    if (i % 7 == 3) contact.noteBlob = BufferOf(std::string(3000 + 97 * i, static_cast<char>('a' + i % 26)));
+    if (i % 5 == 1) contact.flag102 = 1;
+    oids.push_back(store.Add(contact));
+  }
+  DbDatabase& contacts = store.db.Contacts();
+  auto byRecord = [&](CEOID oid) {
+    Contact expected;
+    DbRecord record;
+    REQUIRE(contacts.SeekOid(oid) == oid);
+    REQUIRE(contacts.ReadRecord(record) == oid);
+    ContactDatabase::MapProperties(record, expected);
+    expected.oid = oid;
+    return expected;
+  };
+  auto same = [](const Contact& a, const Contact& b) {
+    CHECK(a.Equals(b));
+    CHECK(a.flag102 == b.flag102);
+    CHECK(Bytes(a.noteBlob) == Bytes(b.noteBlob));
+    CHECK(Bytes(a.categories) == Bytes(b.categories));
+  };
+  // In table order, stepping on.
+  contacts.SetAtEnd(false);
+  REQUIRE(contacts.SeekIndex(0) != 0u);
+  std::vector<Contact> walked;
+  Contact contact;
+  while (!contacts.IsAtEnd()) {
+    REQUIRE(store.db.LoadCurrent(contact));
+    walked.push_back(contact);
+  }
+  REQUIRE(walked.size() == oids.size());
+  for (size_t k = 0; k < walked.size(); ++k) {
+    CHECK(walked[k].oid == oids[k]);
+    same(walked[k], byRecord(oids[k]));
+  }
+  // By oid, from the end back.
+  for (size_t k = oids.size(); k-- > 0;) {
+    REQUIRE(store.db.LoadByOid(oids[k], contact));
+    CHECK(contacts.CurrentOid() == oids[k]);  // the position stays on the record
+    same(contact, byRecord(oids[k]));
+  }
+}

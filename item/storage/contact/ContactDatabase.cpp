@@ -67,53 +67,65 @@ bool ContactDatabase::GetCountAndTime(FILETIME& time, DWORD& count) const {
   return true;
 }
 
+namespace {
+
+// One found value into the contact's field for it, if it has one.
+void MapValue(const CEPROPVAL& value, Contact& contact) {
+  const WORD number = IdFromPropID(value.propid);
+  switch (TypeFromPropID(value.propid)) {
+    case CEVT_LPWSTR: {
+      int field = ContactFieldOfProperty(number);
+      if (field >= 0) contact.text[field] = value.val.lpwstr != nullptr ? value.val.lpwstr : L"";
+      break;
+    }
+    case CEVT_FILETIME:
+      if (number == kPropBirthday)
+        contact.birthday = value.val.filetime;
+      else if (number == kPropAnniversary)
+        contact.anniversary = value.val.filetime;
+      break;
+    case CEVT_I4:
+    case CEVT_UI4:
+      if (number == kPropDefaultItem)
+        contact.defaultItem = static_cast<uint32_t>(value.val.ulVal);
+      else if (number == kPropFlag102)
+        contact.flag102 = value.val.ulVal != 0 ? 1 : 0;
+      break;
+    case CEVT_BOOL:
+      if (number == kPropFlag102) contact.flag102 = value.val.boolVal != 0 ? 1 : 0;
+      break;
+    case CEVT_BLOB:
+      if (number == kPropCategories)
+        contact.categories.Assign(value.val.blob.lpb, value.val.blob.dwCount);
+      else if (number == kPropNote)
+        contact.noteBlob.Assign(value.val.blob.lpb, value.val.blob.dwCount);
+      break;
+    default:
+      break;
+  }
+}
+
+}  // namespace
+
 void ContactDatabase::MapProperties(const DbRecord& record, Contact& contact) {
   for (int i = 0; i < record.Count(); ++i) {
     const DbProperty* property = record.GetAt(i);
-    if (property->IsNotFound()) continue;
-    WORD number = property->GetNumber();
-    WORD type = property->GetType();
-    switch (type) {
-      case CEVT_LPWSTR: {
-        int field = ContactFieldOfProperty(number);
-        if (field >= 0) contact.text[field] = property->GetText();
-        break;
-      }
-      case CEVT_FILETIME:
-        if (number == kPropBirthday)
-          contact.birthday = property->GetFileTime();
-        else if (number == kPropAnniversary)
-          contact.anniversary = property->GetFileTime();
-        break;
-      case CEVT_I4:
-      case CEVT_UI4:
-        if (number == kPropDefaultItem)
-          contact.defaultItem = property->GetUI4();
-        else if (number == kPropFlag102)
-          contact.flag102 = property->GetUI4() != 0 ? 1 : 0;
-        break;
-      case CEVT_BOOL:
-        if (number == kPropFlag102) contact.flag102 = property->GetBool() ? 1 : 0;
-        break;
-      case CEVT_BLOB:
-        if (number == kPropCategories)
-          contact.categories.Assign(property->GetBlobData(), property->GetBlobLength());
-        else if (number == kPropNote)
-          contact.noteBlob.Assign(property->GetBlobData(), property->GetBlobLength());
-        break;
-      default:
-        break;
-    }
+    if (!property->IsNotFound()) MapValue(property->Value(), contact);
+  }
+}
+
+void ContactDatabase::MapValues(const CEPROPVAL* values, int count, Contact& contact) {
+  for (int i = 0; i < count && values != nullptr; ++i) {
+    if ((values[i].wFlags & CEDB_PROPNOTFOUND) == 0) MapValue(values[i], contact);
   }
 }
 
 bool ContactDatabase::LoadCurrent(Contact& contact) {
   contact.Clear();
-  DbRecord record;
   StepScope step(m_contacts, true);
-  CEOID oid = m_contacts.ReadRecord(record);
+  CEOID oid = m_contacts.ReadValues(m_read);
   if (oid == 0) return false;
-  MapProperties(record, contact);
+  MapValues(m_read.Values(), m_read.Count(), contact);
   contact.oid = oid;
   return true;
 }
@@ -126,10 +138,11 @@ CEOID ContactDatabase::ReadByOid(CEOID oid, DbRecord& record, int count, const C
 
 bool ContactDatabase::LoadByOid(CEOID oid, Contact& contact) {
   contact.Clear();
-  DbRecord record;
-  CEOID read = ReadByOid(oid, record, 0, nullptr);
+  if (m_contacts.SeekOid(oid) == 0) return false;
+  StepScope step(m_contacts, false);
+  CEOID read = m_contacts.ReadValues(m_read);
   if (read == 0) return false;
-  MapProperties(record, contact);
+  MapValues(m_read.Values(), m_read.Count(), contact);
   contact.oid = read;
   return true;
 }

@@ -73,6 +73,8 @@ class ContactDatabase {
   bool LoadDisplayFields(CEOID oid, Contact& contact);
   // The property map: every property of `record` that a Contact has a field for goes into it.
   static void MapProperties(const DbRecord& record, Contact& contact);
+  // The same for the `count` raw values of a read.
+  static void MapValues(const CEPROPVAL* values, int count, Contact& contact);
 
   // --- partial reads by oid -----------------------------------------------------------------------------
   bool ReadNameFields(CEOID oid, Str& last, Str& first, Str& company, Str& title);
@@ -117,4 +119,6 @@ class ContactDatabase {
   DbDatabase m_contacts;
   CategoriesDBManager m_categories;
   CategoryCounter* m_categoryCounter;
+  // The buffer of the whole-record reads, kept from record to record.
+  DbReadBuffer m_read;
 };

@@ -135,7 +135,30 @@ CEPROPID ContactTextId(int field) {
   return MAKE_CEPROPID(kContactTextProperties[field], CEVT_LPWSTR);
 }
 
+namespace {
+
+// The text properties' numbers all lie in this range; a table over it answers a lookup at once.
+const WORD kFirstTextNumber = 0x3A00;
+const WORD kTextNumberSpan = 0x0700;
+
+struct FieldOfNumber {
+  FieldOfNumber() {
+    for (int n = 0; n < kTextNumberSpan; ++n) field[n] = -1;
+    // The first field of a number wins, as the search from the start of the table gives it.
+    for (int i = kContactTextCount - 1; i >= 0; --i) {
+      const int at = kContactTextProperties[i] - kFirstTextNumber;
+      if (at >= 0 && at < kTextNumberSpan) field[at] = static_cast<signed char>(i);
+    }
+  }
+  signed char field[kTextNumberSpan];
+};
+
+}  // namespace
+
 int ContactFieldOfProperty(WORD number) {
+  static const FieldOfNumber table;
+  const int at = static_cast<int>(number) - kFirstTextNumber;
+  if (at >= 0 && at < kTextNumberSpan) return table.field[at];
   for (int i = 0; i < kContactTextCount; ++i) {
     if (kContactTextProperties[i] == number) return i;
   }

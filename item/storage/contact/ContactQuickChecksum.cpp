@@ -8,12 +8,12 @@
 bool ContactDatabase::QuickChecksum(uint32_t& checksum, CEOID& oid) {
   checksum = 0;
   WORD count = 0;
-  BYTE* buffer = nullptr;
-  DWORD size = 0;
-  oid = CeReadRecordProps(m_contacts.GetHandle(), CEDB_ALLOWREALLOC, &count, nullptr, &buffer, &size);
-  // The platform may hand over a buffer even when the read fails; it goes back either way, and the
-  // owner keeps the read's last error.
-  LocalMemory owned(buffer);
+  // Through the buffer of the whole-record reads, which the platform fills again in place; a failed
+  // read leaves it with the database all the same.
+  m_read.count = 0;
+  oid = CeReadRecordProps(m_contacts.GetHandle(), CEDB_ALLOWREALLOC, &count, nullptr, &m_read.buffer,
+                          &m_read.size);
+  const BYTE* buffer = m_read.buffer;
   if (oid == 0) {
     // The end of the table ends the walk that asks; a record deleted under it is a writer's race.
     DWORD error = GetLastError();

@@ -156,6 +156,28 @@ CEOID DbDatabase::ReadRecord(DbRecord& record, int count, const CEPROPID* wanted
   return oid;
 }
 
+CEOID DbDatabase::ReadValues(DbReadBuffer& read) {
+  read.count = 0;
+  if (m_step && m_atEnd) {
+    SetLastError(ERROR_HANDLE_EOF);
+    return 0;
+  }
+  WORD idCount = 0;
+  // A failed read leaves the buffer with the reader, grown or not.
+  CEOID oid =
+      CeReadRecordProps(m_handle.Get(), CEDB_ALLOWREALLOC, &idCount, nullptr, &read.buffer, &read.size);
+  DWORD error = GetLastError();
+  if (oid == 0) {
+    if (error != ERROR_NO_MORE_ITEMS && error != ERROR_KEY_DELETED)
+      LogDbFailure(L"CeReadRecordProps", error, nullptr, m_oid, L"ReadValues", __LINE__);
+    SetLastError(error);
+    return 0;
+  }
+  read.count = read.buffer != nullptr ? idCount : 0;
+  if (m_step) SeekNext();
+  return oid;
+}
+
 CEOID DbDatabase::WriteRecord(DbRecord& record, int mode, int count, const CEPROPID* only) {
   bool explicitList = count > 0 && only != nullptr;
   if (!explicitList && record.Count() == 0) {

@@ -8,6 +8,7 @@
 
 #include "foundation/Handles.h"
 #include "storage/db/DbProperty.h"
+#include "storage/db/DbReadBuffer.h"
 #include "storage/db/DbRecord.h"
 
 #include <windows.h>
@@ -53,6 +54,8 @@ class DbDatabase {
   // Reads the current record into `record`: every property, or the `count` ids of `wanted`.
   // Returns the record's oid, or 0 with the platform's last error.
   CEOID ReadRecord(DbRecord& record, int count = 0, const CEPROPID* wanted = nullptr);
+  // The same read of every property of the current record into `read`, whose buffer is reused.
+  CEOID ReadValues(DbReadBuffer& read);
   // Writes the record's properties, or only those of `only` (ids, looked up by number) that the
   // record has. Returns the oid written, or 0 with the last error (ERROR_NO_DATA: nothing to write).
   CEOID WriteRecord(DbRecord& record, int mode, int count = 0, const CEPROPID* only = nullptr);
