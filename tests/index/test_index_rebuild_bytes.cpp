@@ -15,6 +15,11 @@
 #include "Generator.h"
 #include "IndexFixture.h"
 #include "VCard.h"
+#include "DeviceDatabases.h"
+#include "ToolCategories.h"
+#include "manager/core/ContactManager.h"
+#include "manager/letters/KeypadGroups.h"
+#include "storage/db/StepScope.h"
 #include "storage/index/BulkBuilder.h"
 
 using namespace indextest;
@@ -51,16 +56,21 @@ Source FromTool(const ToolContact& tool, uint32_t oid) {
   return s;
 }
 
-std::vector<Source> AddressBook(uint32_t firstOid) {
+std::vector<ToolContact> AddressBookCards() {
   std::ifstream file(PAGEMARK_ADDRESS_BOOK, std::ios::binary);
   REQUIRE(file.good());
   const std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
   const VCardResult cards = ParseVCards(bytes);
   REQUIRE(cards.contacts.size() >= 100);
+  return cards.contacts;
+}
+
+std::vector<Source> AddressBook(uint32_t firstOid) {
+  const std::vector<ToolContact> cards = AddressBookCards();
   std::vector<Source> sources;
   // Oids from the top down, so that they don't arrive in ascending order.
-  uint32_t oid = firstOid + static_cast<uint32_t>(cards.contacts.size()) * 5;
-  for (const ToolContact& tool : cards.contacts) {
+  uint32_t oid = firstOid + static_cast<uint32_t>(cards.size()) * 5;
+  for (const ToolContact& tool : cards) {
     sources.push_back(FromTool(tool, oid));
     oid -= 5;
   }
@@ -99,7 +109,92 @@ std::pair<std::string, std::string> RebuildDigests(const std::vector<Source>& so
   return {HexOf(Digest(store.Data(), store.Length())), HexOf(Digest(props.Data(), props.Length()))};
 }
 
+// A manager over the test's index files.
+struct FileManager {
+  explicit FileManager(const std::wstring& name)
+      : indexPath(TempPath(name + L"_1.dat")), propsPath(TempPath(name + L"_2.dat")) {
+    DeleteFileW(indexPath.c_str());
+    DeleteFileW(propsPath.c_str());
+    manager.Index().Store().SetPath(indexPath.c_str());
+    manager.Index().Props().SetPath(propsPath.c_str());
+  }
+  ~FileManager() {
+    manager.Close();
+    DeleteFileW(indexPath.c_str());
+    DeleteFileW(propsPath.c_str());
+  }
+  std::wstring indexPath;
+  std::wstring propsPath;
+  ContactManager manager;
+};
+
 }  // namespace
+
+TEST_CASE("rebuild bytes: the manager's rebuild writes what a builder fed with the property map writes") {
+  // The records: the address book and generated contacts, written as the tools write them.
+  REQUIRE(MakeEmptyContactDatabases());
+  int written = 0;
+  {
+    ContactDatabase database;
+    ToolCategories categories;
+    REQUIRE(database.Open(nullptr));
+    REQUIRE(categories.Open());
+    ContactNote note;
+    std::vector<ToolContact> tools = AddressBookCards();
+    for (int k = 0; k < 400; ++k) tools.push_back(GenerateContact(5, k));
+    for (const ToolContact& tool : tools) {
+      // A card whose Note would be a rich document needs the item's resources, which this program
+      // doesn't carry: those stay out.
+      Contact contact;
+      if (ToContactRecord(tool, categories, note, contact) && database.AddContact(contact, true)) ++written;
+    }
+    REQUIRE(written > 400);
+    categories.Flush();
+  }
+  // The manager rebuilds at its start, there being no index.
+  FileManager rebuilt(L"rebuild_manager");
+  REQUIRE(rebuilt.manager.Open(GetModuleHandleW(nullptr), nullptr, nullptr, nullptr));
+  REQUIRE(rebuilt.manager.LastOpenReport().rebuilt);
+
+  // The same records read one by one through a DbRecord and the property map.
+  IndexFixture reference(L"rebuild_reference", false);
+  // The groups of the active letter set, as the manager's start made them (the fixture set others).
+  RebuildKeypadGroups();
+  {
+    ContactDatabase database;
+    REQUIRE(database.Open(nullptr));
+    DbDatabase& table = database.Contacts();
+    StepScope step(table, true);
+    table.SetAtEnd(false);
+    REQUIRE(table.SeekIndex(0) != 0u);
+    ContactNote note;
+    BulkBuilder builder;
+    while (!table.IsAtEnd()) {
+      DbRecord record;
+      const CEOID oid = table.ReadRecord(record);
+      REQUIRE(oid != 0u);
+      Contact* contact = new Contact();
+      ContactDatabase::MapProperties(record, *contact);
+      contact->oid = oid;
+      contact->checksum = contact->ComputeChecksum();
+      Str text;
+      note.GetNoteText(*contact, text);
+      reference.keys.Put(*contact);
+      REQUIRE(builder.AddContact(contact, text));
+    }
+    REQUIRE(builder.ContactCount() == written);
+    REQUIRE(reference.index.WriteBulk(builder));
+    reference.index.Props().SetDbState(rebuilt.manager.Index().Props().GetDbState());
+  }
+  CHECK(CheckReport(reference.index) == "");
+
+  IndexStore& store = rebuilt.manager.Index().Store();
+  PropsStore& props = rebuilt.manager.Index().Props();
+  REQUIRE(store.Length() == reference.index.Store().Length());
+  REQUIRE(props.Length() == reference.index.Props().Length());
+  CHECK(memcmp(store.Data(), reference.index.Store().Data(), store.Length()) == 0);
+  CHECK(memcmp(props.Data(), reference.index.Props().Data(), props.Length()) == 0);
+}
 
 TEST_CASE("rebuild bytes: the address book") {
   const auto digests = RebuildDigests(AddressBook(0x10001));

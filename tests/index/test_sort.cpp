@@ -299,3 +299,40 @@ TEST_CASE(
   CHECK(f.index.Check(after));
   CHECK(U8(static_cast<const wchar_t*>(after)).empty());
 }
+
+TEST_CASE(
+    "the rebuild's sort through sort keys gives the order of the texts, on keys the locale treats apart") {
+  // Case, accents, hyphens and apostrophes (which the word order weighs apart), punctuation, digits,
+  // Cyrillic, empty keys and repeats, each under several oids.
+  const wchar_t* const pieces[] = {L"smith", L"Smith",  L"SMITH",  L"co-op",  L"coop",   L"co op", L"o'neil",
+                                   L"oneil", L"O'Neil", L"éclair", L"eclair", L"Eclair", L"ёлка",  L"елка",
+                                   L"Ёлка",  L"иван",   L"Иван",   L"10",     L"9",      L"a1",    L"a 1",
+                                   L"",      L"-",      L"'",      L"z",      L"Zz",     L"ß",     L"ss",
+                                   L"æ",     L"ae",     L"Łódź",   L"lodz",   L"№5",     L"#5"};
+  const int count = static_cast<int>(sizeof pieces / sizeof pieces[0]);
+  std::mt19937 random(4711);
+  for (int round = 0; round < 20; ++round) {
+    Array<SortPair> pairs;
+    const int size = 1 + static_cast<int>(random() % 300);
+    for (int k = 0; k < size; ++k) {
+      SortPair pair;
+      std::wstring key = pieces[random() % count];
+      if (random() % 2 == 0) key += std::wstring(L", ") + pieces[random() % count];
+      pair.key = key.c_str();
+      pair.oid = 1000 + static_cast<CEOID>(random() % 100000);
+      bool taken = false;
+      for (int j = 0; j < pairs.GetSize(); ++j) taken = taken || pairs[j].oid == pair.oid;
+      if (!taken) pairs.Add(pair);
+    }
+    Array<SortPair> byTexts = pairs;
+    SortPairs(byTexts);
+    SortPairsBySortKeys(pairs);
+    REQUIRE(pairs.GetSize() == byTexts.GetSize());
+    for (int k = 0; k < pairs.GetSize(); ++k) {
+      CHECK(pairs[k].oid == byTexts[k].oid);
+      CHECK(Str::IsEqual(pairs[k].key, byTexts[k].key));
+    }
+    for (int k = 1; k < pairs.GetSize(); ++k)
+      CHECK(CompareSortKeys(pairs[k - 1].key, pairs[k - 1].oid, pairs[k].key, pairs[k].oid) < 0);
+  }
+}
