@@ -296,7 +296,25 @@ DWORD WINAPI MappedFile::LoadThread(void* parameter) {
 }
 
 BOOL MappedFile::LoadRest() {
-  const BOOL ok = ReadSpan(loadFile.Get(), Data(), loadFrom, loadSize - loadFrom);
+  // Through a view of the file rather than ReadFile into the mapping: a read into memory not yet
+  // touched holds the platform's lock of the address space while it runs, and the opener's thread
+  // would wait on it. The handle's sharing keeps writers of the file away meanwhile.
+  BOOL ok = FALSE;
+  KernelHandle section(CreateFileMappingW(loadFile.Get(), nullptr, PAGE_READONLY, 0, 0, nullptr));
+  if (!section.IsEmpty()) {
+    MappedView source(MapViewOfFile(section.Get(), FILE_MAP_READ, 0, 0, 0));
+    if (!source.IsEmpty()) {
+      memcpy(Data() + loadFrom, static_cast<const BYTE*>(source.Get()) + loadFrom, loadSize - loadFrom);
+      ok = TRUE;
+    }
+  }
+  // Without a view, in slices, so that the lock is never held for long.
+  for (DWORD at = loadFrom; !ok && at < loadSize;) {
+    const DWORD slice = loadSize - at < kLoadSlice ? loadSize - at : kLoadSlice;
+    if (!ReadSpan(loadFile.Get(), Data(), at, slice)) break;
+    at += slice;
+    if (at == loadSize) ok = TRUE;
+  }
   if (!ok) loadFailed = TRUE;
   // Other processes may use the data from here on; the length word says when.
   InterlockedExchange(static_cast<LONG*>(view.Get()), ok ? static_cast<LONG>(loadLength) : 0);

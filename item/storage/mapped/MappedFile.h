@@ -43,6 +43,8 @@ class MappedFile {
   static constexpr uint32_t kMaxLength = kMappingSize - 8;
   // Slice of a background write.
   static constexpr uint32_t kSliceSize = 4096;
+  // Slice of a background copy that reads the file.
+  static constexpr uint32_t kLoadSlice = 65536;
   // The length word while the first opener copies the file into a new mapping.
   static constexpr uint32_t kLoadingLength = 0xFFFFFFFF;
   // How long an attaching process waits for another one's copy before it gives up.
