@@ -5,8 +5,9 @@
 // is started twice, first over no index (a full rebuild), then with its index in step as on most
 // starts; the taps come once the idle work after the second start is done.
 //
-// Run it on a fresh device (scripts/bench-search.sh does): it writes the contacts into the device's
-// own database and the item keeps its index in the device's temporary folder.
+// It runs only on a fresh device of its own (PAGEMARK_DEVICE set, as scripts/bench-search.sh runs it):
+// it writes the contacts into the device's own database, and the item keeps its index and settings on
+// the device.
 //
 // Usage: bench_tap [COUNT]   another number of contacts than 10,000.
 #include <windows.h>
@@ -205,6 +206,13 @@ int main(int argc, char** argv) {
   if (count <= 0) {
     std::printf("usage: bench_tap [COUNT]\n");
     return 2;
+  }
+  // The contacts, the index and the item's settings go into the device itself: only a fresh device of
+  // the run's own will do, never the build's device of people and tools.
+  wchar_t device[MAX_PATH];
+  if (GetEnvironmentVariableW(L"PAGEMARK_DEVICE", device, MAX_PATH) == 0) {
+    std::printf("bench_tap: runs on a fresh device of its own only; scripts/bench-search.sh runs it so\n");
+    return 0;
   }
   double begin = NowMs();
   std::printf("tap bench: writing %d contacts", count);
