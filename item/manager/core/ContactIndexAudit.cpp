@@ -14,6 +14,12 @@ void DeleteAll(Array<Contact*>& contacts) {
   contacts.RemoveAll();
 }
 
+// A record's oid and quick checksum.
+struct RecordSum {
+  CEOID oid;
+  uint32_t sum;
+};
+
 // Owns the contacts read during the pass.
 struct ContactBatch {
   ~ContactBatch() { DeleteAll(items); }
@@ -31,9 +37,26 @@ BOOL ContactManager::Inspect() {
     return FullRebuild();
   }
 
+  // 2 and 3 read the table once, in its order: every record's oid and quick checksum from its raw
+  // properties. Only the few records that differ are read whole, afterwards.
+  Array<RecordSum> sums;
+  DbDatabase& table = Contacts();
+  table.SetAtEnd(false);
+  if (table.SeekIndex(0) == 0) table.SetAtEnd(true);
+  while (!table.IsAtEnd()) {
+    RecordSum record;
+    if (!QuickChecksum(record.sum, record.oid)) {
+      if (IsEndOfTable(GetLastError())) break;
+      return FALSE;
+    }
+    sums.Add(record);
+    table.SeekNext();
+  }
+
   // 2. Contacts that are gone from the database.
   Array<CEOID> present;
-  if (!EnumerateOids(ListFilter(), present)) return FALSE;
+  present.SetSize(sums.GetSize());
+  for (int i = 0; i < sums.GetSize(); ++i) present[i] = sums[i].oid;
   SortIds(present);
   Array<CEOID> removed;
   for (int i = 0; i < indexed.GetSize(); ++i) {
@@ -46,50 +69,45 @@ BOOL ContactManager::Inspect() {
   }
 
   // 3. Records added or changed: their quick checksums against the stored ones (the index's ids
-  // stand sorted since step 1).
-  ContactBatch added;
-  ContactBatch changed;
-  DbDatabase& table = Contacts();
-  table.SetAtEnd(false);
-  if (table.SeekIndex(0) == 0) table.SetAtEnd(true);
-  while (!table.IsAtEnd()) {
-    uint32_t sum = 0;
-    CEOID oid = 0;
-    if (!QuickChecksum(sum, oid)) {
-      if (IsEndOfTable(GetLastError())) break;
-      return FALSE;
-    }
-    const bool known = ContainsId(indexed, oid);
+  // stand sorted since step 1), in table order until there are more differences than are patched.
+  Array<RecordSum> addedSums;
+  Array<RecordSum> changedSums;
+  for (int i = 0; i < sums.GetSize(); ++i) {
+    const RecordSum& record = sums[i];
+    const bool known = ContainsId(indexed, record.oid);
     if (known) {
-      uint32_t record = 0;
+      uint32_t offset = 0;
       uint32_t stored = 0;
-      if (!index.Find(oid, &record) || !index.Props().GetChecksum(record, stored)) return FALSE;
-      if (stored == sum) {
-        table.SeekNext();
-        continue;
-      }
+      if (!index.Find(record.oid, &offset) || !index.Props().GetChecksum(offset, stored)) return FALSE;
+      if (stored == record.sum) continue;
     }
-    Contact* contact = CheckAllocation(new (std::nothrow) Contact());
-    if (!LoadCurrent(*contact)) {
-      const DWORD error = GetLastError();
-      delete contact;
-      if (IsEndOfTable(error)) break;
-      return FALSE;
-    }
-    contact->checksum = sum;
-    (known ? changed : added).items.Add(contact);
-    if (added.items.GetSize() + changed.items.GetSize() + removed.GetSize() > kMaxInspectChanges) break;
+    (known ? changedSums : addedSums).Add(record);
+    if (addedSums.GetSize() + changedSums.GetSize() + removed.GetSize() > kMaxInspectChanges) break;
   }
-  openReport.added = added.items.GetSize();
-  openReport.changed = changed.items.GetSize();
+  openReport.added = addedSums.GetSize();
+  openReport.changed = changedSums.GetSize();
 
   // 4. Too many differences: a rebuild is cheaper. None: nothing to write, and the stamp stays.
-  const int total = removed.GetSize() + added.items.GetSize() + changed.items.GetSize();
+  const int total = removed.GetSize() + addedSums.GetSize() + changedSums.GetSize();
   if (total > kMaxInspectChanges) {
     openReport.rebuilt = TRUE;
     return FullRebuild();
   }
   if (total == 0) return TRUE;
+  ContactBatch added;
+  ContactBatch changed;
+  for (int pass = 0; pass < 2; ++pass) {
+    const Array<RecordSum>& list = pass == 0 ? addedSums : changedSums;
+    for (int i = 0; i < list.GetSize(); ++i) {
+      Contact* contact = CheckAllocation(new (std::nothrow) Contact());
+      if (!LoadByOid(list[i].oid, *contact)) {
+        delete contact;
+        return FALSE;
+      }
+      contact->checksum = list[i].sum;
+      (pass == 0 ? added : changed).items.Add(contact);
+    }
+  }
   BeginProgress(total, TRUE, L"Update indexes");
 
   // 5. Apply them, with the in-change byte set so that a cut-off pass is repaired at the next open.
