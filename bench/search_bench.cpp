@@ -41,14 +41,10 @@
 #include "Output.h"
 #include "ToolCategories.h"
 #include "extended/ContactNote.h"
-#include "foundation/Settings.h"
 #include "manager/core/ContactManager.h"
 #include "manager/letters/KeypadGroups.h"
-#include "manager/letters/LetterSet.h"
 #include "storage/contact/ContactDatabase.h"
-#include "storage/index/ContactFeed.h"
 #include "storage/mapped/MappedFile.h"
-#include "storage/index/WordSplitter.h"
 
 namespace {
 
