@@ -9,8 +9,8 @@
 #include "MessagePump.h"
 #include "SearchTestSupport.h"
 #include "manager/letters/KeypadGroups.h"
-#include "manager/search/ListPositions.h"
-#include "manager/search/NameKeyCache.h"
+#include "manager/aids/ListPositions.h"
+#include "manager/aids/NameKeyCache.h"
 #include "storage/index/IndexFormat.h"
 
 using namespace searchtest;

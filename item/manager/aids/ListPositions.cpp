@@ -1,5 +1,5 @@
 // ListPositions and PositionSet.
-#include "manager/search/ListPositions.h"
+#include "manager/aids/ListPositions.h"
 
 #include <string.h>
 

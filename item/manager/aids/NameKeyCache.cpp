@@ -1,7 +1,7 @@
 // NameKeyCache: an open-addressing table from oid to a run of the pool. A run holds the three names
 // one after the other; each name is its words and a 0 that ends it, each word its true length (two
 // characters, low half first, plus one so that it is never 0) and then its first characters, lowered.
-#include "manager/search/NameKeyCache.h"
+#include "manager/aids/NameKeyCache.h"
 
 #include <string.h>
 #include <wchar.h>
