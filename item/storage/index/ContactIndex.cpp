@@ -34,7 +34,7 @@ BOOL ContactIndex::Open() {
   ClearWalk();
   loadState = StoresLoaded;
   if (!store.Open(0)) return FALSE;
-  if (!LoadContactTree()) {
+  if (!store.CheckLayout(nullptr) || !LoadContactTree()) {
     store.Close();
     SetLastError(ERROR_INVALID_DATA);
     return FALSE;
