@@ -31,10 +31,10 @@
 #include "manager/letters/KeypadGroups.h"
 #include "manager/aids/ListPositions.h"
 #include "manager/aids/NameKeyCache.h"
+#include "manager/aids/PositionSearch.h"
 #include "storage/contact/Contact.h"
 #include "storage/index/BulkBuilder.h"
 #include "storage/index/SearchTree.h"
-#include "storage/index/WordSplitter.h"
 
 namespace {
 
@@ -47,107 +47,57 @@ const int kTableKinds = Text2 + 1;
 const int kCompareAllUpTo = 30000;
 const size_t kComparedQueries = 20;
 
-// Sets the position of every listed oid that a lookup reaches, as the manager's lookup does.
-class MarkPositions : public TreeListVisitor {
+// No database stands behind the bench: a contact the cache can't rank is counted and stays with the
+// rest, where the manager would read its record.
+class NoRecords : public NameSource {
  public:
-  MarkPositions(const ListPositions& table, PositionSet& target) : positions(table), hits(target) {}
-  void OnList(const uint32_t* oids, uint32_t count) override {
-    for (uint32_t k = 0; k < count; ++k) {
-      const int position = positions.PositionOf(oids[k]);
-      if (position >= 0) hits.Add(position);
-    }
-    reached = true;
+  bool ReadNames(CEOID, Str&, Str&, Str&) override {
+    ++undecided;
+    return false;
   }
-  bool reached = false;
-
- private:
-  const ListPositions& positions;
-  PositionSet& hits;
+  long long undecided = 0;
 };
 
-// The search structures of one address book and the manager's way through them.
+// The search structures of one address book and the manager's own search over them (PositionSearch).
 class ScaledSearch {
  public:
   ScaledSearch()
       : store(kStoreCapacity), words(&store, kWordRootSlot, kWordReverseSlot),
-        keys(&store, kKeypadRootSlot, kKeypadReverseSlot) {}
+        keys(&store, kKeypadRootSlot, kKeypadReverseSlot), aids(positions, names) {}
 
   // Builds the trees and lists of the builder's contacts; false when the store refuses.
   bool Build(BulkBuilder& builder) {
     return store.CreateInMemory(IndexStore::kCreateSize) && builder.WriteTree(store, WordTree) &&
-           builder.WriteTree(store, KeypadTree) && builder.WriteSortedLists(store) && positions.Sync(store);
+           builder.WriteTree(store, KeypadTree) && builder.WriteSortedLists(store) && aids.Sync(store);
   }
 
   // The keypad or text search as the contact manager runs it on its aids, in its three stages.
   void Search(const std::wstring& query, bool keypad, std::vector<uint32_t>& out) {
     Match(query, keypad);
-    ReadOff(out);
-    Rank(query, keypad, out);
+    ReadOff(result);
+    Rank(query, keypad, result);
+    out.assign(result.GetData(), result.GetData() + result.GetSize());
   }
 
   // The lookup: the name-list positions of the contacts that match.
   void Match(const std::wstring& query, bool keypad) {
-    hits.Reset(positions.Count());
-    if (keypad) {
-      MarkPositions mark(positions, hits);
-      keys.VisitPrefix(query.c_str(), static_cast<int>(query.size()), mark);
-      return;
-    }
-    Str text(query.c_str());
-    text.TrimLeft();
-    text.TrimRight();
-    if (text.IsEmpty()) return;
-    text.MakeLower();
-    WordSplitter splitter;
-    splitter.Reset(text);
-    Str word;
-    bool first = true;
-    while (splitter.Next(word)) {
-      PositionSet& target = first ? hits : wordHits;
-      if (!first) wordHits.Reset(positions.Count());
-      MarkPositions mark(positions, target);
-      const wchar_t* chars = word;
-      words.VisitPrefix(chars, word.GetLength(), mark);
-      if (!mark.reached) {
-        hits.Reset(positions.Count());
-        return;
-      }
-      if (!first) hits.Intersect(wordHits);
-      first = false;
-    }
+    aids.Match(keypad ? keys : words, Str(query.c_str()), keypad ? TRUE : FALSE, hits);
   }
 
   // The match in name-list order.
-  void ReadOff(std::vector<uint32_t>& out) const {
-    out.clear();
-    for (int position = hits.Next(0); position >= 0; position = hits.Next(position + 1))
-      out.push_back(positions.OidAt(position));
-  }
+  void ReadOff(Array<CEOID>& out) const { aids.ReadOff(hits, 0, out); }
 
   // From two characters on: the contacts with a word of the last name beginning with the query
   // first, then of the first name, then of the company, each part in list order.
-  void Rank(const std::wstring& query, bool keypad, std::vector<uint32_t>& out) {
-    if (query.size() < 2 || out.size() < 2) return;
-    wanted = query;
-    if (!keypad) CharLowerBuffW(&wanted[0], static_cast<DWORD>(wanted.size()));
-    for (std::vector<uint32_t>& part : parts) part.clear();
-    for (uint32_t oid : out) {
-      int rank = names.Rank(oid, wanted.c_str(), static_cast<int>(wanted.size()), keypad ? TRUE : FALSE);
-      if (rank == RankUnknown) {
-        ++undecided;
-        rank = RankNone;
-      }
-      parts[rank].push_back(oid);
-    }
-    out.clear();
-    for (const std::vector<uint32_t>& part : parts) out.insert(out.end(), part.begin(), part.end());
+  void Rank(const std::wstring& query, bool keypad, Array<CEOID>& out) {
+    aids.Rank(Str(query.c_str()), keypad ? TRUE : FALSE, TRUE, records, nullptr, out);
   }
 
   MemoryIndexStore& Store() { return store; }
   const ListPositions& Positions() const { return positions; }
   NameKeyCache& Names() { return names; }
   // Contacts the cache couldn't rank (none expected: no query is longer than what it keeps).
-  long long Undecided() const { return undecided; }
+  long long Undecided() const { return records.undecided; }
 
  private:
   MemoryIndexStore store;
@@ -155,10 +105,10 @@ class ScaledSearch {
   SearchTree keys;
   ListPositions positions;
   NameKeyCache names;
-  PositionSet hits, wordHits;
-  std::wstring wanted;
-  std::vector<uint32_t> parts[4];
-  long long undecided = 0;
+  PositionSearch aids;
+  NoRecords records;
+  PositionSet hits;
+  Array<CEOID> result;
 };
 
 struct CountFigures {
@@ -188,7 +138,7 @@ void Measure(const QuerySet& queries, ScaledSearch& search, NaivePeer& naive, Co
     if (list.empty()) continue;
     const bool keypad = IsKeypadKind(kind);
     long long hits = 0;
-    std::vector<std::vector<uint32_t>> ordered(list.size());
+    std::vector<Array<CEOID>> ordered(list.size());
     for (size_t q = 0; q < list.size(); ++q) {
       search.Match(list[q], keypad);
       search.ReadOff(ordered[q]);
@@ -214,17 +164,18 @@ void Measure(const QuerySet& queries, ScaledSearch& search, NaivePeer& naive, Co
     figures.lookupUs[kind] = PerQueryUs(list.size(), [&] {
       for (const std::wstring& query : list) search.Match(query, keypad);
     });
+    Array<CEOID> readOff;
     const double matchedUs = PerQueryUs(list.size(), [&] {
       for (const std::wstring& query : list) {
         search.Match(query, keypad);
-        search.ReadOff(found);
+        search.ReadOff(readOff);
       }
     });
     figures.readOffUs[kind] = std::max(0.0, matchedUs - figures.lookupUs[kind]);
     // The copies that the ranking works on are made outside the timing.
     std::vector<double> times;
     for (int r = 0; r < kSearchRepeats; ++r) {
-      std::vector<std::vector<uint32_t>> work(ordered);
+      std::vector<Array<CEOID>> work(ordered);
       const double start = NowMs();
       for (size_t q = 0; q < list.size(); ++q) search.Rank(list[q], keypad, work[q]);
       times.push_back(NowMs() - start);

@@ -143,7 +143,10 @@ void DeleteIndexFiles() {
 // The manager with the stages of its searches within reach, so that their parts can be timed alone.
 class StagedManager : public ContactManager {
  public:
-  using ContactManager::MatchPositions;
+  // The lookup alone, over positions an earlier OrderedMatch brought in step.
+  void MatchPositions(const Str& query, BOOL keypad, PositionSet& hits) {
+    aids.Match(Index().Tree(keypad ? KeypadTree : WordTree), query, keypad, hits);
+  }
   using ContactManager::OrderedMatch;
   using ContactManager::ReorderByName;
 };

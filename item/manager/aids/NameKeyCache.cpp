@@ -119,7 +119,10 @@ void NameKeyCache::Remember(CEOID oid, const Str& last, const Str& first, const 
   Forget(oid);
   if ((used + 1) * 2 > table.GetSize()) Grow();
 
-  const uint32_t start = static_cast<uint32_t>(pool.GetSize());
+  // The pool grows by its own size, so that filling it for many contacts copies it a few times only.
+  const int size = pool.GetSize();
+  if (size > 1024 && pool.GetGrowBy() < size) pool.SetSize(size, size);
+  const uint32_t start = static_cast<uint32_t>(size);
   if (last.IsEmpty()) {
     AppendName(first);
     AppendName(last);

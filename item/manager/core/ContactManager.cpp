@@ -13,7 +13,7 @@ ContactManager* g_contactManager = nullptr;
 
 ContactManager::ContactManager()
     : keySource(this), progress(nullptr), instance(nullptr), rebuilding(FALSE), listener(nullptr),
-      sync(nullptr), opened(FALSE), simSourceAttached(FALSE), searchAids(TRUE), nameFillCursor(0),
+      sync(nullptr), opened(FALSE), simSourceAttached(FALSE), aids(positions, nameKeys), searchAids(TRUE),
       progressPer(0), progressDone(0), keypadPer(0), keypadReported(0), keypadStep(1) {
   index.SetKeySource(&keySource);
 }
@@ -201,12 +201,11 @@ void ContactManager::OnIdleTimer() {
     if (index.WalkFoundDamage()) RepairDamagedIndex();
     return;
   }
-  if (searchAids && index.IsOpen() && !index.IsDamaged()) {
-    const BOOL filled = FillNameKeys(kIdleSliceMs);
-    // Not filled with the cursor back at the start: a whole pass has ended, and the names left can't
-    // be read. Going round again would find the same.
-    if (!filled && nameFillCursor != 0) return;
-  }
+  // Slices of the name cache's fill until a whole round of the list has gone by; names that can't be
+  // read then would not be read on another round either.
+  if (searchAids && index.IsOpen() && !index.IsDamaged() && aids.Sync(index.Store()) &&
+      !aids.Fill(*this, kIdleSliceMs))
+    return;
   idleWindow.StopTimer();
 }
 

@@ -19,6 +19,7 @@
 #include "manager/core/SearchTypes.h"
 #include "manager/aids/ListPositions.h"
 #include "manager/aids/NameKeyCache.h"
+#include "manager/aids/PositionSearch.h"
 #include "storage/contact/ContactDatabase.h"
 #include "storage/index/ContactIndex.h"
 #include "storage/index/ContactKeySource.h"
@@ -52,7 +53,7 @@ struct IndexOpenReport {
   int removed, added, changed;  // what the inspection found (and applied unless it rebuilt)
 };
 
-class ContactManager : public ContactDatabase, public DbEventTarget {
+class ContactManager : public ContactDatabase, public DbEventTarget, public NameSource {
  public:
   // Differences up to which a stale index is patched, and queued events up to which they are applied
   // one by one; above them a full rebuild is cheaper.
@@ -125,9 +126,11 @@ class ContactManager : public ContactDatabase, public DbEventTarget {
   void SetSearchAids(BOOL on);
   BOOL SearchAids() const { return searchAids; }
   NameKeyCache& NameKeys() { return nameKeys; }
-  // Gives name-key entries to listed contacts that have none, in the name list's order, for about
-  // `budgetMs` milliseconds (0: all of them); true when every listed contact has one.
+  // Gives name-key entries to listed contacts that have none, going round the name list, for about
+  // `budgetMs` milliseconds (0: the rest of the round); true when a whole round has gone by.
   virtual BOOL FillNameKeys(DWORD budgetMs);
+  // NameSource: the names the ranking can't take from the cache come from the database.
+  bool ReadNames(CEOID oid, Str& last, Str& first, Str& company) override;
   // Whether contact `id` comes from the SIM card. No SIM source is attached in this system: false.
   virtual BOOL IsSimContact(CEOID id);
   void SetSimSourceAttached(BOOL attached) { simSourceAttached = attached; }
@@ -233,8 +236,6 @@ class ContactManager : public ContactDatabase, public DbEventTarget {
   // the list positions; false with `handled` false when the positions can't serve.
   BOOL OrderedMatch(const Str& query, BOOL keypad, int sortKind, const CategoryFilter& filter,
                     Array<CEOID>& out, BOOL& handled);
-  // The name-list positions of the contacts that match the query.
-  BOOL MatchPositions(const Str& query, BOOL keypad, PositionSet& hits);
   // Drops the SIM contacts when HideSim is on and a SIM source is attached.
   void HideSimStage(Array<CEOID>& ids);
   // The digits of every phone of record `oid`, its eleven phone properties first, then the extended
@@ -276,9 +277,8 @@ class ContactManager : public ContactDatabase, public DbEventTarget {
   IndexOpenReport openReport;
   NameKeyCache nameKeys;
   ListPositions positions;
+  PositionSearch aids;
   BOOL searchAids;
-  // Where the idle fill of the name keys goes on in the name list.
-  int nameFillCursor;
   // Progress of the pass in hand.
   double progressPer;
   int progressDone;

@@ -1,127 +1,30 @@
-// The ranking of a search's result: contacts whose last name, first name or company has a word that
-// begins with the query move to the front, in that order of precedence.
+// The ranking of a search's result by name, through the searches' aids with this manager's database
+// as the source of the names the cache can't tell.
 #include "manager/core/ContactManager.h"
-
-#include <wchar.h>
-
-#include "manager/letters/KeypadGroups.h"
-#include "storage/index/WordSplitter.h"
 
 namespace {
 
-// The word separators as a table for the characters below 128; the others are looked up in the list.
-class SeparatorTable {
+// The search's cancel as the ranking asks it.
+class CancelOfSearch : public RankingCancel {
  public:
-  SeparatorTable() {
-    for (int ch = 0; ch < kTableSize; ++ch) ascii[ch] = false;
-    for (const wchar_t* at = kWordSeparators; *at != 0; ++at) {
-      if (*at < kTableSize) ascii[*at] = true;
-    }
-  }
-  bool IsSeparator(wchar_t ch) const {
-    if (ch < kTableSize) return ascii[ch];
-    return wcschr(kWordSeparators, ch) != nullptr;
+  explicit CancelOfSearch(SearchCancel* searchCancel) : cancel(searchCancel) {}
+  bool Cancelled() override {
+    if (cancel == nullptr || !cancel->IsCancelled()) return false;
+    SetLastError(ERROR_CANCELLED);
+    return true;
   }
 
  private:
-  static const int kTableSize = 128;
-  bool ascii[kTableSize];
+  SearchCancel* cancel;
 };
-
-// Whether the word of `length` characters at `word` begins with the `count` characters of `query`:
-// the word in lower case for a text query, its keypad keys for a keypad query. Only as much of the
-// word is lowered as the comparison can reach (one more, so that a pair of surrogates is never cut),
-// and never past a character 0, where lowering a whole word stops too.
-bool WordBeginsWith(const wchar_t* word, int length, const wchar_t* query, int count, BOOL keypad,
-                    Array<wchar_t>& lowered) {
-  if (length < count) return false;
-  int reach = 0;
-  while (reach < length && reach <= count && word[reach] != 0) ++reach;
-  if (lowered.GetSize() < reach) lowered.SetSize(reach);
-  wchar_t* low = lowered.GetData();
-  for (int i = 0; i < reach; ++i) low[i] = word[i];
-  if (reach > 0) CharLowerBuffW(low, static_cast<DWORD>(reach));
-
-  for (int i = 0; i < count; ++i) {
-    if (keypad) {
-      // The keys end at a 0 or at the first character no group holds: then they are too short.
-      const wchar_t key = i < reach ? g_keypadGroups.KeyOf(low[i]) : 0;
-      if (key == 0 || key != query[i]) return false;
-    } else {
-      // Compared as the strings are compared: a 0 in both ends the comparison with a match.
-      const wchar_t ch = i < reach ? low[i] : word[i];
-      if (ch != query[i]) return false;
-      if (ch == 0) return true;
-    }
-  }
-  return true;
-}
-
-// Whether a word of `name` begins with `query`.
-bool NameBeginsWith(const Str& name, const Str& query, BOOL keypad, const SeparatorTable& separators,
-                    Array<wchar_t>& lowered) {
-  const int length = name.GetLength();
-  const wchar_t* chars = name;
-  int at = 0;
-  while (at < length) {
-    if (separators.IsSeparator(chars[at])) {
-      ++at;
-      continue;
-    }
-    const int start = at;
-    while (at < length && !separators.IsSeparator(chars[at])) ++at;
-    if (WordBeginsWith(chars + start, at - start, query, query.GetLength(), keypad, lowered)) return true;
-  }
-  return false;
-}
 
 }  // namespace
 
-BOOL ContactManager::ReorderByName(const Str& query, BOOL keypad, Array<CEOID>& out, SearchCancel* cancel) {
-  // One character would read a large part of all contacts on the first key press.
-  if (query.GetLength() < 2 || out.GetSize() < 2) return TRUE;
-  Str wanted(query);
-  if (!keypad) wanted.MakeLower();
+bool ContactManager::ReadNames(CEOID oid, Str& last, Str& first, Str& company) {
+  return ReadNameFields(oid, last, first, company);
+}
 
-  const SeparatorTable separators;
-  Array<wchar_t> lowered;
-  Array<CEOID> byLast, byFirst, byCompany, rest;
-  Str last, first, company;
-  for (int k = 0; k < out.GetSize(); ++k) {
-    if (IsCancelled(cancel)) return FALSE;
-    const CEOID oid = out[k];
-    const int kept = searchAids ? nameKeys.Rank(oid, wanted, wanted.GetLength(), keypad) : RankUnknown;
-    if (kept != RankUnknown) {
-      Array<CEOID>& part = kept == RankLast      ? byLast
-                           : kept == RankFirst   ? byFirst
-                           : kept == RankCompany ? byCompany
-                                                 : rest;
-      part.Add(oid);
-      continue;
-    }
-    // A record that can't be read stays where it stands.
-    if (!ReadNameFields(oid, last, first, company)) {
-      rest.Add(oid);
-      continue;
-    }
-    // With no last name the first name ranks as the last name.
-    if (last.IsEmpty()) {
-      last = first;
-      first.Empty();
-    }
-    if (NameBeginsWith(last, wanted, keypad, separators, lowered))
-      byLast.Add(oid);
-    else if (NameBeginsWith(first, wanted, keypad, separators, lowered))
-      byFirst.Add(oid);
-    else if (NameBeginsWith(company, wanted, keypad, separators, lowered))
-      byCompany.Add(oid);
-    else
-      rest.Add(oid);
-  }
-  // Within each part the sort order stands.
-  out = byLast;
-  out.Append(byFirst);
-  out.Append(byCompany);
-  out.Append(rest);
-  return TRUE;
+BOOL ContactManager::ReorderByName(const Str& query, BOOL keypad, Array<CEOID>& out, SearchCancel* cancel) {
+  CancelOfSearch asked(cancel);
+  return aids.Rank(query, keypad, searchAids, *this, &asked, out);
 }
