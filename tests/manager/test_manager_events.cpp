@@ -197,6 +197,18 @@ TEST_CASE("a stopped timer whose tick is already queued never fires") {
     Pump(200);
     CHECK(target.saveTimers == 0);
   }
+  SUBCASE("a timer started anew drops the tick of its earlier start") {
+    DbMsgStack stack;
+    REQUIRE(stack.Create(GetModuleHandleW(nullptr), &target));
+    stack.StartTimer(1);
+    const DWORD start = GetTickCount();
+    while (!TimerQueued(stack.GetHwnd()) && GetTickCount() - start < 2000) Sleep(5);
+    REQUIRE(TimerQueued(stack.GetHwnd()));
+    stack.StartTimer(10000);
+    Pump(200);
+    CHECK(target.eventTimers == 0);
+    CHECK(stack.IsTimerRunning());
+  }
   SUBCASE("a running timer fires once and stops itself") {
     DbMsgStack stack;
     REQUIRE(stack.Create(GetModuleHandleW(nullptr), &target));

@@ -289,6 +289,7 @@ TEST_CASE("pimtool beside the item: a write takes over as master for its run and
   REQUIRE(item.Command(toolpeer::CmdCount) == 40);
 
   Run add = Tool(L"pimtool.exe", std::wstring(L"add LastName=") + toolpeer::kLookedFor + L" FirstName=Zed");
+  CAPTURE(add.err);
   CHECK(add.code == 0);
   CHECK(add.err.empty());
   // The item gave way to the tool, reloaded the index it wrote, and is master again once the tool left.
@@ -312,6 +313,7 @@ TEST_CASE("pimtool beside the item: a write takes over as master for its run and
 
   // A rebuild by the tool stops the item's use of the index first and hands it back after.
   Run rebuild = Tool(L"pimtool.exe", L"rebuild");
+  CAPTURE(rebuild.err);
   CHECK(rebuild.code == 0);
   REQUIRE(PumpUntil([&] { return item.Command(toolpeer::CmdIsMaster) == 1; }, 10000));
   const std::vector<std::string> after = sharedlog::ReadLines(log);

@@ -1,10 +1,6 @@
 #include "storage/events/HiddenTimerWindow.h"
 
-namespace {
-const UINT_PTR kTimerId = 1;
-}
-
-HiddenTimerWindow::HiddenTimerWindow() : hwnd(nullptr), timerRunning(FALSE) {}
+HiddenTimerWindow::HiddenTimerWindow() : hwnd(nullptr), timerRunning(FALSE), timerId(0) {}
 
 HiddenTimerWindow::~HiddenTimerWindow() { Destroy(); }
 
@@ -32,17 +28,18 @@ void HiddenTimerWindow::Destroy() {
 void HiddenTimerWindow::StartTimer(UINT ms) {
   if (!hwnd) return;
   StopTimer();
-  timerRunning = SetTimer(hwnd, kTimerId, ms, nullptr) != 0;
+  // Each start has an id of its own, so that a tick of an earlier start that is still queued is told
+  // apart and dropped.
+  timerId = timerId % 0xFFFF + 1;
+  timerRunning = SetTimer(hwnd, timerId, ms, nullptr) != 0;
 }
 
 void HiddenTimerWindow::StopTimer() {
   timerRunning = FALSE;
   if (!hwnd) return;
-  KillTimer(hwnd, kTimerId);
-  // A tick posted before the kill would otherwise still arrive.
-  MSG msg;
-  while (PeekMessageW(&msg, hwnd, WM_TIMER, WM_TIMER, PM_REMOVE)) {
-  }
+  if (timerId != 0) KillTimer(hwnd, timerId);
+  // A tick queued before the kill may still arrive; Proc drops it. The queue isn't searched here: a
+  // look into it would also take in messages that other threads send, in the middle of the caller.
 }
 
 LRESULT HiddenTimerWindow::WindowProc(UINT message, WPARAM wParam, LPARAM lParam) {
@@ -58,5 +55,7 @@ LRESULT CALLBACK HiddenTimerWindow::Proc(HWND window, UINT message, WPARAM wPara
   HiddenTimerWindow* self = reinterpret_cast<HiddenTimerWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
   // Messages before CreateWindowEx has returned, or after Destroy, take the default way.
   if (!self || self->hwnd != window) return DefWindowProcW(window, message, wParam, lParam);
+  // A tick of a timer stopped or started anew since it was queued never fires.
+  if (message == WM_TIMER && (!self->timerRunning || wParam != self->timerId)) return 0;
   return self->WindowProc(message, wParam, lParam);
 }

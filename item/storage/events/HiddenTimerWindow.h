@@ -12,9 +12,9 @@ class HiddenTimerWindow {
   virtual BOOL Create(HINSTANCE instance, const wchar_t* className);
   virtual void Destroy();
   HWND GetHwnd() const { return hwnd; }
-  // Starts timer 1 anew, stopping a running one first; nothing without a window.
+  // Starts the timer anew, stopping a running one first; nothing without a window.
   virtual void StartTimer(UINT ms);
-  // Kills the timer and takes every WM_TIMER already queued for the window off the queue.
+  // Kills the timer; a WM_TIMER already queued for the window is dropped when it arrives.
   virtual void StopTimer();
   BOOL IsTimerRunning() const { return timerRunning; }
   // One message of the window; the default procedure for all of them here.
@@ -23,6 +23,7 @@ class HiddenTimerWindow {
  protected:
   HWND hwnd;
   BOOL timerRunning;
+  UINT_PTR timerId;  // of the last start; 0 before the first
 
  private:
   HiddenTimerWindow(const HiddenTimerWindow&);
