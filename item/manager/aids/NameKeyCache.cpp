@@ -7,27 +7,12 @@
 #include <wchar.h>
 
 #include "manager/letters/KeypadGroups.h"
-#include "storage/index/WordSplitter.h"
+#include "manager/aids/WordSeparators.h"
 
 namespace {
 
-// The word separators as a table for the characters below 128; the others are looked up in the list.
-class Separators {
- public:
-  Separators() {
-    memset(ascii, 0, sizeof(ascii));
-    for (const wchar_t* at = kWordSeparators; *at != 0; ++at) {
-      if (*at < 128) ascii[*at] = true;
-    }
-  }
-  bool Is(wchar_t ch) const { return ch < 128 ? ascii[ch] : wcschr(kWordSeparators, ch) != nullptr; }
-
- private:
-  bool ascii[128];
-};
-
-const Separators& TheSeparators() {
-  static const Separators separators;
+const WordSeparators& TheSeparators() {
+  static const WordSeparators separators;
   return separators;
 }
 
@@ -86,18 +71,12 @@ void NameKeyCache::RemoveAt(int slot) {
 }
 
 void NameKeyCache::AppendName(const Str& name) {
-  const Separators& separators = TheSeparators();
+  const WordSeparators& separators = TheSeparators();
   const wchar_t* chars = name;
   const int length = name.GetLength();
-  int at = 0;
-  while (at < length) {
-    if (separators.Is(chars[at])) {
-      ++at;
-      continue;
-    }
-    const int start = at;
-    while (at < length && !separators.Is(chars[at])) ++at;
-    const uint32_t wordLength = static_cast<uint32_t>(at - start);
+  int at = 0, start = 0, count = 0;
+  while (separators.NextWord(chars, length, at, start, count)) {
+    const uint32_t wordLength = static_cast<uint32_t>(count);
     const uint32_t stored = wordLength + 1;
     pool.Add(static_cast<wchar_t>(stored & 0xFFFF));
     pool.Add(static_cast<wchar_t>(stored >> 16));

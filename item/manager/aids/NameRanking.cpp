@@ -5,28 +5,9 @@
 #include <wchar.h>
 
 #include "manager/letters/KeypadGroups.h"
-#include "storage/index/WordSplitter.h"
+#include "manager/aids/WordSeparators.h"
 
 namespace {
-
-// The word separators as a table for the characters below 128; the others are looked up in the list.
-class SeparatorTable {
- public:
-  SeparatorTable() {
-    for (int ch = 0; ch < kTableSize; ++ch) ascii[ch] = false;
-    for (const wchar_t* at = kWordSeparators; *at != 0; ++at) {
-      if (*at < kTableSize) ascii[*at] = true;
-    }
-  }
-  bool IsSeparator(wchar_t ch) const {
-    if (ch < kTableSize) return ascii[ch];
-    return wcschr(kWordSeparators, ch) != nullptr;
-  }
-
- private:
-  static const int kTableSize = 128;
-  bool ascii[kTableSize];
-};
 
 // Whether the word of `length` characters at `word` begins with the `count` characters of `query`:
 // the word in lower case for a text query, its keypad keys for a keypad query. Only as much of the
@@ -58,19 +39,12 @@ bool WordBeginsWith(const wchar_t* word, int length, const wchar_t* query, int c
 }
 
 // Whether a word of `name` begins with `query`.
-bool NameBeginsWith(const Str& name, const Str& query, BOOL keypad, const SeparatorTable& separators,
+bool NameBeginsWith(const Str& name, const Str& query, BOOL keypad, const WordSeparators& separators,
                     Array<wchar_t>& lowered) {
-  const int length = name.GetLength();
   const wchar_t* chars = name;
-  int at = 0;
-  while (at < length) {
-    if (separators.IsSeparator(chars[at])) {
-      ++at;
-      continue;
-    }
-    const int start = at;
-    while (at < length && !separators.IsSeparator(chars[at])) ++at;
-    if (WordBeginsWith(chars + start, at - start, query, query.GetLength(), keypad, lowered)) return true;
+  int at = 0, start = 0, length = 0;
+  while (separators.NextWord(chars, name.GetLength(), at, start, length)) {
+    if (WordBeginsWith(chars + start, length, query, query.GetLength(), keypad, lowered)) return true;
   }
   return false;
 }
@@ -84,7 +58,7 @@ BOOL PositionSearch::Rank(const Str& query, BOOL keypad, BOOL useCache, NameSour
   Str wanted(query);
   if (!keypad) wanted.MakeLower();
 
-  const SeparatorTable separators;
+  const WordSeparators separators;
   Array<wchar_t> lowered;
   Array<CEOID> byLast, byFirst, byCompany, rest;
   // Room for all of them in each part at once: no part grows step by step.

@@ -159,21 +159,7 @@ BOOL MappedFile::Open(const wchar_t* filePath, uint32_t minimumLength) {
   KernelHandle file;
   DWORD size = 0;
   if (!OpenBackingFile(file, &size)) return FALSE;
-  if (!ReadSpan(file.Get(), Data(), 0, size)) {
-    DWORD error = GetLastError();
-    LogFailure(L"ReadFile", error, path, L"Open", __LINE__);
-    SetLength(0);
-    Unmap();
-    SetLastError(error);
-    return FALSE;
-  }
-  if (!IsValidImage(size, size >= 8 ? ReadWord(Data() + size - 8) : 0)) {
-    SetLength(0);
-    SetLastError(ERROR_INVALID_DATA);
-    return FALSE;
-  }
-  SetLength(size - 4);
-  return TRUE;
+  return ReadWhole(file.Get(), size, L"Open");
 }
 
 BOOL MappedFile::OpenInBackground(const wchar_t* filePath, uint32_t headBytes) {
@@ -205,9 +191,13 @@ BOOL MappedFile::OpenInBackground(const wchar_t* filePath, uint32_t headBytes) {
     LogFailure(L"CreateThread", GetLastError(), path, L"OpenInBackground", __LINE__);
     file = static_cast<KernelHandle&&>(loadFile);
   }
-  if (!ReadSpan(file.Get(), Data(), 0, size)) {
+  return ReadWhole(file.Get(), size, L"OpenInBackground");
+}
+
+BOOL MappedFile::ReadWhole(HANDLE file, DWORD size, const wchar_t* caller) {
+  if (!ReadSpan(file, Data(), 0, size)) {
     DWORD error = GetLastError();
-    LogFailure(L"ReadFile", error, path, L"OpenInBackground", __LINE__);
+    LogFailure(L"ReadFile", error, path, caller, __LINE__);
     SetLength(0);
     Unmap();
     SetLastError(error);

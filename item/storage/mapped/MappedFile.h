@@ -121,6 +121,9 @@ class MappedFile {
   // A new mapping: opens the backing file and checks its size; false with the mapping closed when the
   // file can't be opened or is larger than the mapping.
   BOOL OpenBackingFile(KernelHandle& file, DWORD* fileSize);
+  // Reads the whole backing file of `size` bytes into the mapping and judges it by its check word;
+  // on failure the mapping is left empty, and a failed read is logged for `caller`.
+  BOOL ReadWhole(HANDLE file, DWORD size, const wchar_t* caller);
   // Reads `count` bytes of the file from `offset` into the data at the same offset.
   static BOOL ReadSpan(HANDLE file, BYTE* data, DWORD offset, DWORD count);
   // Attached to a mapping whose length word says another process still copies: waits for it.
