@@ -51,6 +51,20 @@ void Host::DeliverKey(UINT vk) {
   DeliverKeyUp(vk);
 }
 
+HWND Host::FrontWindow() {
+  HWND front = GetForegroundWindow();
+  DWORD process = 0;
+  if (front) GetWindowThreadProcessId(front, &process);
+  if (front && IsWindowVisible(front) && process == GetCurrentProcessId()) return front;
+  for (HWND window = GetTopWindow(nullptr); window; window = GetWindow(window, GW_HWNDNEXT)) {
+    GetWindowThreadProcessId(window, &process);
+    if (process != GetCurrentProcessId() || !IsWindowVisible(window)) continue;
+    SetForegroundWindow(window);
+    return window;
+  }
+  return hwnd_;
+}
+
 // The window a key goes to, or null when the key went elsewhere (Home, a menu bar's hot key).
 HWND Host::KeyTarget(UINT vk, bool up) {
   wchar_t name[64];
@@ -61,8 +75,7 @@ HWND Host::KeyTarget(UINT vk, bool up) {
     SetFocus(hwnd_);
     return nullptr;
   }
-  HWND front = GetForegroundWindow();
-  if (!front || !IsWindowVisible(front)) front = hwnd_;
+  HWND front = FrontWindow();
 
   // Keys the front window's menu bar took over.
   if (HWND bar = SHFindMenuBar(front)) {
@@ -135,8 +148,7 @@ void Host::DeliverKeyUp(UINT vk) {
 
 void Host::PressNavigationButton() {
   wchar_t name[64];
-  HWND front = GetForegroundWindow();
-  if (!front) front = hwnd_;
+  HWND front = FrontWindow();
   // A dialog's button comes from SHInitDialog; a window with an OK button in its caption has IDOK.
   UINT id = static_cast<UINT>(reinterpret_cast<UINT_PTR>(GetPropW(front, DEVICE_NAVIGATION_BUTTON_PROPERTY)));
   if (!id && (static_cast<DWORD>(GetWindowLongPtrW(front, GWL_EXSTYLE)) & WS_EX_CAPTIONOKBTN)) id = IDOK;

@@ -111,6 +111,10 @@ class Host {
   void DeliverKeyDown(UINT vk);
   void DeliverKeyUp(UINT vk);
   HWND KeyTarget(UINT vk, bool up);
+  // The window in front as the device's user sees it: the foreground window when it is one of the
+  // host's; otherwise (a program elsewhere on the shared screen took the focus) the host's topmost
+  // visible window, brought back to the front.
+  HWND FrontWindow();
   void PostKey(HWND target, UINT vk, bool up);
   void PressNavigationButton();
   void EndScript();

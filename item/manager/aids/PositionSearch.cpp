@@ -101,7 +101,8 @@ void PositionSearch::ReadOff(const PositionSet& hits, int sortKind, Array<CEOID>
 BOOL PositionSearch::Fill(NameSource& source, DWORD budgetMs) {
   const int count = positions.Count();
   if (count == 0) return TRUE;
-  if (roundCount != count) {
+  // Without a budget the call makes a whole round of its own.
+  if (roundCount != count || budgetMs == 0) {
     roundCount = count;
     roundVisited = 0;
   }

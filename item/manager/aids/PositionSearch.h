@@ -55,9 +55,9 @@ class PositionSearch {
   virtual BOOL Rank(const Str& query, BOOL keypad, BOOL useCache, NameSource& source, RankingCancel* cancel,
                     Array<CEOID>& out) const;
   // Gives name-key entries to listed contacts that have none, going round the name list from where
-  // the last call stopped, for about `budgetMs` milliseconds (0: until the round is done). True when
-  // a whole round has gone by since the last true: every listed contact that could be read was given
-  // its entry then. A record that can't be read keeps none, and the ranking reads it as ever.
+  // the last call stopped, for about `budgetMs` milliseconds (0: one whole round in this call). True
+  // when a whole round has gone by since the last true: every listed contact that could be read was
+  // given its entry then. A record that can't be read keeps none, and the ranking reads it as ever.
   virtual BOOL Fill(NameSource& source, DWORD budgetMs);
 
  private:

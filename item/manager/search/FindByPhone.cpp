@@ -42,8 +42,11 @@ int ContactManager::FindByPhone(const Str& number, Array<CEOID>& ids, Array<Str>
   Array<CEOID> candidates;
   Array<CEOID> match;
   for (;;) {
-    if (!TextMatch(query, match)) return 0;
-    if (!PlainOrder(FALSE, match, SortKindName, everyone, candidates)) return 0;
+    BOOL handled = FALSE;
+    if (!OrderedMatch(query, FALSE, SortKindName, everyone, candidates, handled)) return 0;
+    if (!handled &&
+        (!TextMatch(query, match) || !PlainOrder(FALSE, match, SortKindName, everyone, candidates)))
+      return 0;
     if (candidates.GetSize() > 0) break;
     query = query.Left(query.GetLength() - 1);
     if (query.IsEmpty() || query.GetLength() <= minDigits) break;
