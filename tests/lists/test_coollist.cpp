@@ -745,7 +745,12 @@ TEST_CASE(
   keybd_event(kActionKey, 0, KEYEVENTF_KEYUP, 0);
   PumpUntil([] { return (GetAsyncKeyState(kActionKey) & 0x8000) == 0; }, 1000);
   Pump(20);
-  CHECK(f.owner.Notifications() == Calls{"OnLongPress(0,10)"});
+  // The key is real input on the shared screen, where bringing the window back to the front may move
+  // the focus: focus changes are the screen's, not the gesture's, and are left out here.
+  Calls gesture;
+  for (const std::string& call : f.owner.Notifications())
+    if (call.rfind("OnFocusChanged", 0) != 0) gesture.push_back(call);
+  CHECK(gesture == Calls{"OnLongPress(0,10)"});
   CHECK(f.Marked() == Rows{0, 3, 4});
 }
 
