@@ -145,9 +145,11 @@ int ListPositions::PositionOf(uint32_t oid) const {
   const int size = tableOids.GetSize();
   if (size == 0) return -1;
   const uint32_t mask = static_cast<uint32_t>(size - 1);
+  const uint32_t* oids = tableOids.GetData();
+  const int32_t* positionsAt = tablePositions.GetData();
   for (uint32_t at = HashOf(oid) & mask;; at = (at + 1) & mask) {
-    const int32_t position = tablePositions[static_cast<int>(at)];
+    const int32_t position = positionsAt[at];
     if (position < 0) return -1;
-    if (tableOids[static_cast<int>(at)] == oid) return position;
+    if (oids[at] == oid) return position;
   }
 }

@@ -20,8 +20,9 @@ class IndexStore;
 class PositionSet {
  public:
   void Reset(int size);
-  void Add(int position) { bits[position >> 5] |= 1u << (position & 31); }
-  bool Contains(int position) const { return (bits[position >> 5] >> (position & 31)) & 1u; }
+  // Positions below Size() only; unchecked, as they run for every contact a lookup reaches.
+  void Add(int position) { bits.GetData()[position >> 5] |= 1u << (position & 31); }
+  bool Contains(int position) const { return (bits.GetData()[position >> 5] >> (position & 31)) & 1u; }
   // Keeps only the positions that `other` holds too.
   void Intersect(const PositionSet& other);
   int Size() const { return size; }
@@ -49,7 +50,7 @@ class ListPositions {
   int Count() const { return nameList.GetSize(); }
   // The name-list position of `oid`, or -1.
   int PositionOf(uint32_t oid) const;
-  uint32_t OidAt(int position) const { return nameList[position]; }
+  uint32_t OidAt(int position) const { return nameList.GetData()[position]; }
   // The name-list positions in the order of the File As list.
   const Array<int32_t>& FileAsOrder() const { return fileAsOrder; }
   // Where name position `position` stands in the File As list.

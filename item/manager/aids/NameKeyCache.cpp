@@ -28,8 +28,9 @@ int NameKeyCache::FindSlot(uint32_t oid) const {
   const int size = table.GetSize();
   if (size == 0 || oid == 0) return -1;
   const uint32_t mask = static_cast<uint32_t>(size - 1);
+  const Entry* entries = table.GetData();
   for (uint32_t at = HashOf(oid) & mask;; at = (at + 1) & mask) {
-    const uint32_t held = table[static_cast<int>(at)].oid;
+    const uint32_t held = entries[at].oid;
     if (held == oid) return static_cast<int>(at);
     if (held == 0) return -1;
   }

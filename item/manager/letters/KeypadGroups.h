@@ -36,7 +36,7 @@ class KeypadGroups {
   // The key of the first entry that holds `ch`, or 0 when none does.
   wchar_t KeyOf(wchar_t ch) const {
     const int group = EntryOf(ch);
-    return group < 0 ? 0 : keys[group];
+    return group < 0 ? 0 : keys.GetData()[group];
   }
 
   int GetCount() const { return groups.GetSize(); }
@@ -48,10 +48,12 @@ class KeypadGroups {
 
   // Makes `keys`, `pageStarts` and `entryOf` from the entries.
   void BuildLookup();
+  // Read straight from the arrays' storage: the lookup runs for every character a search compares,
+  // and both indexes lie inside by construction (256 pages, 256 slots from each page's start).
   int EntryOf(wchar_t ch) const {
     if (pageStarts.GetSize() == 0) return -1;
-    const int32_t start = pageStarts[ch >> 8];
-    return start < 0 ? -1 : entryOf[start + (ch & 0xFF)];
+    const int32_t start = pageStarts.GetData()[ch >> 8];
+    return start < 0 ? -1 : entryOf.GetData()[start + (ch & 0xFF)];
   }
 
   Array<Str> groups;
