@@ -59,6 +59,10 @@ HWND Host::FrontWindow() {
   for (HWND window = GetTopWindow(nullptr); window; window = GetWindow(window, GW_HWNDNEXT)) {
     GetWindowThreadProcessId(window, &process);
     if (process != GetCurrentProcessId() || !IsWindowVisible(window)) continue;
+    // A menu bar and other windows owned by a window are not where keys go; nor is one of no size.
+    RECT rect;
+    if (GetWindow(window, GW_OWNER) != nullptr || !GetWindowRect(window, &rect) || IsRectEmpty(&rect))
+      continue;
     SetForegroundWindow(window);
     return window;
   }

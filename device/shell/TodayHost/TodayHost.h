@@ -113,7 +113,7 @@ class Host {
   HWND KeyTarget(UINT vk, bool up);
   // The window in front as the device's user sees it: the foreground window when it is one of the
   // host's; otherwise (a program elsewhere on the shared screen took the focus) the host's topmost
-  // visible window, brought back to the front.
+  // visible window that no other window owns (a menu bar is owned), brought back to the front.
   HWND FrontWindow();
   void PostKey(HWND target, UINT vk, bool up);
   void PressNavigationButton();
