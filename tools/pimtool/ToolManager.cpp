@@ -9,6 +9,9 @@
 namespace {
 
 const wchar_t kToolWindowClass[] = L"PagemarkToolCoordination";
+// How often, and how far apart, an open is tried while another process still holds the index.
+const int kOpenAttempts = 20;
+const DWORD kOpenRetryMs = 250;
 
 LRESULT CALLBACK ToolWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
   if (DispatchSyncMessage(g_syncMessageHandler, message, wParam, lParam)) return 0;
@@ -62,12 +65,23 @@ void ToolManager::Leave() {
 
 bool ToolManager::Open(bool write) {
   Join(write);
-  if (!manager.Open(GetModuleHandleW(nullptr), nullptr, sync, nullptr)) {
-    PrintError(L"pimtool: the contacts or their index can't be opened (error " +
-               std::to_wstring(GetLastError()) + L")");
-    return false;
+  for (int attempt = 1;; ++attempt) {
+    if (manager.Open(GetModuleHandleW(nullptr), nullptr, sync, nullptr)) return true;
+    const DWORD error = GetLastError();
+    // A process that has just let go of the index may still hold its mapping for a moment, while it
+    // finishes writing it back; new index files can't be made until it has.
+    if (error != ERROR_ALREADY_EXISTS || attempt >= kOpenAttempts) {
+      PrintError(L"pimtool: the contacts or their index can't be opened (error " + std::to_wstring(error) +
+                 L")");
+      return false;
+    }
+    manager.Close();
+    MSG msg;
+    for (DWORD waited = 0; waited < kOpenRetryMs; waited += 10) {
+      while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&msg);
+      Sleep(10);
+    }
   }
-  return true;
 }
 
 void ToolManager::OnChangeToMaster() {
