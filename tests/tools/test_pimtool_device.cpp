@@ -275,19 +275,37 @@ TEST_CASE("a crash of any kind ends the tool with status 1 and a line on standar
   CHECK(Tool(L"pimtool.exe", L"selftest nothing").code == 2);
 }
 
+namespace {
+
+// Forty generated contacts and a process that plays the item beside the tool, started on the test's
+// store with its own log.
+struct ItemBeside {
+  explicit ItemBeside(const wchar_t* logName)
+      : log(Prepare(logName)),
+        item({L"tool_peer.exe", toolpeer::kPeerClass, toolpeer::CmdQuit, 60000, false}, "item", log) {}
+  ~ItemBeside() { SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", nullptr); }
+  static std::wstring Prepare(const wchar_t* logName) {
+    FreshStore();
+    REQUIRE(Tool(L"pimtool.exe", L"generate 40").code == 0);
+    SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", kStore);
+    const std::wstring path = testpaths::TempFolder() + logName;
+    DeleteFileW(path.c_str());
+    return path;
+  }
+  std::wstring log;
+  helperproc::HelperProcess item;
+};
+
+}  // namespace
+
 // Known to fail now and then under load, as the rebuild below: the tool, master for its run, can't
 // open the index the item has just let go of (error 183, or 87 after it). Kept visible until the
 // hand-over is found; it must not stop the rest of the suite meanwhile.
 TEST_CASE("pimtool beside the item: a write takes over as master for its run and hands the index back" *
           doctest::may_fail()) {
-  FreshStore();
-  REQUIRE(Tool(L"pimtool.exe", L"generate 40").code == 0);
-  SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", kStore);
-  const std::wstring log = testpaths::TempFolder() + L"pimtool-peer.log";
-  DeleteFileW(log.c_str());
-  const helperproc::HelperProgram peerProgram = {L"tool_peer.exe", toolpeer::kPeerClass, toolpeer::CmdQuit,
-                                                 60000, false};
-  helperproc::HelperProcess item(peerProgram, "item", log);
+  ItemBeside beside(L"pimtool-peer.log");
+  helperproc::HelperProcess& item = beside.item;
+  const std::wstring& log = beside.log;
   // The item is first in: master, with the index it built.
   REQUIRE(item.Command(toolpeer::CmdOpen) == 3);
   REQUIRE(item.Command(toolpeer::CmdCount) == 40);
@@ -314,8 +332,6 @@ TEST_CASE("pimtool beside the item: a write takes over as master for its run and
   CHECK(search.out.find("Zzyzx, Zed") != std::string::npos);
   CHECK(item.Command(toolpeer::CmdIsMaster) == 1);
   CHECK(Tool(L"pimtool.exe", L"check").code == 0);
-
-  SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", nullptr);
 }
 
 // Known to fail now and then under load: the tool, master for its run, can't make the new files of
@@ -323,14 +339,9 @@ TEST_CASE("pimtool beside the item: a write takes over as master for its run and
 // it is found; it must not stop the rest of the suite meanwhile.
 TEST_CASE("pimtool beside the item: a rebuild stops the item's use of the index and hands it back" *
           doctest::may_fail()) {
-  FreshStore();
-  REQUIRE(Tool(L"pimtool.exe", L"generate 40").code == 0);
-  SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", kStore);
-  const std::wstring log = testpaths::TempFolder() + L"pimtool-peer-rebuild.log";
-  DeleteFileW(log.c_str());
-  const helperproc::HelperProgram peerProgram = {L"tool_peer.exe", toolpeer::kPeerClass, toolpeer::CmdQuit,
-                                                 60000, false};
-  helperproc::HelperProcess item(peerProgram, "item", log);
+  ItemBeside beside(L"pimtool-peer-rebuild.log");
+  helperproc::HelperProcess& item = beside.item;
+  const std::wstring& log = beside.log;
   REQUIRE(item.Command(toolpeer::CmdOpen) == 3);
   Run rebuild = Tool(L"pimtool.exe", L"rebuild");
   CAPTURE(rebuild.err);
@@ -340,5 +351,4 @@ TEST_CASE("pimtool beside the item: a rebuild stops the item's use of the index 
   CHECK(std::count(after.begin(), after.end(), "item SlaveStop") >= 1);
   CHECK(std::count(after.begin(), after.end(), "item ChangeToMaster") == 1);
   CHECK(item.Command(toolpeer::CmdCount) == 40);
-  SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", nullptr);
 }
