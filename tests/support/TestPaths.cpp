@@ -58,10 +58,11 @@ bool JournalHas(const std::vector<JournalLine>& lines, const std::string& source
 namespace {
 
 // Starts `program` with `environment` set for it alone, standard output and error to `out` and `err`
-// when they are given, and waits for it.
+// when they are given, and waits for it. -1 when it could not be started or did not end in time;
+// `why` then says which.
 int RunWithHandles(const std::wstring& program, const std::wstring& arguments, unsigned timeoutMs,
                    const std::vector<std::pair<std::wstring, std::wstring>>& environment, HANDLE out,
-                   HANDLE err) {
+                   HANDLE err, std::string* why = nullptr) {
   std::vector<std::pair<std::wstring, std::wstring>> saved;
   for (const auto& entry : environment) {
     wchar_t old[1024];
@@ -82,15 +83,24 @@ int RunWithHandles(const std::wstring& program, const std::wstring& arguments, u
   PROCESS_INFORMATION process = {};
   BOOL started = CreateProcessW(program.c_str(), &commandLine[0], nullptr, nullptr, redirect ? TRUE : FALSE,
                                 0, nullptr, nullptr, &startup, &process);
+  const DWORD startError = GetLastError();
   for (const auto& entry : saved)
     SetEnvironmentVariableW(entry.first.c_str(), entry.second.empty() ? nullptr : entry.second.c_str());
-  if (!started) return -1;
+  if (!started) {
+    if (why) *why = "the program could not be started (error " + std::to_string(startError) + ")\n";
+    return -1;
+  }
   int code = -1;
-  if (WaitForSingleObject(process.hProcess, timeoutMs) == WAIT_OBJECT_0) {
+  const DWORD waited = WaitForSingleObject(process.hProcess, timeoutMs);
+  if (waited == WAIT_OBJECT_0) {
     DWORD exitCode = 0;
     GetExitCodeProcess(process.hProcess, &exitCode);
     code = static_cast<int>(exitCode);
   } else {
+    if (why)
+      *why = waited == WAIT_TIMEOUT
+                 ? "the program did not end within " + std::to_string(timeoutMs) + " ms\n"
+                 : "waiting for the program failed (error " + std::to_string(GetLastError()) + ")\n";
     TerminateProcess(process.hProcess, 1);
     WaitForSingleObject(process.hProcess, 5000);
   }
@@ -115,17 +125,27 @@ int RunAndWait(const std::wstring& program, const std::wstring& arguments, unsig
 int RunCaptured(const std::wstring& program, const std::wstring& arguments, unsigned timeoutMs,
                 std::string* out, std::string* err,
                 const std::vector<std::pair<std::wstring, std::wstring>>& environment) {
-  const std::wstring stem = TempFolder() + L"run-" + std::to_wstring(GetCurrentProcessId());
+  // A name of its own for every run: a program started earlier (with inherited handles) may still hold
+  // the files of an earlier run open.
+  static LONG runs = 0;
+  const std::wstring stem = TempFolder() + L"run-" + std::to_wstring(GetCurrentProcessId()) + L"-" +
+                            std::to_wstring(InterlockedIncrement(&runs));
   const std::wstring outPath = stem + L".out", errPath = stem + L".err";
   HANDLE outFile = InheritableFile(outPath);
+  DWORD fileError = outFile == INVALID_HANDLE_VALUE ? GetLastError() : 0;
   HANDLE errFile = InheritableFile(errPath);
+  if (errFile == INVALID_HANDLE_VALUE && fileError == 0) fileError = GetLastError();
   int code = -1;
+  std::string why;
   if (outFile != INVALID_HANDLE_VALUE && errFile != INVALID_HANDLE_VALUE)
-    code = RunWithHandles(program, arguments, timeoutMs, environment, outFile, errFile);
+    code = RunWithHandles(program, arguments, timeoutMs, environment, outFile, errFile, &why);
+  else
+    why = "the files for the program's output could not be made (error " + std::to_string(fileError) + ")\n";
   if (outFile != INVALID_HANDLE_VALUE) CloseHandle(outFile);
   if (errFile != INVALID_HANDLE_VALUE) CloseHandle(errFile);
   if (out) *out = ReadFileText(outPath);
-  if (err) *err = ReadFileText(errPath);
+  // What went wrong in starting or waiting stands in front of what the program itself wrote.
+  if (err) *err = (why.empty() ? std::string() : "run: " + why) + ReadFileText(errPath);
   DeleteFileW(outPath.c_str());
   DeleteFileW(errPath.c_str());
   return code;

@@ -36,6 +36,9 @@ Run Tool(const std::wstring& program, const std::wstring& arguments) {
                                     {{L"PAGEMARK_OBJECT_STORE", kStore}});
   run.out = WithoutCarriageReturns(out);
   run.err = WithoutCarriageReturns(err);
+  // A run that could not be started or waited for is the harness's failure, not the program's: say so
+  // in the test's output, whatever the caller checks.
+  if (run.err.rfind("run: ", 0) == 0) MESSAGE(run.err);
   return run;
 }
 
