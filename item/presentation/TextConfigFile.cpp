@@ -3,8 +3,8 @@
 #include "foundation/DebugUtils.h"
 
 TextConfigFile::TextConfigFile()
-    : file(INVALID_HANDLE_VALUE), writing(FALSE), bufferChars(0), nextChar(0), stepBytes(0), atEnd(TRUE),
-      lineChars(nullptr), lineLength(0), lineRoom(0) {}
+    : file(INVALID_HANDLE_VALUE), bufferChars(0), nextChar(0), stepBytes(0), atEnd(TRUE), lineChars(nullptr),
+      lineLength(0), lineRoom(0) {}
 
 TextConfigFile::~TextConfigFile() {
   Close();
@@ -21,12 +21,10 @@ BOOL TextConfigFile::Open(const wchar_t* path, BOOL forWrite) {
   }
   if (forWrite) {
     file = CreateFileW(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    writing = TRUE;
     return IsOpen();
   }
   file = CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
                      nullptr);
-  writing = FALSE;
   if (!IsOpen()) return FALSE;
   DWORD high = 0;
   SetLastError(NO_ERROR);
@@ -46,7 +44,6 @@ BOOL TextConfigFile::Open(const wchar_t* path, BOOL forWrite) {
 void TextConfigFile::Close() {
   if (IsOpen()) CloseHandle(file);
   file = INVALID_HANDLE_VALUE;
-  writing = FALSE;
   atEnd = TRUE;
   bufferChars = 0;
   nextChar = 0;

@@ -63,7 +63,6 @@ class TextConfigFile {
   BOOL WriteHeader(const wchar_t* section);
 
   HANDLE file;
-  BOOL writing;
   // The read buffer: the odd byte of the last step, when there was one, at its start, then the step.
   BYTE buffer[26];
   int bufferChars;  // whole characters in the buffer: its bytes halved
