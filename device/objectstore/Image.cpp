@@ -413,6 +413,12 @@ bool Image::Apply(const Entry& e, Change* change, std::string* why) {
         *why = "record written to a database that does not exist";
         return false;
       }
+      // Every write gives its database a newer modification time (a compacted file gives them all the
+      // database's own): an older one is a copy of an earlier entry.
+      if (re.modTime < db->desc.modTime) {
+        *why = "record written before its database's last change";
+        return false;
+      }
       Record* r = nullptr;
       if (re.created) {
         if (!ValidOid(re.oid) || FindDb(re.oid) || FindRecord(re.oid)) {
@@ -457,6 +463,10 @@ bool Image::Apply(const Entry& e, Change* change, std::string* why) {
       Record* r = FindRecord(e.del.oid);
       if (!db || !r || r->db != e.del.db) {
         *why = "deletion of a record that does not exist in its database";
+        return false;
+      }
+      if (e.del.time < db->desc.modTime) {
+        *why = "record deleted before its database's last change";
         return false;
       }
       if (onRecordRemoving) onRecordRemoving(r);

@@ -87,6 +87,7 @@ class Image {
   DWORD CheckConstraints(Database* db, CEOID oid, const SortKey* keys);
 
   uint32_t NextOid() const { return nextOid_; }
+  size_t RecordCount() const { return records_.size(); }
   uint64_t DeadBytes() const { return deadBytes_; }
   uint64_t LiveBytes() const { return liveBytes_; }
 

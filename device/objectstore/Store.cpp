@@ -31,6 +31,8 @@
 
 #include <winternl.h>
 
+#include "DeviceJournal.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -147,13 +149,16 @@ int Store::SlotOf(const Database* db, CEPROPID sortProp) {
 // ---- Attaching ---------------------------------------------------------------------------------------
 
 // The store is chosen once per process, at its first Ce call: PAGEMARK_OBJECT_STORE if set, else the
-// device's \windows\objectstore.cdb. Its log is the same path with the extension ".log".
+// device's \windows\objectstore.cdb (unless a device tool chose one with PagemarkStoreUse). Its log is
+// the same path with the extension ".log".
 DWORD Store::Attach() {
   if (attached_) return ERROR_SUCCESS;
   wchar_t buf[MAX_PATH * 2];
   DWORD n = GetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", buf, MAX_PATH * 2);
   std::wstring given;
-  if (n > 0 && n < MAX_PATH * 2) {
+  if (!chosenPath_.empty()) {
+    given = chosenPath_;
+  } else if (n > 0 && n < MAX_PATH * 2) {
     given = buf;
   } else {
     // The device's \windows folder on the device's drive (the drive that holds the Windows folder).
@@ -268,6 +273,7 @@ DWORD Store::CommitLocked(const std::function<DWORD(std::string& entry)>& prepar
   DWORD err = CatchUpLocked(&changes);
   std::string entry;
   if (!err) err = prepare(entry);
+  if (!err && !entry.empty()) SealEntry(entry, header_.version);  // a file of an earlier writer
   if (!err && !entry.empty()) {
     LARGE_INTEGER at;
     at.QuadPart = static_cast<LONGLONG>(appliedEnd_);
@@ -285,8 +291,8 @@ DWORD Store::CommitLocked(const std::function<DWORD(std::string& entry)>& prepar
       std::string why;
       Change c;
       image_.BeginBatch();
-      bool parsed =
-          ParseEntry(reinterpret_cast<const uint8_t*>(entry.data()), entry.size(), &e, &why) == Parse::Ok;
+      bool parsed = ParseEntry(reinterpret_cast<const uint8_t*>(entry.data()), entry.size(), &e, &why,
+                               header_.version) == Parse::Ok;
       bool applied = parsed && image_.Apply(e, &c, &why);
       image_.EndBatch();
       if (!applied) {
@@ -297,6 +303,7 @@ DWORD Store::CommitLocked(const std::function<DWORD(std::string& entry)>& prepar
         err = ERROR_INVALID_PARAMETER;
       } else {
         appliedEnd_ += entry.size();
+        WriteHeaderLocked();
         if (c.kind) changes.push_back(c);
         Publish();
         *wrote = true;
@@ -321,7 +328,9 @@ DWORD Store::CatchUpLocked(std::vector<Change>* changes) {
   LARGE_INTEGER size;
   if (!GetFileSizeEx(file_, &size)) return GetLastError();
   if (static_cast<uint64_t>(size.QuadPart) < appliedEnd_) return LoadLocked();
-  DWORD err = ApplyRange(appliedEnd_, static_cast<uint64_t>(size.QuadPart), changes);
+  DWORD err = ApplyRange(appliedEnd_, static_cast<uint64_t>(size.QuadPart), changes, 0);
+  // Damage in what was appended since: the file is read anew, and salvaged.
+  if (err == ERROR_FILE_CORRUPT) return LoadLocked();
   if (!err) Publish();
   return err;
 }
@@ -335,6 +344,7 @@ DWORD Store::CreateFileLocked() {
   hdr.fileId = NewFileId();
   hdr.nextOid = kFirstOid;
   hdr.created = Now();
+  hdr.committedEnd = kHeaderSize;
   std::string bytes = EncodeHeader(hdr);
   DWORD written = 0;
   BOOL ok = WriteFile(h, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) &&
@@ -365,27 +375,38 @@ DWORD Store::LoadLocked() {
   if (file_ == INVALID_HANDLE_VALUE) return GetLastError();
   LARGE_INTEGER size;
   if (!GetFileSizeEx(file_, &size)) return GetLastError();
-  uint8_t head[kHeaderSize];
-  std::string why;
-  Header hdr;
-  if (static_cast<uint64_t>(size.QuadPart) < kHeaderSize) {
-    Refuse("the file is shorter than its header", static_cast<uint64_t>(size.QuadPart));
+  const uint64_t fileSize = static_cast<uint64_t>(size.QuadPart);
+  if (fileSize > 0x7FFFFFFFull) {
+    Refuse("the file is larger than a store can be", fileSize);
     return ERROR_FILE_CORRUPT;
   }
-  DWORD err = ReadAt(0, head, kHeaderSize);
-  if (err) return err;
-  if (!DecodeHeader(head, kHeaderSize, &hdr, &why)) {
+  uint8_t head[kHeaderSize] = {};
+  std::string why;
+  Header hdr;
+  HeaderCheck check = HeaderCheck::Damaged;
+  if (fileSize < kHeaderSize) {
+    why = "the file is shorter than its header";
+  } else {
+    DWORD err = ReadAt(0, head, kHeaderSize);
+    if (err) return err;
+    check = DecodeHeader(head, kHeaderSize, &hdr, &why);
+  }
+  if (check == HeaderCheck::NewerVersion) {
     Refuse(why, 0);
     return ERROR_FILE_CORRUPT;
   }
+  if (check == HeaderCheck::Damaged) return SalvageLocked(why, 0);
+  if (hdr.committedEnd > fileSize) return SalvageLocked("the file ends before the end of its log", fileSize);
   image_.Reset(hdr.nextOid);
+  header_ = hdr;
   fileId_ = hdr.fileId;
   appliedEnd_ = kHeaderSize;
   state_ = State::Ready;
   // Changes read while loading concern no open handle's view yet, except after a reload of a replaced
   // file, where they are the whole store again: nobody is told of them.
   std::vector<Change> ignored;
-  err = ApplyRange(kHeaderSize, static_cast<uint64_t>(size.QuadPart), &ignored);
+  DWORD err = ApplyRange(kHeaderSize, fileSize, &ignored, hdr.committedEnd);
+  if (err == ERROR_FILE_CORRUPT && !damageWhy_.empty()) return SalvageLocked(damageWhy_, damageAt_);
   if (err) return err;
   brokenReason_.clear();
   MaybeCompactLocked();
@@ -402,7 +423,8 @@ DWORD Store::ReadAt(uint64_t offset, void* buf, DWORD size) {
   return got == size ? ERROR_SUCCESS : ERROR_HANDLE_EOF;
 }
 
-DWORD Store::ApplyRange(uint64_t from, uint64_t to, std::vector<Change>* changes) {
+DWORD Store::ApplyRange(uint64_t from, uint64_t to, std::vector<Change>* changes, uint64_t mustReach) {
+  damageWhy_.clear();
   if (to <= from) return ERROR_SUCCESS;
   uint64_t span = to - from;
   if (span > 0x7FFFFFFFull) {
@@ -417,12 +439,15 @@ DWORD Store::ApplyRange(uint64_t from, uint64_t to, std::vector<Change>* changes
   while (pos < buf.size()) {
     Entry e;
     std::string why;
-    Parse p = ParseEntry(buf.data() + pos, buf.size() - pos, &e, &why);
-    if (p == Parse::Torn) break;
+    Parse p = ParseEntry(buf.data() + pos, buf.size() - pos, &e, &why, header_.version);
+    if (p == Parse::Torn && from + pos >= mustReach) break;
+    if (p == Parse::Torn) why = "the file ends inside an entry before the end of its log";
     Change c;
-    if (p == Parse::Corrupt || !image_.Apply(e, &c, &why)) {
+    if (p != Parse::Ok || !image_.Apply(e, &c, &why)) {
       image_.EndBatch();
-      Refuse(why, from + pos);
+      state_ = State::Detached;
+      damageWhy_ = why.empty() ? std::string("damaged entry") : why;
+      damageAt_ = from + pos;
       return ERROR_FILE_CORRUPT;
     }
     if (c.kind) changes->push_back(c);
@@ -489,10 +514,213 @@ void Store::Log(const std::string& text) {
   CloseHandle(h);
 }
 
+// ---- Salvage -----------------------------------------------------------------------------------------
+
+std::wstring Store::AsidePath(uint64_t time) const {
+  FILETIME ft;
+  ft.dwLowDateTime = static_cast<DWORD>(time);
+  ft.dwHighDateTime = static_cast<DWORD>(time >> 32);
+  SYSTEMTIME st{};
+  FileTimeToSystemTime(&ft, &st);
+  wchar_t stamp[64];
+  swprintf(stamp, 64, L"-damaged-%04u%02u%02u-%02u%02u%02u-%07u", st.wYear, st.wMonth, st.wDay, st.wHour,
+           st.wMinute, st.wSecond, static_cast<unsigned>(time % 10000000u));
+  size_t slash = path_.find_last_of(L"\\/");
+  size_t dot = path_.find_last_of(L'.');
+  if (dot == std::wstring::npos || (slash != std::wstring::npos && dot < slash)) return path_ + stamp;
+  return path_.substr(0, dot) + stamp + path_.substr(dot);
+}
+
+DWORD Store::SalvageLocked(const std::string& why, uint64_t offset) {
+  if (salvaging_) {
+    // What a salvage just wrote doesn't read back: leave it as it is.
+    Refuse("the salvaged store does not read back: " + why, offset);
+    return ERROR_FILE_CORRUPT;
+  }
+  LARGE_INTEGER size{};
+  if (file_ == INVALID_HANDLE_VALUE || !GetFileSizeEx(file_, &size)) return GetLastError();
+  std::vector<uint8_t> bytes(static_cast<size_t>(size.QuadPart));
+  if (!bytes.empty()) {
+    DWORD err = ReadAt(0, bytes.data(), static_cast<DWORD>(bytes.size()));
+    if (err) return err;
+  }
+  state_ = State::Detached;
+  SalvageReport report;
+  Header fresh;
+  SalvageScan(bytes.data(), bytes.size(), &image_, &fresh, &report);
+
+  // The damaged bytes are kept first, under a name of their own that nothing else uses; only then is
+  // the store replaced, in one rename, so that an interruption leaves either file whole.
+  uint64_t when = Now();
+  std::wstring aside;
+  HANDLE h = INVALID_HANDLE_VALUE;
+  for (int attempt = 0; attempt < 100 && h == INVALID_HANDLE_VALUE; ++attempt, ++when) {
+    aside = AsidePath(when);
+    h = CreateFileW(aside.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (h == INVALID_HANDLE_VALUE && GetLastError() != ERROR_FILE_EXISTS &&
+        GetLastError() != ERROR_ALREADY_EXISTS)
+      break;
+  }
+  if (h == INVALID_HANDLE_VALUE) {
+    Refuse(why + "; the damaged file could not be kept aside", offset);
+    return ERROR_FILE_CORRUPT;
+  }
+  --when;
+  DWORD written = 0;
+  bool kept =
+      (bytes.empty() || (WriteFile(h, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) &&
+                         written == bytes.size())) &&
+      FlushFileBuffers(h);
+  CloseHandle(h);
+  if (!kept) {
+    DeleteFileW(aside.c_str());
+    Refuse(why + "; the damaged file could not be kept aside", offset);
+    return ERROR_FILE_CORRUPT;
+  }
+  fresh.fileId = NewFileId();
+  if (fresh.fileId == fileId_) fresh.fileId ^= 0x5A5A5A5A;
+  fresh.created = Now();
+  fresh.salvageKept = report.kept;
+  fresh.salvageLost = report.lost;
+  fresh.salvageTime = when;
+  CloseFile();
+  std::wstring tmp = path_ + L".salvage";
+  uint64_t written64 = 0;
+  bool replaced = WriteImageFile(tmp, fresh, &written64) &&
+                  MoveFileExW(tmp.c_str(), path_.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
+  if (!replaced) {
+    DeleteFileW(tmp.c_str());
+    file_ = CreateFileW(path_.c_str(), GENERIC_READ | GENERIC_WRITE,
+                        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                        FILE_ATTRIBUTE_NORMAL, nullptr);
+    Refuse(why + "; the salvaged store could not be written", offset);
+    return ERROR_FILE_CORRUPT;
+  }
+  char line[1024];
+  snprintf(line, sizeof line,
+           "salvaged %s: %s at offset %llu (file of %llu bytes); %u records recovered, %u lost, %u damaged "
+           "stretches of %llu bytes, %u entries repaired, %u left out; the damaged file is kept as %s",
+           Utf8(path_).c_str(), why.c_str(), static_cast<unsigned long long>(offset),
+           static_cast<unsigned long long>(bytes.size()), report.kept, report.lost, report.damagedSpans,
+           static_cast<unsigned long long>(report.damagedBytes), report.repairedEntries,
+           report.droppedEntries, Utf8(aside).c_str());
+  Log(line);
+  DeviceJournalWrite(L"objectstore", L"salvaged %ls: %u records recovered, %u lost; damaged file kept as %ls",
+                     path_.c_str(), report.kept, report.lost, aside.c_str());
+  salvaging_ = true;
+  DWORD err = LoadLocked();
+  salvaging_ = false;
+  return err;
+}
+
+bool Store::WriteImageFile(const std::wstring& file, Header header, uint64_t* bytes) {
+  HANDLE h =
+      CreateFileW(file.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (h == INVALID_HANDLE_VALUE) return false;
+  header.version = kVersion;  // the encoders' entries
+  header.records = static_cast<uint32_t>(image_.RecordCount());
+  header.committedEnd = 0;
+  bool ok = true;
+  uint64_t total = 0;
+  std::string chunk = EncodeHeader(header);
+  auto flush = [&]() {
+    DWORD written = 0;
+    ok = ok && WriteFile(h, chunk.data(), static_cast<DWORD>(chunk.size()), &written, nullptr) &&
+         written == chunk.size();
+    total += chunk.size();
+    chunk.clear();
+  };
+  for (auto& d : image_.Databases()) {
+    chunk += EncodeDbEntry(OpDbCreate, d.second->desc);
+    for (Record* r : d.second->natural) {
+      RecEntry re;
+      re.db = d.first;
+      re.oid = r->oid;
+      re.created = true;
+      re.modTime = d.second->desc.modTime;
+      re.props = r->props;
+      chunk += EncodeRecEntry(re);
+      if (chunk.size() > (1u << 20)) flush();
+    }
+  }
+  flush();
+  // The header again, now that the end of the log is known.
+  header.committedEnd = total;
+  chunk = EncodeHeader(header);
+  LARGE_INTEGER start{};
+  DWORD written = 0;
+  ok = ok && SetFilePointerEx(h, start, nullptr, FILE_BEGIN) &&
+       WriteFile(h, chunk.data(), static_cast<DWORD>(chunk.size()), &written, nullptr) &&
+       written == chunk.size();
+  ok = ok && FlushFileBuffers(h);
+  CloseHandle(h);
+  *bytes = total;
+  return ok;
+}
+
+void Store::WriteHeaderLocked() {
+  header_.committedEnd = appliedEnd_;
+  header_.records = static_cast<uint32_t>(image_.RecordCount());
+  header_.nextOid = image_.NextOid();
+  std::string bytes = EncodeHeader(header_);
+  LARGE_INTEGER start{};
+  DWORD written = 0;
+  // The entry is in the file already; a header left behind only weakens the check of the file's length.
+  if (!SetFilePointerEx(file_, start, nullptr, FILE_BEGIN) ||
+      !WriteFile(file_, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) ||
+      written != bytes.size()) {
+    Log("could not record the end of the log in the header");
+  }
+}
+
+DWORD Store::Check(PAGEMARK_STORE_CHECK* check) {
+  DWORD err = Sync();
+  if (err) return err;
+  check->dwDatabases = static_cast<DWORD>(image_.Databases().size());
+  check->dwRecords = static_cast<DWORD>(image_.RecordCount());
+  check->dwSalvaged = header_.salvageTime != 0;
+  check->dwRecordsKept = header_.salvageKept;
+  check->dwRecordsLost = header_.salvageLost;
+  check->ftSalvaged.dwLowDateTime = static_cast<DWORD>(header_.salvageTime);
+  check->ftSalvaged.dwHighDateTime = static_cast<DWORD>(header_.salvageTime >> 32);
+  lstrcpynW(check->szStore, path_.c_str(), MAX_PATH);
+  check->szDamagedCopy[0] = 0;
+  if (header_.salvageTime) lstrcpynW(check->szDamagedCopy, AsidePath(header_.salvageTime).c_str(), MAX_PATH);
+  return ERROR_SUCCESS;
+}
+
+DWORD Store::Use(const std::wstring& path) {
+  CloseFile();
+  image_.Reset(kFirstOid);
+  state_ = State::Detached;
+  table_.clear();
+  if (listener_) {
+    // The listener belongs to the store left behind: its thread ends.
+    PostMessageW(listener_, WM_QUIT, 0, 0);
+    listener_ = nullptr;
+  }
+  if (shared_) UnmapViewOfFile(shared_);
+  shared_ = nullptr;
+  if (mapping_) CloseHandle(mapping_);
+  mapping_ = nullptr;
+  if (mutex_) CloseHandle(mutex_);
+  mutex_ = nullptr;
+  header_ = Header{};
+  brokenReason_.clear();
+  lastLogged_.clear();
+  fileId_ = 0;
+  appliedEnd_ = 0;
+  attached_ = false;
+  chosenPath_ = path;
+  return Attach();
+}
+
 // ---- Compaction --------------------------------------------------------------------------------------
 
 void Store::MaybeCompactLocked() {
-  if (image_.DeadBytes() < kCompactMinDead || image_.DeadBytes() <= image_.LiveBytes()) return;
+  // A file of an earlier writer is rewritten in the current form as well, when it can be.
+  const bool old = header_.version < kVersion;
+  if (!old && (image_.DeadBytes() < kCompactMinDead || image_.DeadBytes() <= image_.LiveBytes())) return;
   std::string why;
   if (!CompactLocked(&why) && !why.empty()) Log("compaction skipped: " + why);
 }
@@ -508,47 +736,16 @@ bool Store::CompactLocked(std::string* why) {
   uint64_t before = appliedEnd_, after = 0;
   std::wstring tmp = path_ + L".compact";
   if (exclusive) {
-    HANDLE h =
-        CreateFileW(tmp.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (h != INVALID_HANDLE_VALUE) {
-      Header hdr;
-      hdr.fileId = NewFileId();
-      if (hdr.fileId == fileId_) hdr.fileId ^= 0x5A5A5A5A;
-      hdr.nextOid = image_.NextOid();
-      hdr.created = Now();
-      bool ok = true;
-      std::string chunk = EncodeHeader(hdr);
-      auto flush = [&]() {
-        DWORD written = 0;
-        ok = ok && WriteFile(h, chunk.data(), static_cast<DWORD>(chunk.size()), &written, nullptr) &&
-             written == chunk.size();
-        after += chunk.size();
-        chunk.clear();
-      };
-      for (auto& d : image_.Databases()) {
-        chunk += EncodeDbEntry(OpDbCreate, d.second->desc);
-        for (Record* r : d.second->natural) {
-          RecEntry re;
-          re.db = d.first;
-          re.oid = r->oid;
-          re.created = true;
-          re.modTime = d.second->desc.modTime;
-          re.props = r->props;
-          chunk += EncodeRecEntry(re);
-          if (chunk.size() > (1u << 20)) flush();
-        }
-      }
-      flush();
-      ok = ok && FlushFileBuffers(h);
-      CloseHandle(h);
-      done =
-          ok && MoveFileExW(tmp.c_str(), path_.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
-      if (!done) {
-        *why = "could not write the compacted file";
-        DeleteFileW(tmp.c_str());
-      }
-    } else {
-      *why = "could not create the compacted file";
+    Header hdr = header_;
+    hdr.fileId = NewFileId();
+    if (hdr.fileId == fileId_) hdr.fileId ^= 0x5A5A5A5A;
+    hdr.nextOid = image_.NextOid();
+    hdr.created = Now();
+    done = WriteImageFile(tmp, hdr, &after) &&
+           MoveFileExW(tmp.c_str(), path_.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
+    if (!done) {
+      *why = "could not write the compacted file";
+      DeleteFileW(tmp.c_str());
     }
   }
   if (done) {

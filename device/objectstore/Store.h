@@ -11,6 +11,8 @@
 #include <vector>
 
 #include "Image.h"
+#include "Salvage.h"
+#include "StoreAdmin.h"
 #include "windbase.h"
 
 namespace objstore {
@@ -81,6 +83,11 @@ class Store {
 
   const std::wstring& Path() const { return path_; }
 
+  // The store file's state and its last salvage, for the device's tools (the store is read first).
+  DWORD Check(PAGEMARK_STORE_CHECK* check);
+  // Leaves the current store file (forgetting its handles) for the one at `path` (empty: the default).
+  DWORD Use(const std::wstring& path);
+
  private:
   Store();
   enum class State { Detached, Ready, Broken };
@@ -94,9 +101,19 @@ class Store {
   void DropImageLocked();
   DWORD LoadLocked();
   DWORD CreateFileLocked();
-  DWORD ApplyRange(uint64_t from, uint64_t to, std::vector<Change>* changes);
+  // Applies the entries in [from, to). A file that ends inside an entry before `mustReach` is damaged,
+  // after it has a torn tail. ERROR_FILE_CORRUPT with damageWhy_ and damageAt_ on damage.
+  DWORD ApplyRange(uint64_t from, uint64_t to, std::vector<Change>* changes, uint64_t mustReach);
   DWORD ReadAt(uint64_t offset, void* buf, DWORD size);
   void Refuse(const std::string& reason, uint64_t offset);
+  // Replaces the damaged store file by what can be recovered of it, keeping the damaged file aside.
+  DWORD SalvageLocked(const std::string& why, uint64_t offset);
+  // The name under which a salvage at `time` keeps the damaged file.
+  std::wstring AsidePath(uint64_t time) const;
+  // Writes the image as a whole new store file under `header` (its end and record count filled in).
+  bool WriteImageFile(const std::wstring& file, Header header, uint64_t* bytes);
+  // Records the end of the log and the record count in the header after a write.
+  void WriteHeaderLocked();
   void Publish();
   void MaybeCompactLocked();
   bool CompactLocked(std::string* why);
@@ -124,6 +141,7 @@ class Store {
   CRITICAL_SECTION cs_;
   State state_ = State::Detached;
   bool attached_ = false;
+  std::wstring chosenPath_;  // set by Use; empty: PAGEMARK_OBJECT_STORE or the device's store
   std::wstring path_, logPath_, prefix_, listenerClass_;
   HANDLE mutex_ = nullptr;
   HANDLE mapping_ = nullptr;
@@ -131,7 +149,11 @@ class Store {
   HANDLE file_ = INVALID_HANDLE_VALUE;
   uint32_t fileId_ = 0;
   uint64_t appliedEnd_ = 0;
+  Header header_;  // of the file loaded
   Image image_;
+  std::string damageWhy_;
+  uint64_t damageAt_ = 0;
+  bool salvaging_ = false;
   std::string brokenReason_;
   uint64_t brokenOffset_ = 0;
   uint64_t brokenSize_ = 0;

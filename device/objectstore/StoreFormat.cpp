@@ -8,21 +8,29 @@
 //
 // Header, 64 bytes at offset 0:
 //   0   char[8]  magic "PMOBJSTR"
-//   8   u32      version, 1
+//   8   u32      version: 2 (1 in files of earlier writers, read as well; see the entries' head
+//                checksum)
 //   12  u32      header size, 64
 //   16  u32      file id: a random number chosen when the file is written from scratch (created or
 //                compacted); processes compare it to notice that the file was replaced
-//   20  u32      first free object id when the file was written (ids are never reused)
+//   20  u32      first free object id (when the file was written, and again after every write)
 //   24  u64      time the file was written (FILETIME)
-//   32  u8[28]   zero
+//   32  u64      end of the log after the last write, rewritten after every write: a file shorter
+//                than this lost its tail (0: not kept, as in files of earlier writers)
+//   40  u32      records in the store at that end
+//   44  u32      records lost by the salvage that wrote this file (see Salvage.cpp), 0 if none
+//   48  u32      records that salvage recovered
+//   52  u64      when that salvage ran (FILETIME), 0 if the store was never salvaged
 //   60  u32      CRC-32 of bytes 0..59
 //
 // Entries follow from offset 64 to the end of the file:
 //   0   u32      tag "ENR1"
 //   4   u32      operation (Op)
 //   8   u32      payload length P (at most 1 MB)
-//   12  u32      CRC-32 of bytes 0..11
-//   16  u8[P]    payload
+//   12  u32      CRC-32 of bytes 0..11 and of the payload's first 8 bytes, which name the object the
+//                entry concerns, so that a damaged entry still says which record it held (version 1:
+//                of bytes 0..11 alone)
+//   16  u8[P]    payload, at least 8 bytes
 //   16+P u32     CRC-32 of the payload
 //
 // Payloads:
@@ -42,10 +50,12 @@
 // entry's tag, header CRC and payload CRC; payload fields within their limits and exactly filling the
 // payload; and, when applied to the image, that each entry makes sense there (a created object id is
 // new, a replaced or deleted record exists in the named database, names are unique, ...).
-// A file that ends inside an entry has a torn tail: a writer was killed in the middle of its WriteFile.
-// The entries before it are the store; the partial one was never reported as written, and the next
-// writer cuts it off before appending. Any other failed check means the file is damaged: the store is
-// refused with a line in its log, and the Ce calls fail with ERROR_FILE_CORRUPT.
+// A file that ends inside an entry past the end its header records has a torn tail: a writer was killed
+// in the middle of its WriteFile. The entries before it are the store; the partial one was never
+// reported as written, and the next writer cuts it off before appending. Any other failed check, and a
+// file shorter than the end its header records, means the file is damaged: it is salvaged (Salvage.cpp).
+// Only a sound header of an unknown version is refused, and the Ce calls then fail with
+// ERROR_FILE_CORRUPT.
 //
 // A file whose dead entries (replaced or deleted records) outweigh the live ones is rewritten from the
 // image into a new file, renamed over the old one, when a process attaches to it while no other process
@@ -76,12 +86,28 @@ std::string Frame(uint32_t op, const std::string& payload) {
   w.U32(kEntryTag);
   w.U32(op);
   w.U32(static_cast<uint32_t>(payload.size()));
-  w.U32(Crc32(w.Buffer().data(), 12));
+  w.U32(0);
   w.Bytes(payload.data(), payload.size());
   w.U32(Crc32(payload.data(), payload.size()));
+  SealEntry(w.Buffer(), kVersion);
   return std::move(w.Buffer());
 }
 }  // namespace
+
+uint32_t HeadChecksum(const uint8_t* entry, uint32_t version) {
+  uint8_t covered[20];
+  std::memcpy(covered, entry, 12);
+  if (version < 2) return Crc32(covered, 12);
+  std::memcpy(covered + 12, entry + kEntryHeaderSize, 8);
+  return Crc32(covered, 20);
+}
+
+void SealEntry(std::string& entry, uint32_t version) {
+  if (entry.size() < kEntryHeaderSize + 8) return;
+  uint8_t* p = reinterpret_cast<uint8_t*>(&entry[0]);
+  const uint32_t c = HeadChecksum(p, version);
+  for (int i = 0; i < 4; ++i) p[12 + i] = static_cast<uint8_t>(c >> (8 * i));
+}
 
 uint32_t Crc32(const void* data, size_t size) {
   if (!g_crcReady) InitCrc();  // first use happens under the process lock
@@ -133,50 +159,65 @@ bool ByteReader::Bytes(size_t n, const uint8_t** out) {
 std::string EncodeHeader(const Header& h) {
   ByteWriter w;
   w.Bytes(kMagic, 8);
-  w.U32(kVersion);
+  w.U32(h.version);
   w.U32(kHeaderSize);
   w.U32(h.fileId);
   w.U32(h.nextOid);
   w.U64(h.created);
-  for (int i = 0; i < 28; ++i) w.U8(0);
+  w.U64(h.committedEnd);
+  w.U32(h.records);
+  w.U32(h.salvageLost);
+  w.U32(h.salvageKept);
+  w.U64(h.salvageTime);
   w.U32(Crc32(w.Buffer().data(), 60));
   return std::move(w.Buffer());
 }
 
-bool DecodeHeader(const uint8_t* p, size_t n, Header* h, std::string* why) {
+HeaderCheck DecodeHeader(const uint8_t* p, size_t n, Header* h, std::string* why) {
   if (n < kHeaderSize) {
     *why = "the file is shorter than its header";
-    return false;
+    return HeaderCheck::Damaged;
   }
   if (std::memcmp(p, kMagic, 8) != 0) {
     *why = "wrong magic, not an object store file";
-    return false;
+    return HeaderCheck::Damaged;
   }
-  ByteReader r(p + 8, kHeaderSize - 8);
-  uint32_t version = 0, size = 0, stored = 0;
-  r.U32(&version);
-  r.U32(&size);
-  if (version != kVersion) {
-    *why = "unsupported version " + std::to_string(version);
-    return false;
-  }
-  if (size != kHeaderSize) {
-    *why = "wrong header size " + std::to_string(size);
-    return false;
-  }
-  r.U32(&h->fileId);
-  r.U32(&h->nextOid);
-  r.U64(&h->created);
+  uint32_t stored = 0;
   std::memcpy(&stored, p + 60, 4);
   if (Crc32(p, 60) != stored) {
     *why = "header checksum mismatch";
-    return false;
+    return HeaderCheck::Damaged;
   }
+  ByteReader r(p + 8, kHeaderSize - 8);
+  uint32_t version = 0, size = 0;
+  r.U32(&version);
+  r.U32(&size);
+  if (version < kFirstVersion || version > kVersion) {
+    *why = "unsupported version " + std::to_string(version);
+    return HeaderCheck::NewerVersion;
+  }
+  if (size != kHeaderSize) {
+    *why = "wrong header size " + std::to_string(size);
+    return HeaderCheck::NewerVersion;
+  }
+  h->version = version;
+  r.U32(&h->fileId);
+  r.U32(&h->nextOid);
+  r.U64(&h->created);
+  r.U64(&h->committedEnd);
+  r.U32(&h->records);
+  r.U32(&h->salvageLost);
+  r.U32(&h->salvageKept);
+  r.U64(&h->salvageTime);
   if (h->nextOid < kFirstOid || h->nextOid == 0xFFFFFFFFu) {
     *why = "header holds an impossible first free id";
-    return false;
+    return HeaderCheck::Damaged;
   }
-  return true;
+  if (h->committedEnd != 0 && h->committedEnd < kHeaderSize) {
+    *why = "header holds an impossible end of the log";
+    return HeaderCheck::Damaged;
+  }
+  return HeaderCheck::Ok;
 }
 
 std::string EncodeDbEntry(uint32_t op, const DbEntry& e) {
@@ -258,8 +299,8 @@ bool DecodeDb(ByteReader& r, DbEntry* e, std::string* why) {
 }
 }  // namespace
 
-Parse ParseEntry(const uint8_t* p, size_t avail, Entry* e, std::string* why) {
-  if (avail < kEntryHeaderSize) return Parse::Torn;
+Parse ParseEntry(const uint8_t* p, size_t avail, Entry* e, std::string* why, uint32_t version) {
+  if (avail < kEntryHeaderSize + (version >= 2 ? 8 : 0)) return Parse::Torn;
   ByteReader h(p, kEntryHeaderSize);
   uint32_t tag = 0, op = 0, len = 0, hcrc = 0;
   h.U32(&tag);
@@ -270,11 +311,11 @@ Parse ParseEntry(const uint8_t* p, size_t avail, Entry* e, std::string* why) {
     *why = "no entry tag";
     return Parse::Corrupt;
   }
-  if (Crc32(p, 12) != hcrc) {
+  if (HeadChecksum(p, version) != hcrc) {
     *why = "entry header checksum mismatch";
     return Parse::Corrupt;
   }
-  if (len > kMaxPayload) {
+  if (len > kMaxPayload || (version >= 2 && len < 8)) {
     *why = "entry length out of range";
     return Parse::Corrupt;
   }

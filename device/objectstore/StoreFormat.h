@@ -12,7 +12,8 @@
 namespace objstore {
 
 constexpr uint32_t kHeaderSize = 64;
-constexpr uint32_t kVersion = 1;
+constexpr uint32_t kVersion = 2;            // of the files this store writes
+constexpr uint32_t kFirstVersion = 1;       // the oldest it reads
 constexpr uint32_t kEntryTag = 0x31524E45;  // "ENR1"
 constexpr uint32_t kEntryHeaderSize = 16;
 constexpr uint32_t kEntryTrailerSize = 4;
@@ -66,13 +67,21 @@ class ByteReader {
 };
 
 struct Header {
+  uint32_t version = kVersion;
   uint32_t fileId = 0;
   uint32_t nextOid = kFirstOid;
   uint64_t created = 0;
+  uint64_t committedEnd = 0;  // end of the log after the last write; 0 when the file doesn't keep it
+  uint32_t records = 0;       // records in the store at that end
+  uint32_t salvageLost = 0;   // the last salvage that made this store: records it could not recover,
+  uint32_t salvageKept = 0;   // records it recovered,
+  uint64_t salvageTime = 0;   // and when it ran (FILETIME; 0: the store was never salvaged)
 };
 std::string EncodeHeader(const Header& h);
-// Checks magic, version, size and checksum; `why` names the first failed check.
-bool DecodeHeader(const uint8_t* p, size_t n, Header* h, std::string* why);
+enum class HeaderCheck { Ok, Damaged, NewerVersion };
+// Checks magic, checksum, version and size; `why` names the first failed check. NewerVersion: a sound
+// header of a format this store doesn't know, which is refused rather than salvaged.
+HeaderCheck DecodeHeader(const uint8_t* p, size_t n, Header* h, std::string* why);
 
 struct DbEntry {
   CEOID oid = 0;
@@ -109,10 +118,17 @@ std::string EncodeDbEntry(uint32_t op, const DbEntry& e);
 std::string EncodeRecEntry(const RecEntry& e);
 std::string EncodeDelEntry(uint32_t op, const DelEntry& e);
 
+// The checksum of an entry's head: of its first 12 bytes, and from version 2 on also of the first 8
+// bytes of its payload, which name the object the entry concerns (`entry` holds at least 24 bytes).
+uint32_t HeadChecksum(const uint8_t* entry, uint32_t version);
+// Sets the head checksum of an encoded entry (the encoders seal for kVersion) for a file's version.
+void SealEntry(std::string& entry, uint32_t version);
+
 enum class Parse { Ok, Torn, Corrupt };
-// Parses the entry at p (avail bytes up to the end of the file). Torn: the file ends inside the entry.
-// Corrupt: the bytes there cannot be an entry this store wrote; `why` says which check failed.
-Parse ParseEntry(const uint8_t* p, size_t avail, Entry* e, std::string* why);
+// Parses the entry at p (avail bytes up to the end of the file) of a file of `version`. Torn: the file
+// ends inside the entry. Corrupt: the bytes there cannot be an entry this store wrote; `why` says which
+// check failed.
+Parse ParseEntry(const uint8_t* p, size_t avail, Entry* e, std::string* why, uint32_t version);
 
 // ---- Properties ---------------------------------------------------------------------------------------
 // An encoded property list: u32 count, then per property u32 propid, u32 length, `length` bytes.

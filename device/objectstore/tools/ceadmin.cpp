@@ -2,12 +2,16 @@
 //   ceadmin init          creates the platform's "Contacts Database" and "\Categories Database" if absent
 //   ceadmin list          one line per database: oid, type, record count, sort orders, name
 //   ceadmin drop NAME     deletes a database and its records
+//   ceadmin check         reads the whole store (salvaging a damaged file) and says what it holds and
+//                         what the last salvage recovered and lost; exit status 1 when that salvage
+//                         lost records or the store can't be read, 0 otherwise
 // The store is the device's (\windows\objectstore.cdb), or PAGEMARK_OBJECT_STORE's.
 #include <windows.h>
 
 #include <cstdio>
 #include <string>
 
+#include "../StoreAdmin.h"
 #include "windbase.h"
 
 namespace {
@@ -94,6 +98,31 @@ int Drop(const wchar_t* name) {
   return 0;
 }
 
+int Check() {
+  PAGEMARK_STORE_CHECK c{};
+  c.cbSize = sizeof c;
+  if (!PagemarkStoreCheck(&c)) {
+    DWORD err = GetLastError();
+    std::fprintf(stderr, "ceadmin: the store can't be read: error %lu%s\n", static_cast<unsigned long>(err),
+                 err == ERROR_FILE_CORRUPT ? " (refused, see the store's log)" : "");
+    return 1;
+  }
+  std::printf("store %s: %lu databases, %lu records\n", Utf8(c.szStore).c_str(),
+              static_cast<unsigned long>(c.dwDatabases), static_cast<unsigned long>(c.dwRecords));
+  if (!c.dwSalvaged) {
+    std::printf("never salvaged\n");
+    return 0;
+  }
+  SYSTEMTIME st{};
+  FileTimeToSystemTime(&c.ftSalvaged, &st);
+  std::printf(
+      "salvaged %04u-%02u-%02u %02u:%02u:%02u UTC from a damaged file: %lu records recovered, %lu lost\n",
+      st.wYear, st.wMonth, st.wDay, st.wHour, st.wMinute, st.wSecond,
+      static_cast<unsigned long>(c.dwRecordsKept), static_cast<unsigned long>(c.dwRecordsLost));
+  std::printf("damaged file kept as %s\n", Utf8(c.szDamagedCopy).c_str());
+  return c.dwRecordsLost ? 1 : 0;
+}
+
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
@@ -101,6 +130,7 @@ int wmain(int argc, wchar_t** argv) {
   if (verb == L"init" && argc == 2) return Init();
   if (verb == L"list" && argc == 2) return List();
   if (verb == L"drop" && argc == 3) return Drop(argv[2]);
-  std::fprintf(stderr, "usage: ceadmin init | list | drop NAME\n");
+  if (verb == L"check" && argc == 2) return Check();
+  std::fprintf(stderr, "usage: ceadmin init | list | drop NAME | check\n");
   return 2;
 }
