@@ -49,6 +49,13 @@ bool ReadAssignments(int argc, wchar_t** argv, int first, ToolContact& contact, 
   return true;
 }
 
+// A contact stored but left out of the index, which has no room for it, is said to be so.
+void ReportIfNotIndexed(ContactManager& manager, CEOID id) {
+  if (manager.Index().Find(id, nullptr)) return;
+  PrintError(L"pimtool: " + HexId(id) + L" is stored but not indexed: " +
+             std::wstring(static_cast<const wchar_t*>(manager.CapacityNote())));
+}
+
 }  // namespace
 
 int AddVerb(int argc, wchar_t** argv) {
@@ -77,6 +84,7 @@ int AddVerb(int argc, wchar_t** argv) {
   }
   tool.Settle();
   PrintLine(HexId(contact.oid));
+  ReportIfNotIndexed(manager, contact.oid);
   return 0;
 }
 
@@ -111,6 +119,7 @@ int UpdateVerb(int argc, wchar_t** argv) {
   }
   tool.Settle();
   PrintLine(HexId(id));
+  ReportIfNotIndexed(manager, id);
   return 0;
 }
 

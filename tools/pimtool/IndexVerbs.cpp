@@ -4,6 +4,7 @@
 #include "IndexVerbs.h"
 #include "Output.h"
 #include "ToolManager.h"
+#include "foundation/ShellSort.h"
 #include "storage/index/ContactKeySource.h"
 
 int RebuildVerb() {
@@ -14,6 +15,7 @@ int RebuildVerb() {
     return 1;
   }
   PrintLine(L"rebuilt: " + std::to_wstring(tool.Get().Index().ContactCount()) + L" contacts");
+  if (tool.Get().IsOverCapacity()) PrintLine(static_cast<const wchar_t*>(tool.Get().CapacityNote()));
   return 0;
 }
 
@@ -35,8 +37,11 @@ int OpenVerb() {
     PrintLine(L"stale, inspected: removed " + std::to_wstring(report.removed) + L", added " +
               std::to_wstring(report.added) + L", changed " + std::to_wstring(report.changed));
   }
+  if (!report.reason.IsEmpty())
+    PrintLine(L"why: " + std::wstring(static_cast<const wchar_t*>(report.reason)));
   if (!opened) return 1;
   PrintLine(std::to_wstring(tool.Get().Index().ContactCount()) + L" contacts");
+  if (tool.Get().IsOverCapacity()) PrintLine(static_cast<const wchar_t*>(tool.Get().CapacityNote()));
   return 0;
 }
 
@@ -56,8 +61,32 @@ int CheckVerb() {
     return 1;
   }
   Str report;
-  const BOOL sound = index.Check(report);
+  BOOL sound = index.Check(report);
   const int contacts = index.ContactCount();
+  // The index against the database it stands for: every record indexed, nothing else.
+  Array<CEOID> indexed;
+  Array<CEOID> records;
+  ListFilter everyone;
+  if (index.ListAll(SortByName, indexed) && database.EnumerateOids(everyone, records)) {
+    SortIds(indexed);
+    SortIds(records);
+    int foreign = 0;
+    for (int i = 0; i < indexed.GetSize(); ++i) foreign += ContainsId(records, indexed[i]) ? 0 : 1;
+    const int missing = records.GetSize() - (indexed.GetSize() - foreign);
+    if (foreign > 0) {
+      sound = FALSE;
+      report += Str((L"database: the index names " + std::to_wstring(foreign) +
+                     L" contacts the database doesn't hold\n")
+                        .c_str());
+    }
+    if (missing > 0) {
+      sound = FALSE;
+      report += Str((L"database: the index holds " + std::to_wstring(indexed.GetSize() - foreign) +
+                     L" of the " + std::to_wstring(records.GetSize()) + L" contacts; " +
+                     std::to_wstring(missing) + L" aren't indexed\n")
+                        .c_str());
+    }
+  }
   index.CloseStores();
   if (!sound) {
     Print(static_cast<const wchar_t*>(report));

@@ -22,19 +22,38 @@ void ContactManager::OnEventTimer() {
     index.CancelSave();
     // An index that the walk after the start hasn't yet judged is judged now, before it is written;
     // a damaged one is made anew, which takes in every change as well.
-    const BOOL sound = changes.GetSize() >= kRebuildEventCount || index.WalkForWrites();
-    if (!sound) openReport.damageFound = TRUE;
-    if (changes.GetSize() >= kRebuildEventCount || !sound) {
-      TellSlavesToStop();
-      FullRebuild();
-      if (listener) listener->OnReloaded();
-    } else {
+    const BOOL many = changes.GetSize() >= kRebuildEventCount;
+    BOOL sound = many || index.WalkForWrites();
+    if (!sound) {
+      openReport.damageFound = TRUE;
+      ReportDamage(L"OnEventTimer", __LINE__);
+    }
+    if (sound && !many) {
       const CEOID contactsOid = Contacts().GetOid();
-      for (int i = 0; i < changes.GetSize(); ++i) {
+      BOOL deleted = FALSE;
+      BeginIndexChange();
+      for (int i = 0; i < changes.GetSize() && sound; ++i) {
         // Records of other databases change nothing here.
         if (changes[i].parent != contactsOid) continue;
-        if (!ApplyChange(changes[i])) FailDbOperation(__LINE__);
+        if (ApplyChange(changes[i])) {
+          if (changes[i].kind == ChangeDeleted) deleted = TRUE;
+        } else if (GetLastError() == ERROR_INVALID_DATA) {
+          // The index met damage on the way: the rebuild below takes in every change.
+          sound = FALSE;
+          openReport.damageFound = TRUE;
+          ReportDropped(Str(L"applying a change met a structure that doesn't hold together"), L"OnEventTimer",
+                        __LINE__);
+        } else {
+          FailDbOperation(__LINE__);
+        }
       }
+      EndIndexChange(sound);
+      // Room that deletions made goes to the contacts the index had none for.
+      if (sound && deleted && overCapacity) UseFreedRoom();
+    }
+    if (many || !sound) {
+      FullRebuild();
+      if (listener) listener->OnReloaded();
     }
     StartCommit();
     TellSlavesToReload();
@@ -60,7 +79,13 @@ BOOL ContactManager::ApplyChange(const PendingChange& change) {
       uint32_t record = 0;
       // The notification of this process's own write finds the contact indexed already.
       const BOOL known = index.Find(oid, &record);
-      if (!(known ? index.UpdateContact(contact, text) : index.AddContact(contact, text))) return FALSE;
+      if (!(known ? index.UpdateContact(contact, text) : index.AddContact(contact, text))) {
+        // A contact the index has no room for stays out of it, readable; only other failures are
+        // beyond repair here.
+        if (GetLastError() != kMappingFullError) return FALSE;
+        NoteOverCapacity();
+        return TRUE;
+      }
       if (listener) {
         if (change.kind == ChangeCreated)
           listener->OnContactAdded(oid);

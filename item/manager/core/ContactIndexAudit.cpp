@@ -78,7 +78,12 @@ BOOL ContactManager::Inspect() {
     if (known) {
       uint32_t offset = 0;
       uint32_t stored = 0;
-      if (!index.Find(record.oid, &offset) || !index.Props().GetChecksum(offset, stored)) return FALSE;
+      if (!index.Find(record.oid, &offset) || !index.Props().GetChecksum(offset, stored)) {
+        if (GetLastError() != ERROR_INVALID_DATA) return FALSE;
+        ReportDropped(Str(L"the inspection met a record that doesn't hold together"), L"Inspect", __LINE__);
+        openReport.rebuilt = TRUE;
+        return FullRebuild();
+      }
       if (stored == record.sum) continue;
     }
     (known ? changedSums : addedSums).Add(record);
@@ -126,7 +131,22 @@ BOOL ContactManager::Inspect() {
       note.GetNoteText(contact, text);
       if (pass == 1) index.RemoveContact(contact.oid);
       if (!index.AddContact(contact, text)) {
+        const DWORD error = GetLastError();
+        // No room for it: the contact stays readable, out of the index.
+        if (error == kMappingFullError) {
+          NoteOverCapacity();
+          AdvanceProgress(++done);
+          continue;
+        }
         EndProgress();
+        // Damage met on the way: the index is made anew.
+        if (error == ERROR_INVALID_DATA) {
+          ReportDropped(Str(L"the inspection met a structure that doesn't hold together"), L"Inspect",
+                        __LINE__);
+          openReport.rebuilt = TRUE;
+          return FullRebuild();
+        }
+        SetLastError(error);
         return FALSE;
       }
       AdvanceProgress(++done);

@@ -5,6 +5,7 @@
 #include "foundation/Settings.h"
 #include "manager/letters/KeypadGroups.h"
 #include "foundation/ShellSort.h"
+#include "manager/core/IndexFileVerdict.h"
 #include "sync/PimSync.h"
 
 #include <new>
@@ -13,8 +14,9 @@ ContactManager* g_contactManager = nullptr;
 
 ContactManager::ContactManager()
     : keySource(this), progress(nullptr), instance(nullptr), rebuilding(FALSE), listener(nullptr),
-      sync(nullptr), opened(FALSE), simSourceAttached(FALSE), aids(positions, nameKeys), searchAids(TRUE),
-      progressPer(0), progressDone(0), keypadPer(0), keypadReported(0), keypadStep(1) {
+      sync(nullptr), opened(FALSE), simSourceAttached(FALSE), overCapacity(FALSE), indexHolds(0),
+      repairDue(FALSE), aids(positions, nameKeys), searchAids(TRUE), progressPer(0), progressDone(0),
+      keypadPer(0), keypadReported(0), keypadStep(1) {
   index.SetKeySource(&keySource);
 }
 
@@ -62,6 +64,7 @@ BOOL ContactManager::Open(HINSTANCE moduleInstance, ContactManagerListener* newL
   int state = OpenIndex();
   if (state != IndexUnusable && sync && sync->IsMaster() && HasResetMark()) {
     index.CloseStores();
+    ReportDropped(Str(L"the index files are marked for a rebuild"), L"Open", __LINE__);
     state = IndexUnusable;
   }
   openReport.state = state;
@@ -71,8 +74,11 @@ BOOL ContactManager::Open(HINSTANCE moduleInstance, ContactManagerListener* newL
 }
 
 BOOL ContactManager::BringInStep(int state) {
-  if (state == IndexInStep) return TRUE;
   const BOOL writer = MayWrite();
+  if (state == IndexInStep) {
+    // Room that deletions made meanwhile is taken up at once.
+    return overCapacity && writer ? UseFreedRoom() : TRUE;
+  }
   if (state == IndexStale) return writer ? Inspect() : TRUE;
   if (!writer) return FALSE;
   openReport.rebuilt = TRUE;
@@ -98,6 +104,12 @@ void ContactManager::Close() {
 }
 
 BOOL ContactManager::CloseIndex() {
+  if (eventsWindow.IsSaveTimerRunning()) {
+    // Changes not yet written back: the process that opens the files next, perhaps from the disk,
+    // finds them there. Closing the stores waits for the save.
+    eventsWindow.StopSaveTimer();
+    index.Save(TRUE);
+  }
   index.CloseStores();
   // What another process wrote since is unknown: the names are read again.
   positions.Clear();
@@ -122,14 +134,54 @@ BOOL ContactManager::TakeOverIndex() {
 }
 
 int ContactManager::OpenIndex() {
+  overCapacity = FALSE;
+  indexHolds = 0;
+  repairDue = FALSE;
   // The props store refuses a file whose in-change byte is set, so a write that was cut off leaves
   // the index unusable and the master rebuilds it. Only the headers are judged here: the walk over
   // both files (a contact listed twice among it) follows in idle time, or before the first write.
-  if (!index.OpenStores(TRUE)) return IndexUnusable;
+  if (!index.OpenStores(TRUE)) {
+    ReportDropped(DescribeUnusableIndex(index.IndexPath(), index.PropsPath(), GetLastError()), L"OpenIndex",
+                  __LINE__);
+    return IndexUnusable;
+  }
   FILETIME time;
   DWORD count = 0;
   GetCountAndTime(time, count);
-  return index.Props().IsNeedInspect(time, count, FALSE) ? IndexStale : IndexInStep;
+  PropsStore& props = index.Props();
+  if (index.IsDamaged()) {
+    index.CloseStores();
+    ReportDropped(Str(L"pim_index1.dat names structures past its end, or a file couldn't be copied whole"),
+                  L"OpenIndex", __LINE__);
+    return IndexUnusable;
+  }
+  // Both files describe one database: the index file's contacts are the props store's records, one
+  // each. Files of two different databases, or of two different times, never pass as in step.
+  const uint32_t records = props.RecordCount();
+  const int contacts = index.ContactCount();
+  if (contacts < 0 || static_cast<uint32_t>(contacts) != records) {
+    Str why;
+    why.Format(L"%s names %d contacts and %s holds %u records: the files don't belong together",
+               BareFileName(index.IndexPath()), contacts, BareFileName(index.PropsPath()), records);
+    index.CloseStores();
+    ReportDropped(why, L"OpenIndex", __LINE__);
+    return IndexUnusable;
+  }
+  // The stamp is the database's time at the last change the index took in. With the same time, an
+  // index holding fewer contacts than the database is one that had no room for the others.
+  const FILETIME stamp = props.GetDbState();
+  const BOOL sameTime =
+      stamp.dwLowDateTime == time.dwLowDateTime && stamp.dwHighDateTime == time.dwHighDateTime;
+  if (!sameTime || records > count) return IndexStale;
+  if (records < count) {
+    overCapacity = TRUE;
+    indexHolds = contacts;
+    openReport.overCapacity = TRUE;
+    openReport.held = contacts;
+    Str note = CapacityNote();
+    LogError(note, L"ContactManager", L"OpenIndex", __LINE__);
+  }
+  return IndexInStep;
 }
 
 // --- helpers -----------------------------------------------------------------------------------------------
@@ -165,9 +217,37 @@ BOOL ContactManager::BeginWrite() {
 }
 
 void ContactManager::ReportDamage(const wchar_t* function, int line) {
-  Str message = L"the index files are damaged: ";
-  message += index.WalkReport();
+  // The first finding says why; the files are rebuilt together whichever of them it concerns.
+  const Str& report = index.WalkReport();
+  const int end = report.FindOneOf(L"\r\n");
+  Str why;
+  why.Format(L"%s and %s don't hold together: ", BareFileName(index.IndexPath()),
+             BareFileName(index.PropsPath()));
+  why += end >= 0 ? report.Left(end) : report;
+  ReportDropped(why, function, line);
+}
+
+void ContactManager::ReportDropped(const Str& why, const wchar_t* function, int line) {
+  const DWORD error = GetLastError();
+  openReport.reason = why;
+  Str message = MayWrite() ? L"the index is dropped and rebuilt: " : L"the index can't be used: ";
+  message += why;
   LogError(message, L"ContactManager", function, line);
+  SetLastError(error);
+}
+
+BOOL ContactManager::NoteRead(BOOL ok) {
+  if (ok || GetLastError() != ERROR_INVALID_DATA || repairDue) return ok;
+  // A read met a structure that doesn't hold together: the same as damage the walk finds.
+  ReportDropped(Str(L"a read of the index met a structure that doesn't hold together"), L"NoteRead",
+                __LINE__);
+  openReport.damageFound = TRUE;
+  if (MayWrite()) {
+    repairDue = TRUE;
+    StartIdleWork();
+  }
+  SetLastError(ERROR_INVALID_DATA);
+  return ok;
 }
 
 BOOL ContactManager::EnsureIndexSound() {
@@ -177,7 +257,8 @@ BOOL ContactManager::EnsureIndexSound() {
 
 BOOL ContactManager::RepairDamagedIndex() {
   openReport.damageFound = TRUE;
-  ReportDamage(L"RepairDamagedIndex", __LINE__);
+  if (!repairDue) ReportDamage(L"RepairDamagedIndex", __LINE__);
+  repairDue = FALSE;
   // A slave only reads: the master rebuilds and tells it to reload.
   if (!MayWrite()) {
     SetLastError(ERROR_INVALID_DATA);
@@ -195,6 +276,10 @@ void ContactManager::StartIdleWork() {
 }
 
 void ContactManager::OnIdleTimer() {
+  if (repairDue) {
+    RepairDamagedIndex();
+    return;
+  }
   if (index.IsWalkDue()) {
     // One slice per tick; nothing at all while a copy still runs.
     if (!index.Walk(kIdleSliceMs, FALSE)) return;
@@ -222,6 +307,119 @@ void ContactManager::StampIndex() {
   FILETIME time;
   DWORD count = 0;
   if (GetCountAndTime(time, count) && index.Props().IsOpen()) index.Props().SetDbState(time);
+}
+
+void ContactManager::BeginIndexChange() {
+  if (index.IsOpen() && index.Props().IsOpen()) index.Props().SetInChange(1);
+}
+
+void ContactManager::EndIndexChange(BOOL stamp) {
+  const DWORD error = GetLastError();
+  if (index.IsOpen() && index.Props().IsOpen()) {
+    if (stamp && !rebuilding) StampIndex();
+    index.Props().SetInChange(0);
+  }
+  SetLastError(error);
+}
+
+Str ContactManager::CapacityNote() const {
+  FILETIME time;
+  DWORD count = 0;
+  const_cast<ContactManager*>(this)->GetCountAndTime(time, count);
+  Str note;
+  note.Format(
+      L"the address book holds %u contacts, more than the index has room for: it holds %d of them; the "
+      L"others can be read but no search finds them",
+      static_cast<unsigned>(count), indexHolds);
+  return note;
+}
+
+void ContactManager::NoteOverCapacity() {
+  const DWORD error = GetLastError();
+  indexHolds = index.ContactCount();
+  if (!overCapacity) {
+    overCapacity = TRUE;
+    LogError(CapacityNote(), L"ContactManager", L"NoteOverCapacity", __LINE__);
+  }
+  openReport.overCapacity = TRUE;
+  openReport.held = indexHolds;
+  SetLastError(error);
+}
+
+void ContactManager::NoteCapacityRestored() {
+  openReport.overCapacity = FALSE;
+  openReport.held = indexHolds;
+  Str note;
+  note.Format(L"the index has room for every contact again: it holds all %d", indexHolds);
+  LogError(note, L"ContactManager", L"NoteCapacityRestored", __LINE__);
+}
+
+BOOL ContactManager::UseFreedRoom() {
+  if (!index.IsOpen() || !EnsureIndexSound()) return FALSE;
+  FILETIME time;
+  DWORD count = 0;
+  GetCountAndTime(time, count);
+  const int held = index.ContactCount();
+  if (held <= 0 || static_cast<int>(count) <= held) return TakeInUnindexed();
+  // What a contact takes in the index now, and what is left: the free blocks and the rest of the
+  // mapping.
+  IndexStore& store = index.Store();
+  const uint64_t length = store.Length();
+  const uint64_t free = store.Arena().FreeBytes();
+  const uint64_t used = length > free ? length - free : 0;
+  const uint64_t perContact = used / static_cast<uint64_t>(held);
+  const uint64_t room = (MappedFile::kMaxLength > length ? MappedFile::kMaxLength - length : 0) + free;
+  const uint64_t missing = count - static_cast<uint64_t>(held);
+  if (room >= missing * perContact + used / 32) {
+    const BOOL rebuilt = FullRebuild();
+    if (listener) listener->OnReloaded();
+    if (rebuilt && !overCapacity) NoteCapacityRestored();
+    return rebuilt;
+  }
+  return room >= 2 * perContact ? TakeInUnindexed() : TRUE;
+}
+
+BOOL ContactManager::TakeInUnindexed() {
+  if (!index.IsOpen() || !EnsureIndexSound()) return FALSE;
+  Array<CEOID> indexed;
+  if (!index.ListAll(SortByName, indexed)) return NoteRead(FALSE);
+  SortIds(indexed);
+  Array<CEOID> all;
+  ListFilter everyone;
+  if (!EnumerateOids(everyone, all)) return FALSE;
+  index.CancelSave();
+  BeginIndexChange();
+  BOOL full = FALSE;
+  BOOL ok = TRUE;
+  int taken = 0;
+  for (int i = 0; i < all.GetSize() && !full && ok; ++i) {
+    if (ContainsId(indexed, all[i])) continue;
+    Contact contact;
+    Str text;
+    // A record gone meanwhile has its own event to come.
+    if (!LoadForIndex(all[i], contact, text)) continue;
+    if (index.AddContact(contact, text)) {
+      nameKeys.Forget(contact.oid);
+      ++taken;
+    } else if (GetLastError() == kMappingFullError) {
+      full = TRUE;
+    } else {
+      ok = FALSE;
+    }
+  }
+  EndIndexChange(ok);
+  indexHolds = index.ContactCount();
+  openReport.held = indexHolds;
+  if (ok && !full) {
+    overCapacity = FALSE;
+    NoteCapacityRestored();
+  }
+  if (taken > 0) {
+    StartCommit();
+    TellSlavesToReload();
+    if (listener) listener->OnReloaded();
+  }
+  return ok;
 }
 
 void ContactManager::StartCommit() { eventsWindow.StartSaveTimer(kCommitMs); }

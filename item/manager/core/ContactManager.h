@@ -33,7 +33,7 @@ class PimSync;
 
 // What opening the index found.
 enum IndexOpenState {
-  IndexUnusable = 0,  // missing, damaged, cut off in a write, or marked for reset
+  IndexUnusable = 0,  // missing, damaged, cut off in a write, made for another database, or marked for reset
   IndexInStep = 1,
   IndexStale = 2,  // the database's time or count differs from the stamp
 };
@@ -43,18 +43,26 @@ struct IndexOpenReport {
   IndexOpenReport() { Clear(); }
   void Clear() {
     state = IndexUnusable;
-    inspected = rebuilt = damageFound = FALSE;
-    removed = added = changed = 0;
+    inspected = rebuilt = damageFound = overCapacity = FALSE;
+    removed = added = changed = held = 0;
+    reason.Empty();
   }
   int state;                    // IndexOpenState
   BOOL inspected;               // the stale index was compared contact by contact
   BOOL rebuilt;                 // the index was made anew
-  BOOL damageFound;             // the walk after the start found the index damaged
+  BOOL damageFound;             // the walk after the start, or a read, found the index damaged
   int removed, added, changed;  // what the inspection found (and applied unless it rebuilt)
+  BOOL overCapacity;            // the address book holds more contacts than the index has room for
+  int held;                     // with overCapacity: how many contacts the index holds
+  Str reason;                   // why the index was dropped, as logged; empty when it wasn't
 };
 
 class ContactManager : public ContactDatabase, public DbEventTarget, public NameSource {
  public:
+  // How long, and how often, a rebuild tries again to make the new index files while a process that
+  // was told to let go of them still holds their mappings.
+  static const DWORD kCreateRetryMs = 100;
+  static const int kCreateAttempts = 50;
   // Differences up to which a stale index is patched, and queued events up to which they are applied
   // one by one; above them a full rebuild is cheaper.
   static const int kMaxInspectChanges = 10;
@@ -80,7 +88,8 @@ class ContactManager : public ContactDatabase, public DbEventTarget, public Name
                     IndexProgressSink* progress);
   // Starts a save still due, then closes the index, the databases and both windows.
   virtual void Close();
-  // Closes the index files only.
+  // Closes the index files only; changes not yet saved are written back first, so that a process that
+  // opens the files next finds them.
   virtual BOOL CloseIndex();
   // Opens the index again as it is, without repair: what a slave does when told to reload.
   virtual BOOL ReloadIndex();
@@ -96,10 +105,12 @@ class ContactManager : public ContactDatabase, public DbEventTarget, public Name
   // data from the props store (from the Note itself for a contact the index doesn't know).
   virtual BOOL ReadContact(CEOID id, Contact& contact);
   // Writes a new contact (its extended data merged into the Note) and adds it to the index; the new
-  // id goes into `contact.oid`. Master only.
+  // id goes into `contact.oid`. Master only. A contact the index has no room for is still stored: the
+  // result is true, and IsOverCapacity says that the index doesn't hold it.
   virtual BOOL AddContact(Contact& contact);
   // Writes the contact over its record and updates the index. `photoAuthoritative`: the photo in hand
-  // is the photo to keep, an absent one meaning none. Master only.
+  // is the photo to keep, an absent one meaning none. Master only. As with AddContact, a contact the
+  // index has no more room for is stored, and left out of the index.
   virtual BOOL UpdateContact(Contact& contact, BOOL photoAuthoritative);
   // Deletes the record and takes the contact out of the index. Master only.
   virtual BOOL DeleteContact(CEOID id);
@@ -153,6 +164,13 @@ class ContactManager : public ContactDatabase, public DbEventTarget, public Name
   IdleWorkWindow& IdleWindow() { return idleWindow; }
   ContactNote& Note() { return note; }
   const IndexOpenReport& LastOpenReport() const { return openReport; }
+  // Whether the address book holds more contacts than the index has room for. The index then holds
+  // IndexHolds() of them: every contact can still be read, and a search finds those indexed. Room
+  // made by deletions is taken up by the others at once.
+  BOOL IsOverCapacity() const { return overCapacity; }
+  int IndexHolds() const { return indexHolds; }
+  // The plain sentence about it, as logged: how many contacts the book and the index hold.
+  Str CapacityNote() const;
   BOOL IsRebuilding() const { return rebuilding; }
   BOOL IsOpen() const { return opened; }
   void SetListener(ContactManagerListener* newListener) { listener = newListener; }
@@ -162,7 +180,9 @@ class ContactManager : public ContactDatabase, public DbEventTarget, public Name
   // are judged here and the files are copied in the background; the full walk over them comes in
   // idle time (OnIdleTimer), or at once before the first write.
   virtual int OpenIndex();
-  // Reads every record and writes both index files anew; the old index stays when a read fails.
+  // Reads every record and writes both index files anew; the old index stays when a read fails. The
+  // old files are never read: they are deleted and made afresh. When the index has no room for every
+  // contact it holds as many as it can (IsOverCapacity).
   virtual BOOL FullRebuild();
   // Compares the index with the database by checksums and applies up to ten differences; more, a
   // duplicate or an empty index give a full rebuild.
@@ -180,8 +200,34 @@ class ContactManager : public ContactDatabase, public DbEventTarget, public Name
   BOOL EnsureIndexSound();
   // What the walk's finding of damage leads to: reported; a master rebuilds and tells the listener.
   BOOL RepairDamagedIndex();
-  // Logs what the walk found.
+  // Logs what the walk found, as one line.
   void ReportDamage(const wchar_t* function, int line);
+  // Logs, as one line, that the index is dropped and rebuilt, and why; keeps the reason for the report.
+  void ReportDropped(const Str& why, const wchar_t* function, int line);
+  // What a read of the index that failed with ERROR_INVALID_DATA leads to: the damage is reported and
+  // a master rebuilds in its next idle slice. Gives `ok` with the last error kept.
+  BOOL NoteRead(BOOL ok);
+  // The index files made anew from the builder, tried again while another process still holds their
+  // mappings (told to let go of them first).
+  BOOL WriteNewIndex(BulkBuilder& builder);
+  // The rebuild for an address book the index has no room for whole: the first contacts of the table,
+  // as many as fit.
+  BOOL RebuildPartly(int total, const FILETIME& time);
+  // A contact the index had no room for: the index is over capacity from now on (logged once).
+  void NoteOverCapacity();
+  // Over capacity no longer (logged).
+  void NoteCapacityRestored();
+  // Over capacity: adds the contacts the index doesn't hold, in the table's order, as long as there is
+  // room; says, and logs, when it holds every contact again.
+  BOOL TakeInUnindexed();
+  // Over capacity, after deletions: when the room the index has left would take every contact it
+  // doesn't hold, it is rebuilt whole (a rebuild packs it tighter than single adds can); with room
+  // for a few, those are added; otherwise nothing happens.
+  BOOL UseFreedRoom();
+  // The frame of every change of the index: the in-change byte is set before it, and after it the
+  // stamp follows the database when `stamp`, and the byte is cleared.
+  void BeginIndexChange();
+  void EndIndexChange(BOOL stamp);
   // Starts the idle timer unless it runs: after a start, a reload and every change.
   void StartIdleWork();
   // What an opened index needs: nothing when in step, the audit when stale, a full rebuild when
@@ -218,9 +264,10 @@ class ContactManager : public ContactDatabase, public DbEventTarget, public Name
   void EndProgress();
   // Progress of the keypad tree's rebuild, told to the listener in 18 steps.
   void AdvanceKeypadProgress(int done);
-  // Reads every record of the database into `builder`, calling `onRead` with the count so far after
-  // each. False on a read failure other than the end of the table.
-  BOOL FeedAllRecords(BulkBuilder& builder, void (ContactManager::*onRead)(int));
+  // Reads every record of the database into `builder` (the first `limit` of them when not negative),
+  // calling `onRead` with the count so far after each. False on a read failure other than the end of
+  // the table.
+  BOOL FeedAllRecords(BulkBuilder& builder, void (ContactManager::*onRead)(int), int limit = -1);
 
   // --- search parts (ContactSearch*.cpp) ----------------------------------------------------------------
   // The ids of the contacts that have, for every word of the query, a word beginning with it.
@@ -275,6 +322,10 @@ class ContactManager : public ContactDatabase, public DbEventTarget, public Name
   BOOL opened;
   BOOL simSourceAttached;
   IndexOpenReport openReport;
+  BOOL overCapacity;
+  int indexHolds;
+  // A read met damage: the master rebuilds in its next idle slice.
+  BOOL repairDue;
   NameKeyCache nameKeys;
   ListPositions positions;
   PositionSearch aids;

@@ -28,10 +28,19 @@ BOOL ContactManager::AddContact(Contact& contact) {
   if (!ContactDatabase::AddContact(contact, true)) return FALSE;
   nameKeys.Forget(contact.oid);
   contact.checksum = contact.ComputeChecksum();
-  const BOOL indexed = index.AddContact(contact, text);
+  BeginIndexChange();
+  BOOL indexed = index.AddContact(contact, text);
+  // Stored, but the index has no room for it: the contact stays readable, and the write succeeded.
+  if (!indexed && GetLastError() == kMappingFullError) {
+    NoteOverCapacity();
+    indexed = TRUE;
+  }
+  EndIndexChange(indexed);
+  const DWORD error = GetLastError();
   StartCommit();
   TellSlavesToReload();
-  return indexed;
+  SetLastError(error);
+  return NoteRead(indexed);
 }
 
 BOOL ContactManager::UpdateContact(Contact& contact, BOOL photoAuthoritative) {
@@ -45,10 +54,18 @@ BOOL ContactManager::UpdateContact(Contact& contact, BOOL photoAuthoritative) {
   if (!ContactDatabase::UpdateContact(contact, true)) return FALSE;
   nameKeys.Forget(contact.oid);
   contact.checksum = contact.ComputeChecksum();
-  const BOOL indexed = index.UpdateContact(contact, text);
+  BeginIndexChange();
+  BOOL indexed = index.UpdateContact(contact, text);
+  if (!indexed && GetLastError() == kMappingFullError) {
+    NoteOverCapacity();
+    indexed = TRUE;
+  }
+  EndIndexChange(indexed);
+  const DWORD error = GetLastError();
   StartCommit();
   TellSlavesToReload();
-  return indexed;
+  SetLastError(error);
+  return NoteRead(indexed);
 }
 
 BOOL ContactManager::DeleteContact(CEOID id) {
@@ -57,7 +74,11 @@ BOOL ContactManager::DeleteContact(CEOID id) {
   if (!ReadNameParts(id, names)) return FALSE;
   if (!ContactDatabase::DeleteContact(id)) return FALSE;
   nameKeys.Forget(id);
+  BeginIndexChange();
   index.RemoveContact(id);
+  EndIndexChange(TRUE);
+  // The room the contact took goes to those the index had none for.
+  if (overCapacity) UseFreedRoom();
   StartCommit();
   TellSlavesToReload();
   return TRUE;

@@ -28,13 +28,13 @@ BOOL ContactManager::LoadForIndex(CEOID oid, Contact& contact, Str& noteText) {
   return TRUE;
 }
 
-BOOL ContactManager::FeedAllRecords(BulkBuilder& builder, void (ContactManager::*onRead)(int)) {
+BOOL ContactManager::FeedAllRecords(BulkBuilder& builder, void (ContactManager::*onRead)(int), int limit) {
   DbDatabase& table = Contacts();
   table.SetAtEnd(false);
   // Nothing at index 0: the table is empty.
-  if (table.SeekIndex(0) == 0) return TRUE;
+  if (limit == 0 || table.SeekIndex(0) == 0) return TRUE;
   int read = 0;
-  while (!table.IsAtEnd()) {
+  while (!table.IsAtEnd() && (limit < 0 || read < limit)) {
     Contact* contact = CheckAllocation(new (std::nothrow) Contact());
     Str text;
     if (!ReadForIndex(*contact, text)) {
@@ -53,12 +53,29 @@ BOOL ContactManager::FeedAllRecords(BulkBuilder& builder, void (ContactManager::
   return TRUE;
 }
 
+BOOL ContactManager::WriteNewIndex(BulkBuilder& builder) {
+  for (int attempt = 1;; ++attempt) {
+    // The files are made anew under the same names: no other process may still have them mapped.
+    TellSlavesToStop();
+    index.CancelSave();
+    if (index.WriteBulk(builder)) return TRUE;
+    const DWORD error = GetLastError();
+    // A process that was told to let go may still be on its way out of the mappings.
+    if (error != ERROR_ALREADY_EXISTS || attempt >= kCreateAttempts) {
+      SetLastError(error);
+      return FALSE;
+    }
+    Sleep(kCreateRetryMs);
+  }
+}
+
 BOOL ContactManager::FullRebuild() {
   FILETIME time;
   DWORD count = 0;
   GetCountAndTime(time, count);
   BeginProgress(static_cast<int>(count), FALSE, L"Reindex database");
   rebuilding = TRUE;
+  repairDue = FALSE;
 
   BulkBuilder builder;
   if (!FeedAllRecords(builder, &ContactManager::AdvanceProgress)) {
@@ -70,15 +87,22 @@ BOOL ContactManager::FullRebuild() {
     return FALSE;
   }
 
-  index.CancelSave();
-  if (!index.WriteBulk(builder)) {
+  if (!WriteNewIndex(builder)) {
     const DWORD error = GetLastError();
     index.CloseStores();
+    BOOL rebuilt = FALSE;
+    // More contacts than the index has room for: it holds as many as fit.
+    if (error == kMappingFullError) {
+      builder.Clear();
+      rebuilt = RebuildPartly(static_cast<int>(count), time);
+    }
     EndProgress();
     rebuilding = FALSE;
-    SetLastError(error);
-    return FALSE;
+    if (!rebuilt) SetLastError(error);
+    return rebuilt;
   }
+  overCapacity = FALSE;
+  indexHolds = index.ContactCount();
   // The new files live only in their mappings until the commit saves them: a rebuild cut off before
   // that leaves the files of the last save, and the next start judges those.
   index.Props().SetDbState(time);
@@ -89,18 +113,50 @@ BOOL ContactManager::FullRebuild() {
   return TRUE;
 }
 
+BOOL ContactManager::RebuildPartly(int total, const FILETIME& time) {
+  // Fewer and fewer of the table's first contacts, until they fit: 1/128 of them fewer at first, then
+  // twice as many fewer each time, and at last none.
+  for (int fewer = (total + 127) / 128;; fewer *= 2) {
+    const int limit = fewer < total ? total - fewer : 0;
+    BulkBuilder builder;
+    if (!FeedAllRecords(builder, &ContactManager::AdvanceProgress, limit)) return FALSE;
+    if (WriteNewIndex(builder)) break;
+    const DWORD error = GetLastError();
+    index.CloseStores();
+    if (error != kMappingFullError || limit == 0) {
+      SetLastError(error);
+      return FALSE;
+    }
+  }
+  // Stamped with the database's time: the next start finds the index as it was left, over capacity.
+  index.Props().SetDbState(time);
+  indexHolds = 0;
+  overCapacity = FALSE;
+  NoteOverCapacity();
+  StartCommit();
+  TellSlavesToReload();
+  return TRUE;
+}
+
 BOOL ContactManager::Rebuild() {
-  if (!BeginWrite()) return FALSE;
+  // A rebuild never reads the index it replaces: a damaged one is no reason to refuse it.
+  if (!MayWrite()) {
+    SetLastError(ERROR_ACCESS_DENIED);
+    return FALSE;
+  }
+  index.CancelSave();
   SetResetMarks();
   if (listener) listener->SetDataReady(FALSE);
   TellSlavesToStop();
   const BOOL rebuilt = FullRebuild();
+  const DWORD error = GetLastError();
   if (listener) {
     listener->OnReloaded();
     listener->SetDataReady(TRUE);
   }
   StartCommit();
   TellSlavesToReload();
+  SetLastError(error);
   return rebuilt;
 }
 

@@ -7,35 +7,41 @@
 
 BOOL ContactManager::Search(const Str& query, int sortKind, const CategoryFilter& filter, Array<CEOID>& out,
                             SearchCancel* cancel) {
-  out.RemoveAll();
-  if (IsCancelled(cancel)) return FALSE;
-  BOOL handled = FALSE;
-  if (!OrderedMatch(query, FALSE, sortKind, filter, out, handled)) return FALSE;
-  if (!handled) {
-    Array<CEOID> match;
-    if (!TextMatch(query, match)) return FALSE;
-    if (!PlainOrder(query.IsEmpty(), match, sortKind, filter, out)) return FALSE;
-  }
-  // Digits also find the numbers that contain them.
-  if (IsAllDigits(query) && !WidenByPhone(query, sortKind, filter, out, cancel)) return FALSE;
-  if (!ReorderByName(query, FALSE, out, cancel)) return FALSE;
-  HideSimStage(out);
-  return TRUE;
+  // A read that meets damage leads to a rebuild of the index.
+  return NoteRead([&]() -> BOOL {
+    out.RemoveAll();
+    if (IsCancelled(cancel)) return FALSE;
+    BOOL handled = FALSE;
+    if (!OrderedMatch(query, FALSE, sortKind, filter, out, handled)) return FALSE;
+    if (!handled) {
+      Array<CEOID> match;
+      if (!TextMatch(query, match)) return FALSE;
+      if (!PlainOrder(query.IsEmpty(), match, sortKind, filter, out)) return FALSE;
+    }
+    // Digits also find the numbers that contain them.
+    if (IsAllDigits(query) && !WidenByPhone(query, sortKind, filter, out, cancel)) return FALSE;
+    if (!ReorderByName(query, FALSE, out, cancel)) return FALSE;
+    HideSimStage(out);
+    return TRUE;
+  }());
 }
 
 BOOL ContactManager::KeypadSearch(const Str& query, int sortKind, const CategoryFilter& filter,
                                   Array<CEOID>& out) {
-  out.RemoveAll();
-  BOOL handled = FALSE;
-  if (!OrderedMatch(query, TRUE, sortKind, filter, out, handled)) return FALSE;
-  if (!handled) {
-    Array<CEOID> match;
-    if (!KeypadMatch(query, match)) return FALSE;
-    if (!PlainOrder(query.IsEmpty(), match, sortKind, filter, out)) return FALSE;
-  }
-  if (!ReorderByName(query, TRUE, out, nullptr)) return FALSE;
-  HideSimStage(out);
-  return TRUE;
+  // A read that meets damage leads to a rebuild of the index.
+  return NoteRead([&]() -> BOOL {
+    out.RemoveAll();
+    BOOL handled = FALSE;
+    if (!OrderedMatch(query, TRUE, sortKind, filter, out, handled)) return FALSE;
+    if (!handled) {
+      Array<CEOID> match;
+      if (!KeypadMatch(query, match)) return FALSE;
+      if (!PlainOrder(query.IsEmpty(), match, sortKind, filter, out)) return FALSE;
+    }
+    if (!ReorderByName(query, TRUE, out, nullptr)) return FALSE;
+    HideSimStage(out);
+    return TRUE;
+  }());
 }
 
 BOOL ContactManager::GroupedSearch(const Str& query, const CategoryFilter& filter, Array<uint32_t>& flat,
@@ -50,36 +56,39 @@ BOOL ContactManager::GroupedKeypadSearch(const Str& query, const CategoryFilter&
 
 BOOL ContactManager::RunGroupedSearch(const Str& query, BOOL keypad, const CategoryFilter& filter,
                                       Array<uint32_t>& flat, Array<Str>& titles, SearchCancel* cancel) {
-  flat.RemoveAll();
-  titles.RemoveAll();
-  if (IsCancelled(cancel)) return FALSE;
-  ByteBuffer mask;
-  if (filter.active && !FilterMask(filter, mask)) return FALSE;
-  const ByteBuffer* categories = filter.active ? &mask : nullptr;
+  // A read that meets damage leads to a rebuild of the index.
+  return NoteRead([&]() -> BOOL {
+    flat.RemoveAll();
+    titles.RemoveAll();
+    if (IsCancelled(cancel)) return FALSE;
+    ByteBuffer mask;
+    if (filter.active && !FilterMask(filter, mask)) return FALSE;
+    const ByteBuffer* categories = filter.active ? &mask : nullptr;
 
-  // The groups are made from the database at search time; no ranking by name happens here.
-  Array<GroupEntry> entries;
-  if (query.IsEmpty()) {
-    if (!g_hideSim) {
-      // Every contact, or every one the filter allows, in one pass over the database.
-      if (!ReadEntries(*this, categories, nullptr, entries)) return FALSE;
+    // The groups are made from the database at search time; no ranking by name happens here.
+    Array<GroupEntry> entries;
+    if (query.IsEmpty()) {
+      if (!g_hideSim) {
+        // Every contact, or every one the filter allows, in one pass over the database.
+        if (!ReadEntries(*this, categories, nullptr, entries)) return FALSE;
+      } else {
+        Array<CEOID> ids;
+        if (!index.ListAll(SortByName, ids)) return FALSE;
+        HideSimStage(ids);
+        if (!ReadEntries(*this, categories, &ids, entries)) return FALSE;
+      }
     } else {
       Array<CEOID> ids;
-      if (!index.ListAll(SortByName, ids)) return FALSE;
+      if (!(keypad ? KeypadMatch(query, ids) : TextMatch(query, ids))) return FALSE;
+      if (!keypad && IsAllDigits(query)) {
+        // Widened against the whole name list; the filter applies when the entries are read.
+        CategoryFilter everyone;
+        if (!WidenByPhone(query, SortKindName, everyone, ids, cancel)) return FALSE;
+      }
       HideSimStage(ids);
-      if (!ReadEntries(*this, categories, &ids, entries)) return FALSE;
+      if (ids.GetSize() > 0 && !ReadEntries(*this, categories, &ids, entries)) return FALSE;
     }
-  } else {
-    Array<CEOID> ids;
-    if (!(keypad ? KeypadMatch(query, ids) : TextMatch(query, ids))) return FALSE;
-    if (!keypad && IsAllDigits(query)) {
-      // Widened against the whole name list; the filter applies when the entries are read.
-      CategoryFilter everyone;
-      if (!WidenByPhone(query, SortKindName, everyone, ids, cancel)) return FALSE;
-    }
-    HideSimStage(ids);
-    if (ids.GetSize() > 0 && !ReadEntries(*this, categories, &ids, entries)) return FALSE;
-  }
-  BuildGroups(entries, flat, titles);
-  return TRUE;
+    BuildGroups(entries, flat, titles);
+    return TRUE;
+  }());
 }
