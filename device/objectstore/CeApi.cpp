@@ -27,7 +27,10 @@
 //                              CEDB_MAXNUMRECORDS records
 //   ERROR_INVALID_HANDLE       CeOidGetInfo(Ex): no object with that id
 //   ERROR_OUTOFMEMORY          CeFindFirstDatabase could not make its handle
-//   ERROR_FILE_CORRUPT         the store file is damaged and refused (see the store's log)
+//   ERROR_FILE_CORRUPT         the store file is refused (see the store's log): its header is sound
+//                              but of a version this store doesn't know, or it is damaged and its
+//                              salvage could not be written (a damaged file is otherwise salvaged:
+//                              the calls go on with every record that checks out)
 //   ERROR_TIMEOUT              the store's mutex was not obtained within a minute
 //
 // Seek semantics, on the order the handle was opened with (a sort order, or by object id for propid 0):
