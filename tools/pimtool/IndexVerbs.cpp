@@ -37,8 +37,6 @@ int OpenVerb() {
     PrintLine(L"stale, inspected: removed " + std::to_wstring(report.removed) + L", added " +
               std::to_wstring(report.added) + L", changed " + std::to_wstring(report.changed));
   }
-  if (!report.reason.IsEmpty())
-    PrintLine(L"why: " + std::wstring(static_cast<const wchar_t*>(report.reason)));
   if (!opened) return 1;
   PrintLine(std::to_wstring(tool.Get().Index().ContactCount()) + L" contacts");
   if (tool.Get().IsOverCapacity()) PrintLine(static_cast<const wchar_t*>(tool.Get().CapacityNote()));

@@ -264,7 +264,6 @@ BOOL ContactManager::RepairDamagedIndex() {
     SetLastError(ERROR_INVALID_DATA);
     return FALSE;
   }
-  TellSlavesToStop();
   openReport.rebuilt = TRUE;
   const BOOL rebuilt = FullRebuild();
   if (listener) listener->OnReloaded();

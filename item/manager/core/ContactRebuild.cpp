@@ -147,7 +147,7 @@ BOOL ContactManager::Rebuild() {
   index.CancelSave();
   SetResetMarks();
   if (listener) listener->SetDataReady(FALSE);
-  TellSlavesToStop();
+  // The slaves are stopped by the rebuild, right before it replaces the files.
   const BOOL rebuilt = FullRebuild();
   const DWORD error = GetLastError();
   if (listener) {
