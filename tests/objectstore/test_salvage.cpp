@@ -309,7 +309,11 @@ std::wstring MemoryDir() {
   dir = WorkDir();
   DWORD attributes = GetFileAttributesW(L"Z:\\dev\\shm");
   if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY)) {
-    std::wstring mine = L"Z:\\dev\\shm\\pagemark-objectstore-" + std::to_wstring(GetCurrentProcessId());
+    // Test programs on devices of their own may share the machine's folder, and process ids.
+    LARGE_INTEGER now;
+    QueryPerformanceCounter(&now);
+    std::wstring mine = L"Z:\\dev\\shm\\pagemark-objectstore-" + std::to_wstring(GetCurrentProcessId()) +
+                        L"-" + std::to_wstring(static_cast<unsigned long long>(now.QuadPart));
     if (CreateDirectoryW(mine.c_str(), nullptr) || GetLastError() == ERROR_ALREADY_EXISTS) dir = mine + L"\\";
   }
   return dir;
