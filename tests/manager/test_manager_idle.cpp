@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "ManagerTestSupport.h"
+#include "ProgramLog.h"
 #include "TestPaths.h"
 #include "storage/index/IndexStore.h"
 #include "storage/props/PropsStore.h"
@@ -48,6 +49,14 @@ void BreakFreeRingTag(ContactManager& manager) {
   SetWord(data, at, static_cast<uint32_t>(lead - 8));
 }
 
+// The log lines of this program that say the index was dropped.
+std::vector<std::string> DroppedLines() {
+  std::vector<std::string> found;
+  for (const std::string& line : LogLines(ProgramLogText()))
+    if (line.find("the index is dropped and rebuilt") != std::string::npos) found.push_back(line);
+  return found;
+}
+
 bool WaitIdle(ContactManager& manager) {
   return PumpUntil([&] { return !manager.IsIdleWorkDue(); }, 30000);
 }
@@ -87,6 +96,7 @@ TEST_CASE(
   FreshDevice();
   WriteGenerated(60);
   IndexAndPlant(BreakFreeRingTag);
+  FreshProgramLog();
   OpenedManager m;
   REQUIRE(m.opened);
   CHECK(m.manager.LastOpenReport().state == IndexInStep);
@@ -101,6 +111,43 @@ TEST_CASE(
   CHECK(m.listener.Count("reloaded") == 1);
   CHECK(m.manager.Index().ContactCount() == 60);
   CHECK(CheckIndex(m.manager) == "");
+  // One line in the log says so, naming the files and what the walk found.
+  const std::vector<std::string> lines = DroppedLines();
+  REQUIRE(lines.size() == 1);
+  CHECK(lines[0].find("pim_index1.dat and pim_index2.dat don't hold together: ") != std::string::npos);
+}
+
+TEST_CASE("a search that meets damage after the walk fails cleanly, and the master rebuilds in idle time") {
+  FreshDevice();
+  WriteGenerated(50);
+  IndexAndPlant([](ContactManager&) {});
+  OpenedManager m;
+  REQUIRE(m.opened);
+  REQUIRE(WaitIdle(m.manager));
+  REQUIRE_FALSE(m.manager.LastOpenReport().damageFound);
+  // The searches work from the sorted lists themselves.
+  m.manager.SetSearchAids(FALSE);
+  Array<CEOID> all;
+  REQUIRE(m.manager.Search(Str(L""), SortKindName, CategoryFilter(), all, nullptr));
+  REQUIRE(all.GetSize() == 50);
+  // The name list's count now passes the end of the file.
+  FreshProgramLog();
+  IndexStore& store = m.manager.Index().Store();
+  store.Words(store.HeaderWord(kNameListSlot))[0] = 0x10000000;
+  SetLastError(NO_ERROR);
+  CHECK_FALSE(m.manager.Search(Str(L""), SortKindName, CategoryFilter(), all, nullptr));
+  CHECK(GetLastError() == ERROR_INVALID_DATA);
+  CHECK(m.manager.LastOpenReport().damageFound);
+  CHECK(m.manager.IsIdleWorkDue());
+  REQUIRE(WaitIdle(m.manager));
+  CHECK(m.manager.LastOpenReport().rebuilt);
+  CHECK(m.listener.Count("reloaded") == 1);
+  CHECK(m.manager.Search(Str(L""), SortKindName, CategoryFilter(), all, nullptr));
+  CHECK(all.GetSize() == 50);
+  CHECK(CheckIndex(m.manager) == "");
+  const std::vector<std::string> lines = DroppedLines();
+  REQUIRE(lines.size() == 1);
+  CHECK(lines[0].find("a read of the index met a structure that doesn't hold together") != std::string::npos);
 }
 
 TEST_CASE("a broken props chain fails its record's reads before the walk, which then finds it and rebuilds") {

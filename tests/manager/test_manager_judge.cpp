@@ -198,3 +198,27 @@ TEST_CASE("an index file that can't be used is dropped with one line that names 
     CHECK(CheckIndex(m.manager) == "");
   }
 }
+
+TEST_CASE(
+    "pimtool check doesn't call the index sound while it misses contacts of the database or names others") {
+  FreshDevice();
+  const std::vector<CEOID> indexed = WriteGenerated(30);
+  REQUIRE(indexed.size() == 30);
+  IndexAndSave();
+  auto check = [](std::string& out) {
+    return testpaths::RunCaptured(testpaths::BinDir() + L"pimtool.exe", L"check", 60000, &out, nullptr);
+  };
+  std::string out;
+  CHECK(check(out) == 0);
+  CHECK(out.find("index sound: 30 contacts") != std::string::npos);
+  // Written by another program while no process of the product ran: not in the index.
+  REQUIRE(WriteGenerated(3, 7, 100).size() == 3);
+  CHECK(check(out) == 1);
+  CHECK(out.find("index sound") == std::string::npos);
+  CHECK(out.find("the index holds 30 of the 33 contacts; 3 aren't indexed") != std::string::npos);
+  // And two indexed ones gone from the database.
+  REQUIRE(DeleteRecord(indexed[0]));
+  REQUIRE(DeleteRecord(indexed[1]));
+  CHECK(check(out) == 1);
+  CHECK(out.find("the index names 2 contacts the database doesn't hold") != std::string::npos);
+}
