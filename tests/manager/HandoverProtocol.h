@@ -26,6 +26,7 @@ enum Command : UINT {
   CmdReport,             // the last open of the index: its state, + 4 when inspected, + 8 when rebuilt
   CmdSpoil,              // the master sets the props store's in-change byte and saves both files
   CmdPause,              // posted: takes no message for wParam milliseconds
+  CmdTakeOver,           // asks to become master (PimSync::ChangeToMaster): 1 when it is
   CmdQuit,               // closes, unregisters and leaves
 };
 

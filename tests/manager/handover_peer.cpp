@@ -86,6 +86,8 @@ LRESULT Carry(HWND window, UINT command) {
       return Spoil();
     case handover::CmdPause:
       return 0;
+    case handover::CmdTakeOver:
+      return sync->ChangeToMaster(window) && sync->IsMaster() ? 1 : 0;
     case handover::CmdQuit:
       PostQuitMessage(0);
       return 1;

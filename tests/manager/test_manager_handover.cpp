@@ -110,3 +110,27 @@ TEST_CASE("the master leaves an unusable index: the next master rebuilds it whil
   CHECK(std::count(events.begin(), events.end(), "third SlaveStop") >= 1);
   CHECK(std::count(events.begin(), events.end(), "third SlaveReload") >= 1);
 }
+
+TEST_CASE(
+    "a slave that asks to be master takes over an unusable index: it rebuilds it, and the old master "
+    "reloads") {
+  ThreeProcesses processes(L"handover-asked.log");
+  REQUIRE(processes.first.Command(handover::CmdSpoil) == 1);
+  REQUIRE(processes.second.Command(handover::CmdTakeOver) == 1);
+  CHECK(processes.first.Command(handover::CmdIsMaster) == 0);
+  CHECK(processes.third.Command(handover::CmdIsMaster) == 0);
+  const LRESULT report = processes.second.Command(handover::CmdReport);
+  CHECK((report & 3) == IndexUnusable);
+  CHECK((report & 8) != 0);  // rebuilt
+  const int records = static_cast<int>(AllRecordIds().size());
+  const LRESULT expected = DatabaseDigest();
+  for (helperproc::HelperProcess* process : {&processes.first, &processes.second, &processes.third}) {
+    CAPTURE(process->Name());
+    CHECK(PumpUntil([&] { return process->Command(handover::CmdCount) == records; }, 10000));
+    CHECK(process->Command(handover::CmdDigest) == expected);
+    CHECK(process->Command(handover::CmdFound) == 2);
+  }
+  const std::vector<std::string> events = sharedlog::ReadLines(processes.log);
+  CHECK(std::count(events.begin(), events.end(), "first ChangeToSlave") == 1);
+  CHECK(std::count(events.begin(), events.end(), "second TakeOverIndex 1") == 1);
+}
