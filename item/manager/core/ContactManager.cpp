@@ -69,7 +69,10 @@ BOOL ContactManager::Open(HINSTANCE moduleInstance, ContactManagerListener* newL
   }
   openReport.state = state;
   const BOOL inStep = BringInStep(state);
+  // The timer's start keeps the error of a failed open for the caller.
+  const DWORD error = GetLastError();
   StartIdleWork();
+  SetLastError(error);
   return inStep;
 }
 
@@ -120,7 +123,9 @@ BOOL ContactManager::CloseIndex() {
 BOOL ContactManager::ReloadIndex() {
   CloseIndex();
   const BOOL reopened = OpenIndex() != IndexUnusable;
+  const DWORD error = GetLastError();
   StartIdleWork();
+  SetLastError(error);
   return reopened;
 }
 
@@ -129,7 +134,9 @@ BOOL ContactManager::TakeOverIndex() {
   openReport.Clear();
   openReport.state = OpenIndex();
   const BOOL inStep = BringInStep(openReport.state);
+  const DWORD error = GetLastError();
   StartIdleWork();
+  SetLastError(error);
   return inStep;
 }
 
