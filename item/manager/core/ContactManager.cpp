@@ -141,6 +141,8 @@ BOOL ContactManager::TakeOverIndex() {
 }
 
 int ContactManager::OpenIndex() {
+  // Said once while it lasts, not at every reload.
+  const BOOL wasOverCapacity = overCapacity;
   overCapacity = FALSE;
   indexHolds = 0;
   repairDue = FALSE;
@@ -185,8 +187,7 @@ int ContactManager::OpenIndex() {
     indexHolds = contacts;
     openReport.overCapacity = TRUE;
     openReport.held = contacts;
-    Str note = CapacityNote();
-    LogError(note, L"ContactManager", L"OpenIndex", __LINE__);
+    if (!wasOverCapacity) LogError(CapacityNote(), L"ContactManager", L"OpenIndex", __LINE__);
   }
   return IndexInStep;
 }

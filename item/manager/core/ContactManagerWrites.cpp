@@ -75,8 +75,10 @@ BOOL ContactManager::DeleteContact(CEOID id) {
   if (!ContactDatabase::DeleteContact(id)) return FALSE;
   nameKeys.Forget(id);
   BeginIndexChange();
-  index.RemoveContact(id);
-  EndIndexChange(TRUE);
+  // The record is gone either way; damage met on the way leads to a rebuild.
+  const BOOL removed = index.RemoveContact(id) || GetLastError() != ERROR_INVALID_DATA;
+  EndIndexChange(removed);
+  NoteRead(removed);
   // The room the contact took goes to those the index had none for.
   if (overCapacity) UseFreedRoom();
   StartCommit();
