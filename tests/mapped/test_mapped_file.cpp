@@ -199,6 +199,36 @@ TEST_CASE("Close waits for a running background save, which completes") {
   CHECK(ReadFileBytes(files.path) == expected);
 }
 
+TEST_CASE(
+    "the mapping's name is free once Close returns, with a background save or copy running at the time") {
+  CleanFiles files(L"namefree.dat");
+  for (int round = 0; round < 10; ++round) {
+    CAPTURE(round);
+    {
+      MappedFile file;
+      REQUIRE(file.Create(files.path.c_str(), 4 << 20));
+      FillPattern(file.Data(), file.Length(), 9);
+      REQUIRE(file.Save(TRUE));
+      file.Close();
+    }
+    // What a rebuild does right after the process that held the files let go of them.
+    MappedFile fresh;
+    CHECK(fresh.Create(files.path.c_str(), 1024));
+    fresh.Close();
+    {
+      MappedFile saved;
+      REQUIRE(saved.Create(files.path.c_str(), 4 << 20));
+      FillPattern(saved.Data(), saved.Length(), 10);
+      REQUIRE(saved.Save(FALSE));
+    }
+    MappedFile loading;
+    REQUIRE(loading.OpenInBackground(files.path.c_str(), 4096));
+    loading.Close();
+    CHECK(fresh.Create(files.path.c_str(), 1024));
+    fresh.Close();
+  }
+}
+
 TEST_CASE("nothing mapped: no data, no length, no growth, no save") {
   MappedFile file;
   CHECK(file.Data() == nullptr);
