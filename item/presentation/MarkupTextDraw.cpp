@@ -112,6 +112,13 @@ void MarkupText::DrawLines(HDC dc, const RECT& rect, UINT flags, const MarkupLin
     options = ETO_CLIPPED;
   }
   if (IsRectEmpty(&clip)) return;
+  // Text outside the rect is clipped by its output; the clip region holds the rest of the line too
+  // (underline, strike-out and dots drawn by the platform beside the glyphs).
+  int savedState = 0;
+  if (options & ETO_CLIPPED) {
+    savedState = SaveDC(dc);
+    IntersectClipRect(dc, clip.left, clip.top, clip.right, clip.bottom);
+  }
 
   const wchar_t* chars = text.GetData();
   const MarkupCharAttr* charAttrs = attrs.GetData();
@@ -139,11 +146,14 @@ void MarkupText::DrawLines(HDC dc, const RECT& rect, UINT flags, const MarkupLin
     if (y + lineHeight <= clip.top || y >= clip.bottom) continue;
 
     if (count == 1 && (charAttrs[lineStart].style & kMarkupRule)) {
+      // A rule is clipped as text is: one whose pixel row lies outside the clip box is not drawn.
+      int ruleY = y + lineHeight / 2;
+      if (ruleY < clip.top || ruleY >= clip.bottom) continue;
       COLORREF color = colorOverride ? GetTextColor(dc) : charAttrs[lineStart].color;
       if (!colorOverride) SetTextColor(dc, color);
       GdiObject<HPEN> pen(CreatePen(PS_SOLID, 1, color));
       HGDIOBJ callersPen = SelectObject(dc, pen.Get());
-      POINT ends[2] = {{rect.left, y + lineHeight / 2}, {rect.right, y + lineHeight / 2}};
+      POINT ends[2] = {{rect.left, ruleY}, {rect.right, ruleY}};
       Polyline(dc, ends, 2);
       SelectObject(dc, callersPen);
       continue;
@@ -207,4 +217,5 @@ void MarkupText::DrawLines(HDC dc, const RECT& rect, UINT flags, const MarkupLin
       ExtTextOutW(dc, runs.End(), y, options, &clip, kDots, static_cast<UINT>(dots), nullptr);
     }
   }
+  if (savedState) RestoreDC(dc, savedState);
 }

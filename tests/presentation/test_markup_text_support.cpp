@@ -114,6 +114,24 @@ std::vector<uint32_t> Canvas::Bits() const {
 
 bool Canvas::SameAs(const Canvas& other) const { return Bits() == other.Bits(); }
 
+std::string Canvas::Difference(const Canvas& other) const {
+  std::vector<uint32_t> mine = Bits();
+  std::vector<uint32_t> theirs = other.Bits();
+  if (width != other.width || height != other.height) return "the sizes differ";
+  int count = 0;
+  std::ostringstream out;
+  for (int i = 0; i < width * height; ++i) {
+    if (mine[static_cast<size_t>(i)] == theirs[static_cast<size_t>(i)]) continue;
+    if (count < 8)
+      out << "(" << i % width << "," << i / width << ") " << std::hex << mine[static_cast<size_t>(i)]
+          << " against " << theirs[static_cast<size_t>(i)] << std::dec << "; ";
+    ++count;
+  }
+  if (count == 0) return std::string();
+  out << count << " pixels differ";
+  return out.str();
+}
+
 SelectedFont::SelectedFont(HDC into, const LOGFONTW& record) : dc(into), font(CreateFontIndirectW(&record)) {
   old = SelectObject(dc, font);
 }

@@ -40,6 +40,8 @@ class Canvas {
   // The smallest rectangle holding every pixel that is not `background`; empty when there is none.
   RECT Ink(COLORREF background = RGB(255, 255, 255)) const;
   bool SameAs(const Canvas& other) const;
+  // The first differing pixels and how many differ; empty when the canvases are the same.
+  std::string Difference(const Canvas& other) const;
   std::vector<uint32_t> Bits() const;
 
  private:
