@@ -79,26 +79,79 @@ BOOL MappedFile::RememberPath(const wchar_t* source) {
 
 // --- the mapping --------------------------------------------------------------------------------------
 
-BOOL MappedFile::MapSection(BOOL* existed) {
+BOOL MappedFile::MapSection(BOOL* existed, uint32_t firstWord) {
   wchar_t name[MAX_PATH];
-  if (!MappingName(path, name, MAX_PATH)) {
+  wchar_t guardName[MAX_PATH];
+  static const wchar_t kGuardSuffix[] = L".OPENING";
+  if (!MappingName(path, name, MAX_PATH - static_cast<int>(wcslen(kGuardSuffix)))) {
     SetLastError(ERROR_FILENAME_EXCED_RANGE);
+    return FALSE;
+  }
+  wcscpy(guardName, name);
+  wcscat(guardName, kGuardSuffix);
+  KernelHandle guard(CreateMutexW(nullptr, FALSE, guardName));
+  if (guard.IsEmpty()) {
+    LogFailure(L"CreateMutexW", GetLastError(), path, L"MapSection", __LINE__);
+    return FALSE;
+  }
+  // A holder that died leaves the mutex abandoned, which still hands it over.
+  const DWORD waited = WaitForSingleObject(guard.Get(), kAttachWaitMs);
+  if (waited != WAIT_OBJECT_0 && waited != WAIT_ABANDONED) {
+    const DWORD error = waited == WAIT_TIMEOUT ? ERROR_TIMEOUT : GetLastError();
+    LogFailure(L"WaitForSingleObject", error, path, L"MapSection", __LINE__);
+    SetLastError(error);
     return FALSE;
   }
   // Backed by the page file (no file handle), so the memory lives as long as some process holds it.
   mapping.Reset(CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, kMappingSize, name));
+  DWORD error = GetLastError();
   if (mapping.IsEmpty()) {
-    LogFailure(L"CreateFileMappingW", GetLastError(), path, L"MapSection", __LINE__);
-    return FALSE;
+    LogFailure(L"CreateFileMappingW", error, path, L"MapSection", __LINE__);
+  } else {
+    *existed = error == ERROR_ALREADY_EXISTS;
+    view.Reset(MapViewOfFile(mapping.Get(), kViewAccess, 0, 0, 0));
+    if (view.IsEmpty()) {
+      error = GetLastError();
+      LogFailure(L"MapViewOfFile", error, path, L"MapSection", __LINE__);
+      mapping.Reset();
+    } else if (!*existed) {
+      SetLength(firstWord);
+    }
   }
-  *existed = GetLastError() == ERROR_ALREADY_EXISTS;
-  view.Reset(MapViewOfFile(mapping.Get(), kViewAccess, 0, 0, 0));
+  ReleaseMutex(guard.Get());
   if (view.IsEmpty()) {
-    LogFailure(L"MapViewOfFile", GetLastError(), path, L"MapSection", __LINE__);
-    mapping.Reset();
+    SetLastError(error);
     return FALSE;
   }
   return TRUE;
+}
+
+BOOL MappedFile::MapForOpen(BOOL* first) {
+  const DWORD started = GetTickCount();
+  for (;;) {
+    BOOL existed = FALSE;
+    if (!MapSection(&existed, kLoadingLength)) return FALSE;
+    *first = !existed;
+    if (!existed) return TRUE;
+    // Another process made the mapping: it holds the live data once its copy has ended.
+    const LONG* word = static_cast<LONG*>(view.Get());
+    uint32_t length = kLoadingLength;
+    while ((length = static_cast<uint32_t>(InterlockedCompareExchange(const_cast<LONG*>(word), 0, 0))) ==
+               kLoadingLength &&
+           GetTickCount() - started < kAttachWaitMs)
+      Sleep(1);
+    if (length != kLoadingLength && length != kFailedLength) return TRUE;
+    Unmap();
+    if (GetTickCount() - started >= kAttachWaitMs) {
+      // The process that was copying the file went away in the middle, or copies fail again and
+      // again: what the mapping holds is neither the file nor a store.
+      LogFailure(L"OpenFileMapping", ERROR_TIMEOUT, path, L"MapForOpen", __LINE__);
+      SetLastError(ERROR_TIMEOUT);
+      return FALSE;
+    }
+    // Its copy failed: once it has let go, this process reads the file itself.
+    Sleep(5);
+  }
 }
 
 void MappedFile::Unmap() {
@@ -112,7 +165,8 @@ uint32_t MappedFile::Length() const {
   if (view.IsEmpty()) return 0;
   // While this object's copy runs, the word says so to other processes; here the length is known.
   if (!loader.IsEmpty()) return loadLength;
-  return ReadWord(static_cast<BYTE*>(view.Get()));
+  const uint32_t length = ReadWord(static_cast<BYTE*>(view.Get()));
+  return length == kFailedLength ? 0 : length;
 }
 
 void MappedFile::SetLength(uint32_t length) { WriteWord(static_cast<BYTE*>(view.Get()), length); }
@@ -128,13 +182,12 @@ BOOL MappedFile::Create(const wchar_t* filePath, uint32_t length) {
   if (!DeleteFileW(path) && !IsMissingFile(GetLastError()))
     LogFailure(L"DeleteFileW", GetLastError(), path, L"Create", __LINE__);
   BOOL existed = FALSE;
-  if (!MapSection(&existed)) return FALSE;
+  if (!MapSection(&existed, length)) return FALSE;
   if (existed) {
     Unmap();
     SetLastError(ERROR_ALREADY_EXISTS);
     return FALSE;
   }
-  SetLength(length);
   return TRUE;
 }
 
@@ -146,16 +199,14 @@ BOOL MappedFile::Open(const wchar_t* filePath, uint32_t minimumLength) {
     SetLastError(kMappingFullError);
     return FALSE;
   }
-  BOOL existed = FALSE;
-  if (!MapSection(&existed)) return FALSE;
-  if (existed) {
+  BOOL first = FALSE;
+  if (!MapForOpen(&first)) return FALSE;
+  if (!first) {
     // Another process holds the live data: that is the current state, whatever the file says.
-    if (!WaitForOtherLoader()) return FALSE;
     if (Length() < minimumLength) SetLength(minimumLength);
     return TRUE;
   }
   // Until the copy has ended, a process that attaches finds the length word saying so.
-  SetLength(kLoadingLength);
   KernelHandle file;
   DWORD size = 0;
   if (!OpenBackingFile(file, &size)) return FALSE;
@@ -165,10 +216,9 @@ BOOL MappedFile::Open(const wchar_t* filePath, uint32_t minimumLength) {
 BOOL MappedFile::OpenInBackground(const wchar_t* filePath, uint32_t headBytes) {
   Close();
   if (!RememberPath(filePath)) return FALSE;
-  BOOL existed = FALSE;
-  if (!MapSection(&existed)) return FALSE;
-  if (existed) return WaitForOtherLoader();
-  SetLength(kLoadingLength);
+  BOOL first = FALSE;
+  if (!MapForOpen(&first)) return FALSE;
+  if (!first) return TRUE;
   KernelHandle file;
   DWORD size = 0;
   if (!OpenBackingFile(file, &size)) return FALSE;
@@ -198,13 +248,13 @@ BOOL MappedFile::ReadWhole(HANDLE file, DWORD size, const wchar_t* caller) {
   if (!ReadSpan(file, Data(), 0, size)) {
     DWORD error = GetLastError();
     LogFailure(L"ReadFile", error, path, caller, __LINE__);
-    SetLength(0);
+    SetLength(kFailedLength);
     Unmap();
     SetLastError(error);
     return FALSE;
   }
   if (!IsValidImage(size, size >= 8 ? ReadWord(Data() + size - 8) : 0)) {
-    SetLength(0);
+    SetLength(kFailedLength);
     SetLastError(ERROR_INVALID_DATA);
     return FALSE;
   }
@@ -218,7 +268,7 @@ BOOL MappedFile::OpenBackingFile(KernelHandle& file, DWORD* fileSize) {
   if (file.IsEmpty()) {
     DWORD error = GetLastError();
     if (!IsMissingFile(error)) LogFailure(L"CreateFileW", error, path, L"Open", __LINE__);
-    SetLength(0);
+    SetLength(kFailedLength);
     Unmap();
     SetLastError(error);
     return FALSE;
@@ -230,7 +280,7 @@ BOOL MappedFile::OpenBackingFile(KernelHandle& file, DWORD* fileSize) {
   if (size == INVALID_FILE_SIZE && error != NO_ERROR) {
     LogFailure(L"GetFileSize", error, path, L"Open", __LINE__);
     file.Reset();
-    SetLength(0);
+    SetLength(kFailedLength);
     Unmap();
     SetLastError(error);
     return FALSE;
@@ -239,7 +289,7 @@ BOOL MappedFile::OpenBackingFile(KernelHandle& file, DWORD* fileSize) {
   // read.
   if (high != 0 || size > kMaxLength + 4) {
     file.Reset();
-    SetLength(0);
+    SetLength(kFailedLength);
     Unmap();
     LogTooLarge(L"Open", __LINE__, size, path);
     SetLastError(kMappingFullError);
@@ -259,23 +309,6 @@ BOOL MappedFile::ReadSpan(HANDLE file, BYTE* data, DWORD offset, DWORD count) {
   if (read != count) {
     SetLastError(ERROR_HANDLE_EOF);
     return FALSE;
-  }
-  return TRUE;
-}
-
-BOOL MappedFile::WaitForOtherLoader() {
-  const DWORD started = GetTickCount();
-  LONG* word = static_cast<LONG*>(view.Get());
-  while (static_cast<uint32_t>(InterlockedCompareExchange(word, 0, 0)) == kLoadingLength) {
-    if (GetTickCount() - started >= kAttachWaitMs) {
-      // The process that was copying the file went away in the middle: what the mapping holds is
-      // neither the file nor a store.
-      Unmap();
-      LogFailure(L"OpenFileMapping", ERROR_TIMEOUT, path, L"WaitForOtherLoader", __LINE__);
-      SetLastError(ERROR_TIMEOUT);
-      return FALSE;
-    }
-    Sleep(1);
   }
   return TRUE;
 }
@@ -307,7 +340,7 @@ BOOL MappedFile::LoadRest() {
   }
   if (!ok) loadFailed = TRUE;
   // Other processes may use the data from here on; the length word says when.
-  InterlockedExchange(static_cast<LONG*>(view.Get()), ok ? static_cast<LONG>(loadLength) : 0);
+  InterlockedExchange(static_cast<LONG*>(view.Get()), static_cast<LONG>(ok ? loadLength : kFailedLength));
   return ok;
 }
 

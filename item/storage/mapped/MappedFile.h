@@ -19,7 +19,11 @@
 // word inside the 8 MB is refused, logged, and nothing changes.
 //
 // While the first opener copies the file in, the length word holds kLoadingLength, which no real
-// length can be; a process that attaches meanwhile waits until the copy has ended. OpenInBackground
+// length can be; a process that attaches meanwhile waits until the copy has ended. When the copy
+// fails the word says kFailedLength: an attached process lets go and tries again, and copies the file
+// itself once the failed opener has let go too. Making or attaching a mapping and setting its first
+// word happen under a named mutex of the mapping, so that nobody reads the word of a mapping whose
+// maker hasn't set it yet. OpenInBackground
 // copies all but the data's first bytes on a thread of its own, so that the opener can go on at once
 // with what the head holds; WaitLoaded waits for the rest.
 #pragma once
@@ -47,6 +51,8 @@ class MappedFile {
   static constexpr uint32_t kLoadSlice = 65536;
   // The length word while the first opener copies the file into a new mapping.
   static constexpr uint32_t kLoadingLength = 0xFFFFFFFF;
+  // The length word when the first opener's copy failed; Length() says 0 then.
+  static constexpr uint32_t kFailedLength = 0xFFFFFFFE;
   // How long an attaching process waits for another one's copy before it gives up.
   static constexpr DWORD kAttachWaitMs = 10000;
 
@@ -112,8 +118,13 @@ class MappedFile {
   MappedFile& operator=(const MappedFile&);
 
   BOOL RememberPath(const wchar_t* path);
-  // Makes or attaches the mapping and its view; `existed` tells which. False with nothing held.
-  BOOL MapSection(BOOL* existed);
+  // Makes or attaches the mapping and its view; `existed` tells which. A new mapping's length word is
+  // set to `firstWord` before any other process can look at it. False with nothing held.
+  BOOL MapSection(BOOL* existed, uint32_t firstWord);
+  // Maps for Open and OpenInBackground: `first` when this process made the mapping (its length word
+  // says kLoadingLength) and must copy the file in; otherwise attached once another process's copy
+  // has ended well. False with nothing held when no copy succeeds within kAttachWaitMs.
+  BOOL MapForOpen(BOOL* first);
   void Unmap();
   void SetLength(uint32_t length);
   // Writes L + 4 into the data's last word and gives the number of bytes of the image.
@@ -126,8 +137,6 @@ class MappedFile {
   BOOL ReadWhole(HANDLE file, DWORD size, const wchar_t* caller);
   // Reads `count` bytes of the file from `offset` into the data at the same offset.
   static BOOL ReadSpan(HANDLE file, BYTE* data, DWORD offset, DWORD count);
-  // Attached to a mapping whose length word says another process still copies: waits for it.
-  BOOL WaitForOtherLoader();
   // Waits until the write-back thread has ended, then closes its handle.
   void WaitForWriteBack();
 
