@@ -188,6 +188,10 @@ int NameKeyCache::NameMatches(const wchar_t*& at, const wchar_t* query, int coun
 }
 
 int NameKeyCache::Rank(CEOID oid, const wchar_t* query, int count, BOOL keypad) const {
+  return RankOf(oid, query, count, keypad);
+}
+
+int NameKeyCache::RankOf(CEOID oid, const wchar_t* query, int count, BOOL keypad) const {
   const int slot = FindSlot(static_cast<uint32_t>(oid));
   if (slot < 0) return RankUnknown;
   const wchar_t* at = pool.GetData() + table[slot].start;

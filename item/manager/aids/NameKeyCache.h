@@ -45,6 +45,8 @@ class NameKeyCache {
   // characters of `query`: the word lowered for a text query, the word's keypad keys for a keypad
   // query (lowered text, and keys, as the ranking makes them).
   virtual int Rank(CEOID oid, const wchar_t* query, int count, BOOL keypad) const;
+  // The same, called straight for every contact a ranking walks.
+  int RankOf(CEOID oid, const wchar_t* query, int count, BOOL keypad) const;
 
  private:
   NameKeyCache(const NameKeyCache&);

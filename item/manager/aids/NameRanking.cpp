@@ -2,6 +2,7 @@
 // begins with the query move to the front, in that order of precedence.
 #include "manager/aids/PositionSearch.h"
 
+#include <string.h>
 #include <wchar.h>
 
 #include "manager/letters/KeypadGroups.h"
@@ -60,49 +61,47 @@ BOOL PositionSearch::Rank(const Str& query, BOOL keypad, BOOL useCache, NameSour
 
   const WordSeparators separators;
   Array<wchar_t> lowered;
-  Array<CEOID> byLast, byFirst, byCompany, rest;
-  // Room for all of them in each part at once: no part grows step by step.
+  // One buffer with room for all of them in each of the four parts: nothing grows step by step.
   const int total = out.GetSize();
-  byLast.SetSize(0, total);
-  byFirst.SetSize(0, total);
-  byCompany.SetSize(0, total);
-  rest.SetSize(0, total);
+  Array<CEOID> parts;
+  parts.SetSize(total * 4);
+  CEOID* part[4] = {parts.GetData(), parts.GetData() + total, parts.GetData() + 2 * total,
+                    parts.GetData() + 3 * total};
+  int filled[4] = {0, 0, 0, 0};
+  const CEOID* found = out.GetData();
+  const wchar_t* chars = wanted;
+  const int count = wanted.GetLength();
   Str last, first, company;
   for (int k = 0; k < total; ++k) {
     if (cancel != nullptr && cancel->Cancelled()) return FALSE;
-    const CEOID oid = out[k];
-    const int kept = useCache ? nameKeys.Rank(oid, wanted, wanted.GetLength(), keypad) : RankUnknown;
+    const CEOID oid = found[k];
+    const int kept = useCache ? nameKeys.RankOf(oid, chars, count, keypad) : RankUnknown;
     if (kept != RankUnknown) {
-      Array<CEOID>& part = kept == RankLast      ? byLast
-                           : kept == RankFirst   ? byFirst
-                           : kept == RankCompany ? byCompany
-                                                 : rest;
-      part.Add(oid);
+      part[kept][filled[kept]++] = oid;
       continue;
     }
+    int rank = RankNone;
     // A record that can't be read stays where it stands.
-    if (!source.ReadNames(oid, last, first, company)) {
-      rest.Add(oid);
-      continue;
+    if (source.ReadNames(oid, last, first, company)) {
+      // With no last name the first name ranks as the last name.
+      if (last.IsEmpty()) {
+        last = first;
+        first.Empty();
+      }
+      if (NameBeginsWith(last, wanted, keypad, separators, lowered))
+        rank = RankLast;
+      else if (NameBeginsWith(first, wanted, keypad, separators, lowered))
+        rank = RankFirst;
+      else if (NameBeginsWith(company, wanted, keypad, separators, lowered))
+        rank = RankCompany;
     }
-    // With no last name the first name ranks as the last name.
-    if (last.IsEmpty()) {
-      last = first;
-      first.Empty();
-    }
-    if (NameBeginsWith(last, wanted, keypad, separators, lowered))
-      byLast.Add(oid);
-    else if (NameBeginsWith(first, wanted, keypad, separators, lowered))
-      byFirst.Add(oid);
-    else if (NameBeginsWith(company, wanted, keypad, separators, lowered))
-      byCompany.Add(oid);
-    else
-      rest.Add(oid);
+    part[rank][filled[rank]++] = oid;
   }
   // Within each part the sort order stands.
-  out = byLast;
-  out.Append(byFirst);
-  out.Append(byCompany);
-  out.Append(rest);
+  CEOID* into = out.GetData();
+  for (int p = RankLast; p <= RankNone; ++p) {
+    memcpy(into, part[p], filled[p] * sizeof(CEOID));
+    into += filled[p];
+  }
   return TRUE;
 }

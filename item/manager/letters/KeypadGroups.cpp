@@ -14,7 +14,9 @@ const int kPageCount = 256;
 // Made at library load, empty: nothing is loaded before the item starts.
 KeypadGroups g_keypadGroups;
 
-KeypadGroups::KeypadGroups() {}
+KeypadGroups::KeypadGroups() {
+  for (int ch = 0; ch < kLatinCount; ++ch) latinKeys[ch] = 0;
+}
 
 KeypadGroups::~KeypadGroups() {}
 
@@ -43,6 +45,7 @@ void KeypadGroups::BuildLookup() {
   keys.RemoveAll();
   pageStarts.RemoveAll();
   entryOf.RemoveAll();
+  for (int ch = 0; ch < kLatinCount; ++ch) latinKeys[ch] = 0;
   if (groups.GetSize() == 0) return;
   pageStarts.SetSize(kPageCount);
   for (int page = 0; page < kPageCount; ++page) pageStarts[page] = -1;
@@ -64,6 +67,10 @@ void KeypadGroups::BuildLookup() {
       int32_t& slot = entryOf[pageStarts[page] + (ch & 0xFF)];
       if (slot < 0) slot = i;
     }
+  }
+  for (int ch = 1; ch < kLatinCount; ++ch) {
+    const int group = EntryOf(static_cast<wchar_t>(ch));
+    latinKeys[ch] = group < 0 ? 0 : keys[group];
   }
 }
 

@@ -35,6 +35,7 @@ class KeypadGroups {
 
   // The key of the first entry that holds `ch`, or 0 when none does.
   wchar_t KeyOf(wchar_t ch) const {
+    if (ch < kLatinCount) return latinKeys[ch];
     const int group = EntryOf(ch);
     return group < 0 ? 0 : keys.GetData()[group];
   }
@@ -62,6 +63,9 @@ class KeypadGroups {
   // or -1 for a page none of whose characters stands in an entry. Empty while there are no entries.
   Array<int32_t> pageStarts;
   Array<int32_t> entryOf;  // the first entry holding the character, or -1
+  // The keys of the first 256 characters straight, as the ranking asks for them for every contact found.
+  static const int kLatinCount = 256;
+  wchar_t latinKeys[kLatinCount];
 };
 
 extern KeypadGroups g_keypadGroups;
