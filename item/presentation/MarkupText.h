@@ -11,6 +11,7 @@
 #include <windows.h>
 #include <stdint.h>
 #include "foundation/Array.h"
+#include "foundation/Str.h"
 #include "presentation/MarkupFontCache.h"
 #include "presentation/MarkupStyle.h"
 
@@ -44,6 +45,7 @@ class MarkupText {
   // Replaces the content by the tagged `source`; a null or empty source leaves the text empty.
   void Parse(const wchar_t* source);
   void Parse(const wchar_t* source, int sourceLength);
+  void Parse(const Str& source) { Parse(source, source.GetLength()); }
   void Clear();
   bool IsEmpty() const { return length == 0; }
   int GetLength() const { return static_cast<int>(length); }

@@ -112,8 +112,8 @@ void MarkupText::DrawLines(HDC dc, const RECT& rect, UINT flags, const MarkupLin
     options = ETO_CLIPPED;
   }
   if (IsRectEmpty(&clip)) return;
-  // Text outside the rect is clipped by its output; the clip region holds the rest of the line too
-  // (underline, strike-out and dots drawn by the platform beside the glyphs).
+  // The text output clips the glyphs; the clip region also holds what is drawn beside them: the
+  // underline and strike-out of a run, and the rules.
   int savedState = 0;
   if (options & ETO_CLIPPED) {
     savedState = SaveDC(dc);

@@ -304,6 +304,14 @@ TEST_CASE("Parse replaces the former content; null and empty texts leave an empt
   CHECK(parsed.text.GetPlainText() == nullptr);
   parsed.text.Parse(L"");
   CHECK(parsed.text.IsEmpty());
+  // A Str is read to its length, a zero in it included.
+  Str withZero(L"a\0b<B>c", 7);
+  parsed.text.Parse(withZero);
+  CHECK(parsed.text.GetLength() == 4);
+  CHECK(parsed.text.GetPlainText()[1] == 0);
+  CHECK(parsed.styles() == std::vector<int>{0, 0, 0, kBold});
+  parsed.text.Parse(Str());
+  CHECK(parsed.text.IsEmpty());
   parsed.text.Parse(L"abc", 2);
   CHECK(U8(parsed.plain()) == "ab");
   CHECK(parsed.text.GetPlainText()[2] == 0);
