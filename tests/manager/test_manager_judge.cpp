@@ -222,3 +222,28 @@ TEST_CASE(
   CHECK(check(out) == 1);
   CHECK(out.find("the index names 2 contacts the database doesn't hold") != std::string::npos);
 }
+
+TEST_CASE("pimtool beside a pim_index2.dat of another database: open and rebuild both work, at every start") {
+  const IndexFiles other = OtherDevice(1000);
+  ThisDevice();
+  auto tool = [](const wchar_t* verb, std::string& out) {
+    return testpaths::RunCaptured(testpaths::BinDir() + L"pimtool.exe", verb, 120000, &out, nullptr);
+  };
+  std::string out;
+  for (int start = 0; start < 2; ++start) {
+    CAPTURE(start);
+    REQUIRE(testpaths::WriteFileBytes(PropsPath(), other.props));
+    CHECK(tool(L"open", out) == 0);
+    CHECK(out.find("rebuilt") == 0);
+    CHECK(out.find("2001 contacts") != std::string::npos);
+    REQUIRE(testpaths::WriteFileBytes(PropsPath(), other.props));
+    CHECK(tool(L"rebuild", out) == 0);
+    CHECK(out.find("rebuilt: 2001 contacts") == 0);
+    CHECK(tool(L"search --text homeside", out) == 0);
+    CHECK(out.find("Homeside, Here") != std::string::npos);
+    CHECK(tool(L"search --text elsewhere", out) == 0);
+    CHECK(out.find("Elsewhere") == std::string::npos);
+    CHECK(tool(L"check", out) == 0);
+    CHECK(out.find("index sound: 2001 contacts") == 0);
+  }
+}
