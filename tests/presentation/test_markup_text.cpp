@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 #include "WideText.h"
+#include "presentation/UserFonts.h"
 #include "test_markup_text_support.h"
 
 using namespace markuptest;
@@ -363,4 +364,30 @@ TEST_CASE("a copy of a measured text draws as the original does") {
   CHECK_FALSE(freshCopy.IsMeasured());
   RECT one = {0, 0, 100, 0};
   CHECK(freshCopy.Draw(canvas.dc(), &one, DT_CALCRECT) == GdiLineHeight(canvas.dc(), BaseRecord(), fresh));
+}
+
+TEST_CASE("the skin's 8-point \"Tahoma\" as the base: plain text in it, bold and sizes made from it") {
+  LOGFONTW skinFont;
+  GetBaseFontTemplate(skinFont);
+  HFONT plainFont = CreateFontIndirectW(&skinFont);
+  REQUIRE(plainFont != nullptr);
+  MarkupFontCache cache;
+  cache.SetBaseFont(plainFont);
+  DeleteObject(plainFont);
+  CHECK(cache.GetBaseHeight() == DefaultFontHeight());
+  MarkupText text;
+  text.SetFontCache(&cache);
+  text.Parse(L"a<B>b</B><P10>c");
+  LOGFONTW record = {};
+  GetObjectW(cache.GetFont(text.GetAttrs()[0].fontIndex, nullptr), sizeof record, &record);
+  CHECK(record.lfHeight == DefaultFontHeight());
+  CHECK(U8(record.lfFaceName) == "Tahoma");
+  CHECK(record.lfWeight == FW_NORMAL);
+  GetObjectW(cache.GetFont(text.GetAttrs()[1].fontIndex, nullptr), sizeof record, &record);
+  CHECK(record.lfHeight == DefaultFontHeight());
+  CHECK(U8(record.lfFaceName) == "Tahoma");
+  CHECK(record.lfWeight == FW_BOLD);
+  GetObjectW(cache.GetFont(text.GetAttrs()[2].fontIndex, nullptr), sizeof record, &record);
+  CHECK(record.lfHeight == 10 * ScreenDpiY() / -72);
+  CHECK(U8(record.lfFaceName) == "Tahoma");
 }

@@ -281,14 +281,14 @@ TEST_CASE("a rule is a one-pixel line in its colour across the rect, in the midd
 }
 
 TEST_CASE("DrawColored draws text and rules in one colour, whatever their tags say") {
-  Drawn drawn(L"<P14><#FF0000>HH<#00FF00>HH</#>HH<L>", 160, 80);
+  Drawn drawn(L"<P14><#FF0000>HH<#00FF00>HH</#>HH<L>", 400, 140);
   SetTextColor(drawn.dc(), RGB(9, 9, 9));
-  RECT rect = {0, 0, 160, 80};
+  RECT rect = {0, 0, 400, 140};
   int height = drawn.text.DrawColored(drawn.dc(), &rect, DT_WORDBREAK, RGB(0, 0, 255));
   CHECK(height == 2 * drawn.LineHeight());
   int blue = drawn.canvas.Count(RGB(0, 0, 255));
-  CHECK(blue > 160);
-  CHECK(blue + drawn.canvas.Count(kWhite) == 160 * 80);
+  CHECK(blue > 400);
+  CHECK(blue + drawn.canvas.Count(kWhite) == 400 * 140);
   CHECK(GetTextColor(drawn.dc()) == RGB(9, 9, 9));
   // The next plain Draw has its colours again.
   drawn.canvas.Fill(kWhite);

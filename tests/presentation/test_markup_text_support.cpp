@@ -66,6 +66,7 @@ void Canvas::Fill(COLORREF color) {
 }
 
 COLORREF Canvas::Pixel(int x, int y) const {
+  if (x < 0 || y < 0 || x >= width || y >= height) return CLR_INVALID;
   GdiFlush();
   uint32_t value = bits[y * width + x];
   return RGB((value >> 16) & 0xFF, (value >> 8) & 0xFF, value & 0xFF);
@@ -73,10 +74,11 @@ COLORREF Canvas::Pixel(int x, int y) const {
 
 int Canvas::Count(COLORREF color, const RECT* area) const {
   RECT all = {0, 0, width, height};
-  if (!area) area = &all;
+  RECT within = all;
+  if (area) IntersectRect(&within, area, &all);
   int found = 0;
-  for (int y = area->top; y < area->bottom; ++y) {
-    for (int x = area->left; x < area->right; ++x) found += Pixel(x, y) == color;
+  for (int y = within.top; y < within.bottom; ++y) {
+    for (int x = within.left; x < within.right; ++x) found += Pixel(x, y) == color;
   }
   return found;
 }

@@ -32,8 +32,9 @@ class Canvas {
   int Width() const { return width; }
   int Height() const { return height; }
   void Fill(COLORREF color);
+  // CLR_INVALID outside the canvas.
   COLORREF Pixel(int x, int y) const;
-  // Pixels of `color` within `area` (all of the canvas when null).
+  // Pixels of `color` within `area` and the canvas (all of the canvas when null).
   int Count(COLORREF color, const RECT* area = nullptr) const;
   // Pixels that are not `color` outside `area`.
   int CountOutside(COLORREF color, const RECT& area) const;
