@@ -31,10 +31,18 @@ done
 if [[ -f "$bin/coredll.dll" ]]; then cp -f "$bin/coredll.dll" "$drive/windows/coredll.dll"; fi
 # So does the shell's helper library.
 if [[ -f "$bin/aygshell.dll" ]]; then cp -f "$bin/aygshell.dll" "$drive/windows/aygshell.dll"; fi
+# The sound calls, the mail programs, the browser and the shell's file opener of every device.
+for program in waveapi.dll tmail.exe pmail.exe iexplore.exe fileopen.exe; do
+  if [[ -f "$bin/$program" ]]; then cp -f "$bin/$program" "$drive/windows/$program"; fi
+done
 if [[ "$profile" == *phone ]]; then
   [[ -f "$bin/sms.dll" ]] && cp -f "$bin/sms.dll" "$drive/windows/sms.dll" || : > "$drive/windows/sms.dll"
+  # A phone's own library and program.
+  for program in phone.dll cprog.exe; do
+    if [[ -f "$bin/$program" ]]; then cp -f "$bin/$program" "$drive/windows/$program"; fi
+  done
 else
-  rm -f "$drive/windows/sms.dll"
+  rm -f "$drive/windows/sms.dll" "$drive/windows/phone.dll" "$drive/windows/cprog.exe"
 fi
 echo "$profile" > "$drive/windows/device-profile.txt"
 
@@ -69,6 +77,12 @@ Windows Registry Editor Version 5.00
 
 [HKEY_CURRENT_USER\\ControlPanel\\Owner]
 "Name"="Device Owner"
+
+[HKEY_CLASSES_ROOT\\PagemarkDevice.File\\shell\\open\\command]
+@="\\"C:\\\\windows\\\\fileopen.exe\\" \\"%1\\""
+$(for ext in txt pdf doc docx xls xlsx jpg jpeg png gif bmp mp3 wav wma htm html; do
+    printf '\n[HKEY_CLASSES_ROOT\\.%s]\n@="PagemarkDevice.File"\n' "$ext"
+  done)
 
 [-HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Today\\Items\\Pagemark]
 
