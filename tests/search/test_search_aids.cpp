@@ -328,3 +328,105 @@ TEST_CASE("names longer than the cache keeps rank the same with the aids on and 
   REQUIRE(m.FillNameKeys(0));
   CHECK(Found(m, longLast.substr(0, 30).c_str()) == std::vector<CEOID>{last, first, byCompany});
 }
+
+namespace {
+
+// Which of the three names has a word whose keypad keys begin with `query`, as the ranking defines
+// it, straight from the names.
+int ModelKeypadRank(std::wstring last, std::wstring first, const std::wstring& company,
+                    const std::wstring& query) {
+  if (last.empty()) std::swap(last, first);
+  const std::wstring names[3] = {last, first, company};
+  for (int rank = RankLast; rank <= RankCompany; ++rank) {
+    std::wstring word;
+    std::wstring text = names[rank] + L" ";
+    for (wchar_t ch : text) {
+      if (ch != L' ') {
+        word += static_cast<wchar_t>(towlower(ch));
+        continue;
+      }
+      if (word.empty()) continue;
+      const Str keys = g_keypadGroups.MapToGroupKeys(word.c_str());
+      const std::wstring mapped(static_cast<const wchar_t*>(keys));
+      if (mapped.size() >= query.size() && mapped.compare(0, query.size(), query) == 0) return rank;
+      word.clear();
+    }
+  }
+  return RankNone;
+}
+
+void UseGroups(std::initializer_list<const wchar_t*> letters) {
+  Array<Str> groups;
+  for (const wchar_t* group : letters) groups.Add(Str(group));
+  g_keypadGroups.Fill(groups);
+}
+
+}  // namespace
+
+TEST_CASE("keypad ranks from the key pairs agree with the names, also after the keypad groups change") {
+  UseEnglishGroups();
+  std::mt19937 random(11);
+  const std::wstring alphabet = L"abcdefghijklmnopqrstuvwxyzABCDE1";
+  auto word = [&] {
+    std::wstring w;
+    const int length = 1 + static_cast<int>(random() % 5);
+    for (int i = 0; i < length; ++i) w += alphabet[random() % alphabet.size()];
+    return w;
+  };
+  auto name = [&] {
+    std::wstring n;
+    const int words = static_cast<int>(random() % 3);
+    for (int i = 0; i < words; ++i) n += (i ? L" " : L"") + word();
+    return n;
+  };
+  struct Names {
+    std::wstring last, first, company;
+  };
+  std::vector<Names> people;
+  NameKeyCache cache;
+  for (CEOID oid = 1; oid <= 400; ++oid) {
+    Names n{name(), name(), name()};
+    people.push_back(n);
+    cache.Remember(oid, Str(n.last.c_str()), Str(n.first.c_str()), Str(n.company.c_str()));
+  }
+  // The queries as keys of the groups in use, with a character that is no key now and then.
+  auto check = [&](const std::wstring& keys, const std::string& stage) {
+    CAPTURE(stage);
+    int wrong = 0, decided = 0;
+    for (int q = 0; q < 600; ++q) {
+      std::wstring query;
+      const int length = 2 + static_cast<int>(random() % 3);
+      for (int i = 0; i < length; ++i) query += keys[random() % keys.size()];
+      for (CEOID oid = 1; oid <= 400; ++oid) {
+        const Names& n = people[oid - 1];
+        const int expected = ModelKeypadRank(n.last, n.first, n.company, query);
+        const int got = RankOf(cache, oid, query.c_str(), true);
+        if (got == RankUnknown) continue;
+        ++decided;
+        if (got != expected) ++wrong;
+      }
+    }
+    CHECK(wrong == 0);
+    CHECK(decided > 0);
+  };
+  check(L"adgjmptwb", "the groups the pairs were made with");
+  // Other groups: the pairs of the earlier ones must not be taken for these.
+  UseGroups({L"ab", L"cd", L"ef", L"gh", L"ij", L"kl", L"mn", L"op", L"qr", L"st", L"uv", L"wxyz"});
+  check(L"acegikmoqsuwz", "other groups, pairs of the old ones");
+  // Entries made again under the new groups use their pairs.
+  for (CEOID oid = 1; oid <= 400; ++oid) {
+    const Names& n = people[oid - 1];
+    cache.Remember(oid, Str(n.last.c_str()), Str(n.first.c_str()), Str(n.company.c_str()));
+  }
+  check(L"acegikmoqsuwz", "other groups, pairs made again");
+  // More keys than a pair can number: the words alone decide.
+  UseGroups({L"a", L"b", L"c", L"d", L"e", L"f", L"g", L"h", L"i", L"j", L"k", L"l", L"m",
+             L"n", L"o", L"p", L"q", L"r", L"s", L"t", L"u", L"v", L"w", L"x", L"y", L"z"});
+  CHECK_FALSE(g_keypadGroups.HasKeyIds());
+  for (CEOID oid = 1; oid <= 400; ++oid) {
+    const Names& n = people[oid - 1];
+    cache.Remember(oid, Str(n.last.c_str()), Str(n.first.c_str()), Str(n.company.c_str()));
+  }
+  check(L"abcdefghijklmnopqrstuvwxyz", "keys without numbers");
+  UseEnglishGroups();
+}

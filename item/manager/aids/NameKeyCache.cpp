@@ -1,6 +1,9 @@
 // NameKeyCache: an open-addressing table from oid to a run of the pool. A run holds the three names
 // one after the other; each name is its words and a 0 that ends it, each word its true length (two
 // characters, low half first, plus one so that it is never 0) and then its first characters, lowered.
+// Behind the names stand the key pairs, each the name's number in the high byte and the two keys'
+// numbers in the low byte, in the order of the names; then the keypad groups' generation (two
+// characters, low half first) and, last, the number of pairs.
 #include "manager/aids/NameKeyCache.h"
 
 #include <string.h>
@@ -17,6 +20,9 @@ const WordSeparators& TheSeparators() {
 }
 
 uint32_t HashOf(uint32_t oid) { return oid * 2654435761u; }
+
+// The number of pairs of a run made while the keypad groups couldn't number their keys.
+const wchar_t kNoPairs = 0xFFFF;
 
 }  // namespace
 
@@ -93,6 +99,66 @@ void NameKeyCache::AppendName(const Str& name) {
   pool.Add(0);
 }
 
+void NameKeyCache::AppendKeyPairs(int start) {
+  const uint32_t generation = g_keypadGroups.Generation();
+  if (!g_keypadGroups.HasKeyIds()) {
+    pool.Add(static_cast<wchar_t>(generation & 0xFFFF));
+    pool.Add(static_cast<wchar_t>(generation >> 16));
+    pool.Add(kNoPairs);
+    return;
+  }
+  // Room for a pair of every word, taken at once so that the pool doesn't move while it is read.
+  const int namesEnd = pool.GetSize();
+  pool.SetSize(namesEnd + (namesEnd - start) / 3 + 3);
+  wchar_t* chars = pool.GetData();
+  int pairs = 0;
+  int at = start;
+  for (int name = RankLast; name <= RankCompany; ++name) {
+    for (;;) {
+      const uint32_t stored = static_cast<uint32_t>(chars[at]) | (static_cast<uint32_t>(chars[at + 1]) << 16);
+      at += 2;
+      if (stored == 0) break;
+      const int length = static_cast<int>(stored - 1);
+      const int kept = length < kKeptChars ? length : kKeptChars;
+      if (length >= 2) {
+        const int first = g_keypadGroups.KeyIdOf(g_keypadGroups.KeyOf(chars[at]));
+        const int second = g_keypadGroups.KeyIdOf(g_keypadGroups.KeyOf(chars[at + 1]));
+        if (first != 0 && second != 0) {
+          const wchar_t pair = static_cast<wchar_t>((name << 8) | (first << 4) | second);
+          // A pair already kept for an earlier name ranks first; the later one adds nothing.
+          bool known = false;
+          for (int k = 0; k < pairs && !known; ++k) known = (chars[namesEnd + k] & 0xFF) == (pair & 0xFF);
+          if (!known) chars[namesEnd + pairs++] = pair;
+        }
+      }
+      at += kept;
+    }
+  }
+  chars[namesEnd + pairs] = static_cast<wchar_t>(generation & 0xFFFF);
+  chars[namesEnd + pairs + 1] = static_cast<wchar_t>(generation >> 16);
+  chars[namesEnd + pairs + 2] = static_cast<wchar_t>(pairs);
+  pool.SetSize(namesEnd + pairs + 3);
+}
+
+int NameKeyCache::KeyPairOf(const wchar_t* query, int count) {
+  if (count < 2 || !g_keypadGroups.HasKeyIds()) return 0;
+  const int first = g_keypadGroups.KeyIdOf(query[0]);
+  const int second = g_keypadGroups.KeyIdOf(query[1]);
+  return first != 0 && second != 0 ? (first << 4) | second : 0;
+}
+
+int NameKeyCache::RankByPair(const wchar_t* run, uint32_t length, int pair) const {
+  const wchar_t* tail = run + length - 1;
+  const int pairs = *tail;
+  if (pairs == kNoPairs) return RankUnknown;
+  const uint32_t made = static_cast<uint32_t>(tail[-2]) | (static_cast<uint32_t>(tail[-1]) << 16);
+  if (made != g_keypadGroups.Generation()) return RankUnknown;
+  const wchar_t* kept = tail - 2 - pairs;
+  for (int k = 0; k < pairs; ++k)
+    if ((kept[k] & 0xFF) == pair) return kept[k] >> 8;
+  return RankNone;
+}
+
 void NameKeyCache::Remember(CEOID oid, const Str& last, const Str& first, const Str& company) {
   const uint32_t id = static_cast<uint32_t>(oid);
   if (id == 0) return;
@@ -111,6 +177,7 @@ void NameKeyCache::Remember(CEOID oid, const Str& last, const Str& first, const 
     AppendName(first);
   }
   AppendName(company);
+  AppendKeyPairs(static_cast<int>(start));
   const uint32_t length = static_cast<uint32_t>(pool.GetSize()) - start;
 
   const uint32_t mask = static_cast<uint32_t>(table.GetSize() - 1);
@@ -188,13 +255,19 @@ int NameKeyCache::NameMatches(const wchar_t*& at, const wchar_t* query, int coun
 }
 
 int NameKeyCache::Rank(CEOID oid, const wchar_t* query, int count, BOOL keypad) const {
-  return RankOf(oid, query, count, keypad);
+  return RankOf(oid, query, count, keypad, keypad ? KeyPairOf(query, count) : 0);
 }
 
-int NameKeyCache::RankOf(CEOID oid, const wchar_t* query, int count, BOOL keypad) const {
+int NameKeyCache::RankOf(CEOID oid, const wchar_t* query, int count, BOOL keypad, int pair) const {
   const int slot = FindSlot(static_cast<uint32_t>(oid));
   if (slot < 0) return RankUnknown;
   const wchar_t* at = pool.GetData() + table[slot].start;
+  if (pair != 0 && keypad) {
+    // A word that begins with the query begins with its first two keys: without such a pair no name
+    // matches, and for two keys the first name with the pair is the answer.
+    const int byPair = RankByPair(at, table[slot].length, pair);
+    if (byPair == RankNone || (byPair != RankUnknown && count == 2)) return byPair;
+  }
   // An undecided name makes the whole rank undecided: a later name can't rank before it.
   for (int name = RankLast; name <= RankCompany; ++name) {
     const int found = NameMatches(at, query, count, keypad);

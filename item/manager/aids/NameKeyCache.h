@@ -8,6 +8,11 @@
 //
 // Each word keeps at most kKeptChars characters and its true length. A query longer than what a word
 // keeps can't be answered from the entry, and the caller reads the record instead.
+//
+// Beside the words, an entry keeps the keypad keys of the first two characters of each word as one
+// byte (a key pair), with the name it stands in, as the keypad groups of the time make them: a keypad
+// query of two keys is answered by the pairs alone, and a longer one passes over a contact none of
+// whose pairs begins it.
 #pragma once
 
 #include <windows.h>
@@ -45,8 +50,12 @@ class NameKeyCache {
   // characters of `query`: the word lowered for a text query, the word's keypad keys for a keypad
   // query (lowered text, and keys, as the ranking makes them).
   virtual int Rank(CEOID oid, const wchar_t* query, int count, BOOL keypad) const;
-  // The same, called straight for every contact a ranking walks.
-  int RankOf(CEOID oid, const wchar_t* query, int count, BOOL keypad) const;
+  // The same, called straight for every contact a ranking walks; `pair` (KeyPairOf) lets a keypad
+  // query be answered from the key pairs, 0 does without them.
+  int RankOf(CEOID oid, const wchar_t* query, int count, BOOL keypad, int pair = 0) const;
+  // The key pair that a keypad query of two keys or more begins with, for the keypad groups of now;
+  // 0 when there is none (a key the groups don't have, or too many keys to number).
+  static int KeyPairOf(const wchar_t* query, int count);
 
  private:
   NameKeyCache(const NameKeyCache&);
@@ -64,6 +73,12 @@ class NameKeyCache {
   void RemoveAt(int slot);
   // Appends the words of `name` to the pool, ending with a word count of 0 marker.
   void AppendName(const Str& name);
+  // Appends the key pairs of the names that begin at `start` of the pool, the keypad groups'
+  // generation and the number of pairs (kNoPairs when the groups can't number their keys).
+  void AppendKeyPairs(int start);
+  // The rank that the key pairs of the run at `start` of `length` characters give `pair`: RankNone
+  // when no pair matches, RankUnknown when the run has no pairs of the keypad groups of now.
+  int RankByPair(const wchar_t* run, uint32_t length, int pair) const;
   // Whether a word of the name at `at` begins with the query; -1 when a word is too long to tell.
   int NameMatches(const wchar_t*& at, const wchar_t* query, int count, BOOL keypad) const;
   // Drops the runs of forgotten entries once they are most of the pool.

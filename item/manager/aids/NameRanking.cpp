@@ -71,11 +71,12 @@ BOOL PositionSearch::Rank(const Str& query, BOOL keypad, BOOL useCache, NameSour
   const CEOID* found = out.GetData();
   const wchar_t* chars = wanted;
   const int count = wanted.GetLength();
+  const int pair = keypad ? NameKeyCache::KeyPairOf(chars, count) : 0;
   Str last, first, company;
   for (int k = 0; k < total; ++k) {
     if (cancel != nullptr && cancel->Cancelled()) return FALSE;
     const CEOID oid = found[k];
-    const int kept = useCache ? nameKeys.RankOf(oid, chars, count, keypad) : RankUnknown;
+    const int kept = useCache ? nameKeys.RankOf(oid, chars, count, keypad, pair) : RankUnknown;
     if (kept != RankUnknown) {
       part[kept][filled[kept]++] = oid;
       continue;

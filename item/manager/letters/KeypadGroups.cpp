@@ -14,7 +14,7 @@ const int kPageCount = 256;
 // Made at library load, empty: nothing is loaded before the item starts.
 KeypadGroups g_keypadGroups;
 
-KeypadGroups::KeypadGroups() {
+KeypadGroups::KeypadGroups() : keyIdCount(0), generation(0) {
   for (int ch = 0; ch < kLatinCount; ++ch) latinKeys[ch] = 0;
 }
 
@@ -46,6 +46,8 @@ void KeypadGroups::BuildLookup() {
   pageStarts.RemoveAll();
   entryOf.RemoveAll();
   for (int ch = 0; ch < kLatinCount; ++ch) latinKeys[ch] = 0;
+  keyIdCount = 0;
+  ++generation;
   if (groups.GetSize() == 0) return;
   pageStarts.SetSize(kPageCount);
   for (int page = 0; page < kPageCount; ++page) pageStarts[page] = -1;
@@ -71,6 +73,14 @@ void KeypadGroups::BuildLookup() {
   for (int ch = 1; ch < kLatinCount; ++ch) {
     const int group = EntryOf(static_cast<wchar_t>(ch));
     latinKeys[ch] = group < 0 ? 0 : keys[group];
+  }
+  for (int i = 0; i < keys.GetSize(); ++i) {
+    if (keys[i] == 0 || KeyIdOf(keys[i]) != 0) continue;
+    if (keyIdCount == kMaxKeyIds) {
+      keyIdCount = 0;
+      break;
+    }
+    keyIdKeys[keyIdCount++] = keys[i];
   }
 }
 

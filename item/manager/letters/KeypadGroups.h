@@ -40,6 +40,18 @@ class KeypadGroups {
     return group < 0 ? 0 : keys.GetData()[group];
   }
 
+  // A small number for each distinct key, 1 to kMaxKeyIds, so that two keys fit a byte; 0 for a
+  // character that is no key, and for every key when the set has more distinct keys than that.
+  static const int kMaxKeyIds = 15;
+  int KeyIdOf(wchar_t key) const {
+    for (int k = 0; k < keyIdCount; ++k)
+      if (keyIdKeys[k] == key) return k + 1;
+    return 0;
+  }
+  bool HasKeyIds() const { return keyIdCount > 0; }
+  // Changes whenever the table is filled, so that what was made from an earlier table shows.
+  uint32_t Generation() const { return generation; }
+
   int GetCount() const { return groups.GetSize(); }
   const Str& GetAt(int index) const { return groups[index]; }
 
@@ -66,6 +78,10 @@ class KeypadGroups {
   // The keys of the first 256 characters straight, as the ranking asks for them for every contact found.
   static const int kLatinCount = 256;
   wchar_t latinKeys[kLatinCount];
+  // The distinct keys in the order of their entries; none when there are more than kMaxKeyIds.
+  wchar_t keyIdKeys[kMaxKeyIds];
+  int keyIdCount;
+  uint32_t generation;
 };
 
 extern KeypadGroups g_keypadGroups;
