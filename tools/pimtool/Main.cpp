@@ -16,6 +16,9 @@
 //                                   decided; check both index files (exit status 1 on any finding)
 //   pimtool add FIELD=VALUE ... | update ID FIELD=VALUE ... | delete ID
 //                                   contacts written through the item's manager, the index following
+//   pimtool format NUMBER ...       the numbers as the item's phone templates show them
+//   pimtool call ID | sms ID | mail ID | web ID
+//                                   the item's action for the contact's default phone, mail or page
 //   pimtool selftest fault|stop|throw   crashes on purpose, for the tests of the exit status
 // Exit status: 0 done, 1 failed (a crash included, reported on standard error), 2 wrong command line.
 #include <windows.h>
@@ -25,6 +28,7 @@
 #include <sstream>
 #include <string>
 #include <vector>
+#include "ActionVerbs.h"
 #include "CrashGuard.h"
 #include "DeviceContacts.h"
 #include "IndexVerbs.h"
@@ -41,7 +45,8 @@ int Usage() {
       L"usage: pimtool generate N [--seed S] | import FILE.vcf | list | dump ID ... | search ... | "
       L"find-phone "
       L"NUMBER"
-      L" | rebuild | open | check | add FIELD=VALUE ... | update ID FIELD=VALUE ... | delete ID");
+      L" | rebuild | open | check | add FIELD=VALUE ... | update ID FIELD=VALUE ... | delete ID"
+      L" | format NUMBER ... | call ID | sms ID | mail ID | web ID");
   return 2;
 }
 
@@ -246,5 +251,7 @@ int wmain(int argc, wchar_t** argv) {
   if (verb == L"add") return AddVerb(argc, argv);
   if (verb == L"update") return UpdateVerb(argc, argv);
   if (verb == L"delete") return DeleteVerb(argc, argv);
+  if (verb == L"format") return FormatVerb(argc, argv);
+  if (verb == L"call" || verb == L"sms" || verb == L"mail" || verb == L"web") return ActionVerb(argc, argv);
   return Usage();
 }
