@@ -18,7 +18,7 @@ BOOL MemoryIndexStore::CreateInMemory(uint32_t size) {
   Release();
   const uint32_t initial = CreationLength(size, headerSize);
   if (initial > capacity) {
-    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    SetLastError(kMappingFullError);
     return FALSE;
   }
   // Committed pages are zero and cost nothing until touched.
@@ -44,13 +44,17 @@ BOOL MemoryIndexStore::Allocate(uint32_t size, ArenaRef* ref) {
     if (target > capacity) target = capacity;
     const uint64_t needed =
         length + static_cast<uint64_t>(ArenaAllocator::RoundRequest(size)) + ArenaAllocator::kTagBytes;
+    // The capacity stands for the end of a file's mapping, and is reported the same way.
     if (needed > target) {
-      SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+      SetLastError(kMappingFullError);
       return FALSE;
     }
     if (!ExtendTo(static_cast<uint32_t>(target))) return FALSE;
     payload = arena.Alloc(size);
-    if (payload == nullptr) return FALSE;
+    if (payload == nullptr) {
+      SetLastError(kMappingFullError);
+      return FALSE;
+    }
   }
   ref->base = &data;
   ref->offset = static_cast<uint32_t>(static_cast<BYTE*>(payload) - data);
@@ -64,7 +68,7 @@ BOOL MemoryIndexStore::ExtendTo(uint32_t newLength) {
   }
   if (newLength <= length) return TRUE;
   if (newLength > capacity) {
-    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    SetLastError(kMappingFullError);
     return FALSE;
   }
   // Too little for a block of its own: the data stays as it is.

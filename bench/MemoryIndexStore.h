@@ -10,7 +10,8 @@
 
 class MemoryIndexStore : public IndexStore {
  public:
-  // `capacity`: the most bytes the data may grow to.
+  // `capacity`: the most bytes the data may grow to; past it an allocation fails with
+  // kMappingFullError, as one past the end of a file's mapping does.
   explicit MemoryIndexStore(uint32_t capacity);
   ~MemoryIndexStore() override;
 
