@@ -41,7 +41,7 @@ void MarkupText::Clear() {
   lineHeight = 0;
 }
 
-int MarkupText::GetCharWidth(int index) const {
+int MarkupText::GetAdvance(int index) const {
   if (index < 0 || index >= static_cast<int>(length)) return 0;
   return widths.GetData()[index];
 }

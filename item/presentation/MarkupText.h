@@ -59,8 +59,8 @@ class MarkupText {
   bool IsMeasured() const { return measured != 0; }
   // Measures every character in its font on `dc`, unless that was done already.
   void Measure(HDC dc);
-  // After Measure: the advance of a character, and the height of every line of the text.
-  int GetCharWidth(int index) const;
+  // After Measure: the advance of a character in pixels, and the height of every line of the text.
+  int GetAdvance(int index) const;
   int GetLineHeight() const { return lineHeight; }
   // After Measure: the lines at `rectWidth` under the DT_WORDBREAK and DT_SINGLELINE bits of `flags`.
   void BreakLines(int rectWidth, UINT flags, MarkupLines& lines) const;

@@ -348,7 +348,7 @@ TEST_CASE("a copy of a measured text draws as the original does") {
   CHECK(copy.IsMeasured());
   CHECK(U8(Plain(copy)) == U8(Plain(original)));
   CHECK(copy.GetLineHeight() == original.GetLineHeight());
-  for (int i = 0; i < copy.GetLength(); ++i) CHECK(copy.GetCharWidth(i) == original.GetCharWidth(i));
+  for (int i = 0; i < copy.GetLength(); ++i) CHECK(copy.GetAdvance(i) == original.GetAdvance(i));
   RECT copied = {0, 0, 60, 0};
   CHECK(copy.Draw(canvas.dc(), &copied, kMarkupMeasureFlags) == height);
   CHECK(EqualRect(&copied, &rect));

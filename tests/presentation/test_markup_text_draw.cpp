@@ -176,7 +176,7 @@ TEST_CASE("tag colours are drawn as given; \"</#>\" is black whatever the contex
   // Nothing but the two colours on white: the fonts are drawn without smoothing.
   CHECK(red + black + drawn.canvas.Count(kWhite) == 200 * 60);
   // Red stands left of black.
-  RECT leftHalf = {0, 0, drawn.text.GetCharWidth(0) * 2, 60};
+  RECT leftHalf = {0, 0, drawn.text.GetAdvance(0) * 2, 60};
   CHECK(drawn.canvas.Count(RGB(255, 0, 0), &leftHalf) == red);
   CHECK(drawn.canvas.Count(kBlack, &leftHalf) == 0);
   // The context's colour is back afterwards.
@@ -208,7 +208,7 @@ TEST_CASE("underline and strike-out run through the blanks of their runs") {
   struck.Draw(rect, 0);
   underlined.text.Measure(underlined.dc());
   int width = 0;
-  for (int i = 0; i < underlined.text.GetLength(); ++i) width += underlined.text.GetCharWidth(i);
+  for (int i = 0; i < underlined.text.GetLength(); ++i) width += underlined.text.GetAdvance(i);
   RECT across = {0, 0, width, underlined.text.GetLineHeight()};
   CHECK(FullRows(plain.canvas, kBlack, across).empty());
   std::vector<int> under = FullRows(underlined.canvas, kBlack, across);
@@ -305,7 +305,7 @@ TEST_CASE("the end ellipsis: characters come off the end until the line and \"..
   int dot = GdiExtent(probe.dc(), ExpectedRecord(probe.base, 1), L".").cx;
   int n = probe.text.GetLength();
   int full = 0;
-  for (int i = 0; i < n; ++i) full += probe.text.GetCharWidth(i);
+  for (int i = 0; i < n; ++i) full += probe.text.GetAdvance(i);
   REQUIRE(dot > 0);
   for (int width = full + 2; width >= 1; width -= 7) {
     CAPTURE(width);
@@ -320,7 +320,7 @@ TEST_CASE("the end ellipsis: characters come off the end until the line and \"..
     if (full > width) {
       dots = 3;
       lineWidth += 3 * dot;
-      while (lineWidth > width && kept > 1) lineWidth -= probe.text.GetCharWidth(--kept);
+      while (lineWidth > width && kept > 1) lineWidth -= probe.text.GetAdvance(--kept);
       while (lineWidth > width && dots > 0) {
         --dots;
         lineWidth -= dot;

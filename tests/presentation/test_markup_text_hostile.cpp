@@ -161,7 +161,7 @@ std::string CheckHostile(const std::wstring& source, Canvas& canvas, uint32_t va
       bool skipped = false;
       for (int s = 0; s < lines.skipChars.GetSize(); ++s) skipped = skipped || lines.skipChars[s] == i;
       if (skipped || (!(flags & DT_SINGLELINE) && (ch == L'\n' || ch == L'\r'))) continue;
-      sum += text.GetCharWidth(i);
+      sum += text.GetAdvance(i);
       ++counted;
     }
     if (sum != lines.width[line]) {
@@ -320,12 +320,12 @@ TEST_CASE("huge texts parse, measure and wrap, and a run longer than the draw bu
   RECT all = {0, 0, 4000, 20};
   line.Draw(wide.dc(), &all, DT_SINGLELINE);
   int full = 0;
-  for (int i = 0; i < line.GetLength(); ++i) full += line.GetCharWidth(i);
+  for (int i = 0; i < line.GetLength(); ++i) full += line.GetAdvance(i);
   REQUIRE(full < 4000);
   RECT ink = wide.Ink();
-  CHECK(ink.right > full - line.GetCharWidth(0));
+  CHECK(ink.right > full - line.GetAdvance(0));
   CHECK(ink.right <= full);
-  RECT tail = {full - 10 * line.GetCharWidth(0), 0, full, 20};
+  RECT tail = {full - 10 * line.GetAdvance(0), 0, full, 20};
   CHECK(wide.Count(RGB(0, 0, 0), &tail) >= 10);
 }
 

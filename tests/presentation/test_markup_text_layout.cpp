@@ -57,7 +57,7 @@ TEST_CASE("every character is measured alone in its own font, and the line heigh
     for (int i = 0; i < layout.text.GetLength(); ++i) {
       const MarkupCharAttr& attr = layout.text.GetAttrs()[i];
       CAPTURE(i);
-      CHECK(layout.text.GetCharWidth(i) ==
+      CHECK(layout.text.GetAdvance(i) ==
             layout.Width(std::wstring(1, layout.text.GetPlainText()[i]), attr.style));
     }
     CHECK(layout.text.GetLineHeight() == layout.LineHeight());
@@ -222,7 +222,7 @@ TEST_CASE("DT_CALCRECT with a rect narrower than any character gives one line pe
   int n = layout.text.GetLength();
   REQUIRE(n == 8);
   int widest = 0;
-  for (int i = 0; i < n; ++i) widest = std::max(widest, layout.text.GetCharWidth(i));
+  for (int i = 0; i < n; ++i) widest = std::max(widest, layout.text.GetAdvance(i));
   for (int width : {1, 0, -5}) {
     CAPTURE(width);
     RECT rect = {10, 20, 10 + width, 20};
@@ -243,7 +243,7 @@ TEST_CASE("DT_SINGLELINE: one line of every character, line ends included") {
   std::vector<Line> lines = layout.Lines(5, DT_SINGLELINE | DT_WORDBREAK);
   REQUIRE(lines.size() == 1);
   int sum = 0;
-  for (int i = 0; i < layout.text.GetLength(); ++i) sum += layout.text.GetCharWidth(i);
+  for (int i = 0; i < layout.text.GetLength(); ++i) sum += layout.text.GetAdvance(i);
   CHECK(lines[0] == Line{0, layout.text.GetLength(), sum, -1});
   RECT rect = {0, 0, 5, 0};
   CHECK(layout.text.Draw(layout.dc(), &rect, DT_SINGLELINE | DT_CALCRECT) == layout.LineHeight());
@@ -262,15 +262,15 @@ TEST_CASE("one large size anywhere makes every line of the text as tall") {
 
 TEST_CASE("measures are kept until Invalidate, then taken again in the cache's new fonts") {
   Layout layout(L"<B>kept</B> widths");
-  int before = layout.text.GetCharWidth(0);
+  int before = layout.text.GetAdvance(0);
   layout.cache.SetBaseLogFont(BaseRecord(-26));
-  CHECK(layout.text.GetCharWidth(0) == before);
+  CHECK(layout.text.GetAdvance(0) == before);
   RECT rect = {0, 0, 1000, 0};
   layout.text.Draw(layout.dc(), &rect, DT_CALCRECT);
-  CHECK(layout.text.GetCharWidth(0) == before);
+  CHECK(layout.text.GetAdvance(0) == before);
   layout.text.Invalidate();
   CHECK_FALSE(layout.text.IsMeasured());
   layout.text.Draw(layout.dc(), &rect, DT_CALCRECT);
-  CHECK(layout.text.GetCharWidth(0) == GdiExtent(layout.dc(), ExpectedRecord(BaseRecord(-26), 1), L"k").cx);
-  CHECK(layout.text.GetCharWidth(0) > before);
+  CHECK(layout.text.GetAdvance(0) == GdiExtent(layout.dc(), ExpectedRecord(BaseRecord(-26), 1), L"k").cx);
+  CHECK(layout.text.GetAdvance(0) > before);
 }
