@@ -247,3 +247,35 @@ TEST_CASE("pimtool beside a pim_index2.dat of another database: open and rebuild
     CHECK(out.find("index sound: 2001 contacts") == 0);
   }
 }
+
+TEST_CASE(
+    "a contact the index never took in, under a current stamp, is found by the inspection and not taken "
+    "for a full index") {
+  FreshDevice();
+  REQUIRE(WriteGenerated(40).size() == 40);
+  CEOID missed = 0;
+  {
+    OpenedManager m;
+    REQUIRE(m.opened);
+    // Another program's record, and then a write of this process that stamps the index, before the
+    // other record's notification is taken in; the manager closes before it is.
+    missed = WriteNamed(L"Unheard", L"Record");
+    REQUIRE(missed != 0);
+    Contact contact;
+    contact.text[ContactField::LastName] = Str(L"Stamping");
+    REQUIRE(m.manager.AddContact(contact));
+    REQUIRE(m.manager.Index().Save(FALSE));
+    m.manager.EventsWindow().StopSaveTimer();
+    uint32_t record = 0;
+    REQUIRE_FALSE(m.manager.Index().Find(missed, &record));
+  }
+  OpenedManager m;
+  REQUIRE(m.opened);
+  CHECK(m.manager.LastOpenReport().state == IndexStale);
+  CHECK(m.manager.LastOpenReport().inspected);
+  CHECK(m.manager.LastOpenReport().added == 1);
+  CHECK_FALSE(m.manager.IsOverCapacity());
+  uint32_t record = 0;
+  CHECK(m.manager.Index().Find(missed, &record));
+  CHECK(Found(m.manager, L"unheard") == 1);
+}

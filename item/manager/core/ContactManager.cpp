@@ -6,6 +6,7 @@
 #include "manager/letters/KeypadGroups.h"
 #include "foundation/ShellSort.h"
 #include "manager/core/IndexFileVerdict.h"
+#include "storage/mapped/MappedFile.h"
 #include "sync/PimSync.h"
 
 #include <new>
@@ -182,6 +183,9 @@ int ContactManager::OpenIndex() {
   const BOOL sameTime =
       stamp.dwLowDateTime == time.dwLowDateTime && stamp.dwHighDateTime == time.dwHighDateTime;
   if (!sameTime || records > count) return IndexStale;
+  // Fewer contacts than the database at the same time: the index had no room for the others, if it
+  // has filled a good part of its mapping; otherwise a change it never took in.
+  if (records < count && index.Store().Length() < MappedFile::kMaxLength / 2) return IndexStale;
   if (records < count) {
     overCapacity = TRUE;
     indexHolds = contacts;

@@ -2,6 +2,21 @@
 #include "manager/core/ContactManager.h"
 
 #include "storage/contact/ContactFieldTable.h"
+#include "storage/contact/ContactPhotoFiles.h"
+
+namespace {
+
+// The record and the index are written whether the photo's file could be written or not; one that
+// couldn't still makes the write fail, with the photo's error.
+BOOL PhotoSaved(BOOL written, BOOL photoSaved, DWORD photoError) {
+  if (written && !photoSaved) {
+    SetLastError(photoError);
+    return FALSE;
+  }
+  return written;
+}
+
+}  // namespace
 
 BOOL ContactManager::ReadContact(CEOID id, Contact& contact) {
   if (!LoadByOid(id, contact)) return FALSE;
@@ -17,6 +32,7 @@ BOOL ContactManager::ReadContact(CEOID id, Contact& contact) {
   }
   // What the user edits is the Note without its block; the writes merge the block in again.
   contact.noteBlob = ByteBuffer();
+  LoadPhoto(contact);
   return TRUE;
 }
 
@@ -26,6 +42,9 @@ BOOL ContactManager::AddContact(Contact& contact) {
   Str text;
   note.GetNoteText(contact, text);
   if (!ContactDatabase::AddContact(contact, true)) return FALSE;
+  // The photo's file takes its name now that the record has its id; the index keeps that name.
+  const BOOL photoSaved = SavePhoto(contact);
+  const DWORD photoError = GetLastError();
   nameKeys.Forget(contact.oid);
   contact.checksum = contact.ComputeChecksum();
   BeginIndexChange();
@@ -40,18 +59,21 @@ BOOL ContactManager::AddContact(Contact& contact) {
   StartCommit();
   TellSlavesToReload();
   SetLastError(error);
-  return NoteRead(indexed);
+  return PhotoSaved(NoteRead(indexed), photoSaved, photoError);
 }
 
 BOOL ContactManager::UpdateContact(Contact& contact, BOOL photoAuthoritative) {
-  // The photo's file is named in the extended block and kept by it.
-  // LATER(photo files): no photo file is written, so the photo flag is ignored and changes nothing.
-  (void)photoAuthoritative;
   if (!BeginWrite()) return FALSE;
+  // The photo's file is rewritten with the contact, under the name its names give now. A contact read
+  // without its photo keeps the stored one, read first; one that carries its photo as it is to be
+  // loses the file when it has none.
+  if (!photoAuthoritative && !contact.photoLoaded) LoadPhoto(contact);
   note.MergeIntoNote(contact);
   Str text;
   note.GetNoteText(contact, text);
   if (!ContactDatabase::UpdateContact(contact, true)) return FALSE;
+  const BOOL photoSaved = SavePhoto(contact);
+  const DWORD photoError = GetLastError();
   nameKeys.Forget(contact.oid);
   contact.checksum = contact.ComputeChecksum();
   BeginIndexChange();
@@ -65,7 +87,7 @@ BOOL ContactManager::UpdateContact(Contact& contact, BOOL photoAuthoritative) {
   StartCommit();
   TellSlavesToReload();
   SetLastError(error);
-  return NoteRead(indexed);
+  return PhotoSaved(NoteRead(indexed), photoSaved, photoError);
 }
 
 BOOL ContactManager::DeleteContact(CEOID id) {
