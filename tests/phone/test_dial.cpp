@@ -169,6 +169,20 @@ TEST_CASE("StartPhoneProcess: true at once when the program runs or with no time
   StopPhoneProgram();
 }
 
+TEST_CASE("Without the phone program the wait gives up after its time, and the call is still made") {
+  ClearSettings();
+  StopPhoneProgram();
+  REQUIRE(MoveFileW(L"\\windows\\cprog.exe", L"\\windows\\cprog.aside"));
+  const size_t mark = JournalMark();
+  CHECK_FALSE(StartPhoneProcess(300, FALSE));
+  // The dial waits its two seconds in vain and hands the number over all the same.
+  CHECK(Dial(nullptr, L"5557777", nullptr, DialModePhone, L"Desk") == 0);
+  CHECK(WaitForEvent(mark, "phone", "PhoneMakeCall number \"5557777\" party \"Desk\" flags 0"));
+  CHECK(MoveFileW(L"\\windows\\cprog.aside", L"\\windows\\cprog.exe"));
+  CHECK(EventsSince(mark, "cprog").empty());
+  CHECK(FindWindowW(L"MSCprog", nullptr) == nullptr);
+}
+
 TEST_CASE("An empty number dials nothing") {
   ClearSettings();
   const size_t mark = JournalMark();
