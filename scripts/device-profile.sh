@@ -35,6 +35,8 @@ if [[ -f "$bin/aygshell.dll" ]]; then cp -f "$bin/aygshell.dll" "$drive/windows/
 for program in waveapi.dll tmail.exe pmail.exe iexplore.exe fileopen.exe; do
   if [[ -f "$bin/$program" ]]; then cp -f "$bin/$program" "$drive/windows/$program"; fi
 done
+# The product's device service, which the service manager of coredll.dll hosts once it is registered.
+if [[ -f "$bin/ZovrixPimServ.dll" ]]; then cp -f "$bin/ZovrixPimServ.dll" "$drive/windows/ZovrixPimServ.dll"; fi
 if [[ "$profile" == *phone ]]; then
   [[ -f "$bin/sms.dll" ]] && cp -f "$bin/sms.dll" "$drive/windows/sms.dll" || : > "$drive/windows/sms.dll"
   # A phone's own library and program.
@@ -93,6 +95,54 @@ $(for ext in txt pdf doc docx xls xlsx jpg jpeg png gif bmp mp3 wav wma htm html
 "Options"=dword:00000000
 "Selectability"=dword:00000002
 "Order"=dword:00000001
+
+[HKEY_LOCAL_MACHINE\\Software\\Microsoft\\AddrBook]
+"Default_Area"="812"
+
+[HKEY_CURRENT_USER\\System\\State\\Messages\\sms\\Unread]
+"Count"=dword:00000002
+
+[HKEY_CURRENT_USER\\System\\State\\Phone]
+"Missed Call Count"=dword:00000003
+
+[-HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Shell\\Rai\\:MSCONTACTS]
+
+[HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Shell\\Rai\\:MSCONTACTS]
+"1"=":MSPOUTLOOK contacts"
+
+[-HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Shell\\Keys]
+
+[HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Shell\\Keys\\40C1]
+@="\\"\\\\Windows\\\\calendar.exe\\""
+"ResetCmd"="\\"\\\\Windows\\\\calendar.exe\\""
+"Name"="Calendar"
+"Icon"="\\\\Windows\\\\calendar.exe, 0"
+
+[HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Shell\\Keys\\40C2]
+@="\\\\Windows\\\\Start Menu\\\\Programs\\\\Contacts.lnk"
+"ResetCmd"=":MSCONTACTS"
+"Name"="Contacts"
+"Icon"="\\\\Windows\\\\addrbook.exe, 0"
+
+[HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Shell\\Keys\\40C3]
+@="\\"\\\\Windows\\\\tmail.exe\\""
+"ResetCmd"="\\"\\\\Windows\\\\tmail.exe\\""
+"Name"="Messaging"
+"Icon"="\\\\Windows\\\\tmail.exe, 0"
+
+[HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Shell\\Keys\\40C4]
+@="\\\\Windows\\\\Start Menu\\\\Programs\\\\Speed Dial.lnk"
+"ResetCmd"="\\\\Windows\\\\Start Menu\\\\Programs\\\\Speed Dial.lnk"
+"Name"="Speed Dial"
+"Icon"="\\\\Windows\\\\cprog.exe, 1"
+
+[HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Shell\\Keys\\40C5]
+@="\\"\\\\Windows\\\\camera.exe\\""
+"ResetCmd"="\\"\\\\Windows\\\\camera.exe\\""
+"Name"="Camera"
+"Icon"="\\\\Windows\\\\camera.exe, 0"
+
+[-HKEY_LOCAL_MACHINE\\Services\\ZovrixPim]
 REG
 wine regedit /S "$(winepath -w "$reg")" >/dev/null 2>&1
 rm -f "$reg"
