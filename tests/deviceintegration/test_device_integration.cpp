@@ -10,6 +10,7 @@
 #include <string>
 
 #include "DeviceTestSupport.h"
+#include "TestPaths.h"
 #include "TestRegistry.h"
 #include "foundation/Settings.h"
 #include "phone/DeviceIntegration.h"
@@ -367,5 +368,31 @@ TEST_SUITE("device integration") {
     CHECK(Text(HKEY_LOCAL_MACHINE, key, L"PrevDef") == L"\\Windows\\Start Menu\\Contacts.lnk");
     CHECK(Text(HKEY_LOCAL_MACHINE, key, L"PrevIcon") == L"contacts, 0");
     CHECK(Text(HKEY_LOCAL_MACHINE, key, L"PrevName") == L"Contacts");
+  }
+}
+
+// Run by the test below in a process of its own, since the vibrator is looked for once per process.
+TEST_SUITE("vibratorless") {
+  TEST_CASE("without NLedSetDevice a vibration is refused, at the first use and after it") {
+    size_t mark = JournalMark();
+    {
+      devicetest::ReplacedExport missing("NLedSetDevice", nullptr);
+      REQUIRE(missing.Active());
+      CHECK_FALSE(Vibrate(20));
+    }
+    // The device was found without a vibrator once and for all.
+    CHECK_FALSE(Vibrate(20));
+    CHECK(EventsSince(mark, "nled").empty());
+  }
+}
+
+TEST_SUITE("device integration") {
+  TEST_CASE("a device without NLedSetDevice doesn't vibrate") {
+    std::string out;
+    int code = testpaths::RunCaptured(testpaths::BinDir() + L"test_device_integration.exe",
+                                      L"--test-suite=vibratorless", 120000, &out, nullptr);
+    INFO(out);
+    CHECK(code == 0);
+    CHECK(out.find("1 passed") != std::string::npos);
   }
 }
