@@ -2,6 +2,7 @@
 // named by settings with fixed folders on the device for when they are not set.
 #pragma once
 #include <windows.h>
+#include "foundation/DataFolder.h"  // the user's data folder
 #include "foundation/Str.h"
 
 // The module whose resources the item loads. Set at start with the item library's handle; asked
@@ -12,8 +13,3 @@ HINSTANCE GetModuleInstance();
 // The folder of skin images, always with a trailing backslash: SkinPath, or
 // "\Program Files\Zovrix Pagemark\RingvaneSkin\" when the setting is empty.
 Str GetSkinFolder();
-
-// The user's data folder, never with a trailing backslash: FolderPath, or
-// "\My Documents\Pagemark Files" when the setting is empty. Created when it doesn't exist; whether
-// that worked is not checked, a later open of a file in it tells.
-Str GetDataFolder();

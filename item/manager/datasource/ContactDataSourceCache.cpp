@@ -113,6 +113,7 @@ void ContactDataSource::FitPhoto(Contact& contact, int photoSize) {
     contact.photo = ContactPhoto(1, 1, 4, 24, pixel);
     return;
   }
-  // LATER(photo scaling): a photo isn't scaled into its square; the decoded photo is kept as it is.
-  // Unless one of its sides already equals photoSize, such a contact is read anew at each call.
+  // The picture column of a row, or the page's head: the photo stretched to fit the square, keeping
+  // its proportions. One that can't be scaled is dropped, and the row shows the default picture.
+  if (!ScalePhotoToSquare(contact.photo, photoSize)) contact.photo.Empty();
 }
