@@ -10,6 +10,7 @@
 #include "Generator.h"
 #include "ManagerTestSupport.h"
 #include "ProgramLog.h"
+#include "TestPaths.h"
 #include "WideText.h"
 #include "storage/mapped/MappedFile.h"
 
@@ -119,6 +120,14 @@ TEST_CASE("past the index's capacity the address book stays usable, and deletion
     CHECK(m.manager.ReadContact(elsewhere, again));
     CHECK(CheckIndex(m.manager) == "");
   }
+
+  // pimtool says it plainly, and its check doesn't call such an index sound.
+  std::string out;
+  CHECK(testpaths::RunCaptured(testpaths::BinDir() + L"pimtool.exe", L"open", 120000, &out, nullptr) == 0);
+  CHECK(out.find("more than the index has room for") != std::string::npos);
+  CHECK(testpaths::RunCaptured(testpaths::BinDir() + L"pimtool.exe", L"check", 120000, &out, nullptr) == 1);
+  CHECK(out.find("index sound") == std::string::npos);
+  CHECK(out.find("aren't indexed") != std::string::npos);
 
   // Back below the capacity by deletions through the manager, a start after each step: the index
   // takes up the room they make, and holds every contact again once there is room for all of them.
