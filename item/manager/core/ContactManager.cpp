@@ -148,8 +148,9 @@ int ContactManager::OpenIndex() {
   indexHolds = 0;
   repairDue = FALSE;
   // The props store refuses a file whose in-change byte is set, so a write that was cut off leaves
-  // the index unusable and the master rebuilds it. Only the headers are judged here: the walk over
-  // both files (a contact listed twice among it) follows in idle time, or before the first write.
+  // the index unusable and the master rebuilds it. The headers, the structures they name and the two
+  // files' counts are judged here, once the files are copied in; the walk over both files (a contact
+  // listed twice among it) follows in idle time, or before the first write.
   if (!index.OpenStores(TRUE)) {
     ReportDropped(DescribeUnusableIndex(index.IndexPath(), index.PropsPath(), GetLastError()), L"OpenIndex",
                   __LINE__);
@@ -160,9 +161,12 @@ int ContactManager::OpenIndex() {
   GetCountAndTime(time, count);
   PropsStore& props = index.Props();
   if (index.IsDamaged()) {
+    Str why;
+    why.Format(L"%s names structures past its end, or %s or %s couldn't be copied whole",
+               BareFileName(index.IndexPath()), BareFileName(index.IndexPath()),
+               BareFileName(index.PropsPath()));
     index.CloseStores();
-    ReportDropped(Str(L"pim_index1.dat names structures past its end, or a file couldn't be copied whole"),
-                  L"OpenIndex", __LINE__);
+    ReportDropped(why, L"OpenIndex", __LINE__);
     return IndexUnusable;
   }
   // Both files describe one database: the index file's contacts are the props store's records, one
