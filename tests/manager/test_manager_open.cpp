@@ -297,3 +297,24 @@ TEST_CASE("a forced rebuild takes the data away, replaces the index and marks bo
       8000));
   CHECK(CheckIndex(m.manager) == "");
 }
+
+TEST_CASE("letting go of the index writes back the changes the save timer hadn't saved yet") {
+  FreshDevice();
+  WriteGenerated(20);
+  OpenedManager m;
+  REQUIRE(m.opened);
+  REQUIRE(m.manager.Index().Save(FALSE));
+  Contact contact;
+  contact.text[ContactField::LastName] = Str(L"Unsaved");
+  REQUIRE(m.manager.AddContact(contact));
+  REQUIRE(m.manager.EventsWindow().IsSaveTimerRunning());
+  // What a slave that was master does when told to stop: the files are whole on disk afterwards.
+  REQUIRE(m.manager.CloseIndex());
+  CHECK_FALSE(m.manager.EventsWindow().IsSaveTimerRunning());
+  ContactIndex saved;
+  REQUIRE(saved.OpenStores());
+  uint32_t record = 0;
+  CHECK(saved.Find(contact.oid, &record));
+  CHECK(saved.ContactCount() == 21);
+  saved.CloseStores();
+}
