@@ -229,8 +229,8 @@ TEST_CASE("GetCachedContact reads a contact once and then gives it from the cach
 }
 
 TEST_CASE(
-    "GetCachedContact: a photo becomes a 1x1 placeholder of 24 bits for size 1; another size keeps it as "
-    "decoded") {
+    "GetCachedContact: a photo becomes a 1x1 placeholder of 24 bits for size 1, and is scaled into the "
+    "square of any other size") {
   ScriptedSource s;
   s.manager->plain = {31, 32};
   s.manager->withPhoto = {31};
@@ -246,28 +246,34 @@ TEST_CASE(
   REQUIRE(s.source.GetCachedContact(0, 0, contact, 1));
   CHECK(s.manager->reads == 1);
 
-  // A two-line row asks for another size: the cached one doesn't fit and is read anew. Scaling isn't
-  // there yet, so the photo stays as decoded.
+  // A two-line row asks for another size: the cached one doesn't fit and is read anew, and the 40 x 30
+  // photo is fitted into the square of 32: 32 x 24.
   REQUIRE(s.source.GetCachedContact(0, 0, contact, 32));
   CHECK(s.manager->reads == 2);
-  CHECK(contact->photo.Width() == 40);
-  CHECK(contact->photo.Height() == 30);
+  CHECK(contact->photo.Width() == 32);
+  CHECK(contact->photo.Height() == 24);
+  CHECK(contact->photo.BitsPerPixel() == 24);
   CHECK(s.source.CachedCount() == 1);
-  // A size equal to one side fits.
-  REQUIRE(s.source.GetCachedContact(0, 0, contact, 30));
+  // The same size again, or a size equal to one side of the scaled photo, fits.
+  REQUIRE(s.source.GetCachedContact(0, 0, contact, 32));
   CHECK(s.manager->reads == 2);
-  REQUIRE(s.source.GetCachedContact(0, 0, contact, 40));
+  REQUIRE(s.source.GetCachedContact(0, 0, contact, 24));
   CHECK(s.manager->reads == 2);
+  // A page's head of 60: read anew, 60 x 46 (45 high: the margin of 15 is cut to 14).
+  REQUIRE(s.source.GetCachedContact(0, 0, contact, 60));
+  CHECK(s.manager->reads == 3);
+  CHECK(contact->photo.Width() == 60);
+  CHECK(contact->photo.Height() == 46);
   // Back to a single line: read anew, placeholder again.
   REQUIRE(s.source.GetCachedContact(0, 0, contact, 1));
-  CHECK(s.manager->reads == 3);
+  CHECK(s.manager->reads == 4);
   CHECK(contact->photo.Width() == 1);
 
   // Without a photo every size takes the cached contact.
   REQUIRE(s.source.GetCachedContact(0, 1, contact, 1));
   CHECK(contact->photo.IsEmpty());
   REQUIRE(s.source.GetCachedContact(0, 1, contact, 48));
-  CHECK(s.manager->reads == 4);
+  CHECK(s.manager->reads == 5);
 }
 
 TEST_CASE("a plain search gives one group with an empty title and remembers its arguments") {
