@@ -1,5 +1,6 @@
 #include "storage/index/ContactIndex.h"
 
+#include "foundation/DebugUtils.h"
 #include "foundation/ShellSort.h"
 #include "storage/contact/Contact.h"
 #include "storage/index/ContactKeySource.h"
@@ -34,8 +35,16 @@ BOOL ContactIndex::Open() {
   ClearWalk();
   loadState = StoresLoaded;
   if (!store.Open(0)) return FALSE;
-  if (!store.CheckLayout(nullptr) || !LoadContactTree()) {
+  Str report;
+  if (!store.CheckLayout(nullptr) || !store.Check(report) || !LoadContactTree()) {
+    if (!report.IsEmpty()) {
+      const int end = report.Find(L'\n');
+      Str message = L"ContactIndex::Open: ";
+      message += end >= 0 ? report.Left(end) : report;
+      LogError(message, L"ContactIndex", L"Open", __LINE__);
+    }
     store.Close();
+    contacts.Clear();
     SetLastError(ERROR_INVALID_DATA);
     return FALSE;
   }
@@ -90,7 +99,11 @@ BOOL ContactIndex::OpenStores(BOOL deferred) {
 BOOL ContactIndex::IsLoading() const { return store.IsLoading() || props.IsLoading(); }
 
 BOOL ContactIndex::EnsureLoaded() const {
-  if (loadState == StoresLoaded) return TRUE;
+  if (loadState == StoresLoaded && !store.IsDamaged()) return TRUE;
+  if (loadState == StoresLoaded) {
+    SetLastError(ERROR_INVALID_DATA);
+    return FALSE;
+  }
   if (loadState == StoresLoading) return const_cast<ContactIndex*>(this)->FinishLoad();
   SetLastError(ERROR_INVALID_DATA);
   return FALSE;
@@ -173,11 +186,15 @@ BOOL ContactIndex::AddContact(const Contact& contact, const wchar_t* noteText, u
   BOOL done = FeedContact(contact, noteText) && wordTree.RecordNodes(oid, touched[WordTree]) &&
               keypadTree.RecordNodes(oid, touched[KeypadTree]) && InsertSorted(SortByName, contact) &&
               InsertSorted(SortByFileAs, contact) && MapContact(oid, propsOffset);
-  if (!done) {
+  if (store.IsDamaged()) {
+    // Damage met on the way: the file changes no more, and the owner makes it anew.
+    done = FALSE;
+    SetLastError(ERROR_INVALID_DATA);
+  } else if (!done) {
     // The file is full: the contact stays out of the index rather than half in it.
     DWORD error = GetLastError();
     RemoveFromIndex(oid, true);
-    SetLastError(error);
+    SetLastError(store.IsDamaged() ? ERROR_INVALID_DATA : error);
   }
   touched[WordTree].RemoveAll();
   touched[KeypadTree].RemoveAll();
@@ -193,6 +210,10 @@ BOOL ContactIndex::UpdateContact(const Contact& contact, const wchar_t* noteText
   store.File().CancelSave();
   wordTree.Remove(contact.oid, nullptr);
   keypadTree.Remove(contact.oid, nullptr);
+  if (store.IsDamaged()) {
+    SetLastError(ERROR_INVALID_DATA);
+    return FALSE;
+  }
   return AddContact(contact, noteText, propsOffset);
 }
 
@@ -214,6 +235,11 @@ BOOL ContactIndex::RemoveContact(CEOID oid) {
   uint32_t record = 0;
   bool known = contacts.Find(static_cast<uint32_t>(oid), &record);
   RemoveFromIndex(oid, false);
+  if (store.IsDamaged()) {
+    // The record stays: the index is made anew from the database, and the store with it.
+    SetLastError(ERROR_INVALID_DATA);
+    return FALSE;
+  }
   if (known && record != 0 && props.IsOpen()) props.DeleteRecord(record);
   if (!known) SetLastError(ERROR_NOT_FOUND);
   return known;
@@ -249,6 +275,10 @@ BOOL ContactIndex::UpdateContact(const Contact& contact, const wchar_t* noteText
     // Not known yet: take the contact's trees part out in case, and add it whole.
     wordTree.Remove(contact.oid, nullptr);
     keypadTree.Remove(contact.oid, nullptr);
+    if (store.IsDamaged()) {
+      SetLastError(ERROR_INVALID_DATA);
+      return FALSE;
+    }
     return AddContact(contact, noteText);
   }
   if (!props.UpdateRecord(record, contact)) {
@@ -256,9 +286,9 @@ BOOL ContactIndex::UpdateContact(const Contact& contact, const wchar_t* noteText
     return FALSE;
   }
   if (!UpdateContact(contact, noteText, record)) {
-    // Out of the index, so out of the store as well.
+    // Out of the index, so out of the store as well (a damaged index is made anew with it).
     DWORD error = GetLastError();
-    props.DeleteRecord(record);
+    if (!store.IsDamaged()) props.DeleteRecord(record);
     SetLastError(error);
     return FALSE;
   }
@@ -283,6 +313,11 @@ BOOL ContactIndex::FindPrefix(int tree, const wchar_t* key, Array<CEOID>& ids) c
   if (!EnsureLoaded()) return FALSE;
   const SearchTree& which = tree == KeypadTree ? keypadTree : wordTree;
   which.FindPrefix(key, key != nullptr ? static_cast<int>(wcslen(key)) : 0, ids);
+  if (store.IsDamaged()) {
+    ids.RemoveAll();
+    SetLastError(ERROR_INVALID_DATA);
+    return FALSE;
+  }
   return TRUE;
 }
 
@@ -329,7 +364,7 @@ BOOL ContactIndex::ListAll(int kind, Array<CEOID>& ids) const {
   if (list == 0) return TRUE;
   uint32_t count = 0;
   if (!store.CountedAt(list, sizeof(uint32_t), &count)) {
-    SetLastError(ERROR_INVALID_DATA);
+    store.NoteDamage();
     return FALSE;
   }
   const uint32_t* words = store.Words(list);

@@ -64,7 +64,8 @@ class ContactIndex : public IndexKeySink {
   // --- the index file ----------------------------------------------------------------------------
   // A new, empty index file (IndexStore::Create(102400)).
   virtual BOOL Create();
-  // Opens the index file and reads its contact map into the contact tree.
+  // Opens the index file, runs its whole check (IndexStore::Check) and reads its contact map into the
+  // contact tree. A file that fails the check is refused and closed (ERROR_INVALID_DATA).
   virtual BOOL Open();
   virtual void Close();
   BOOL IsOpen() const { return store.Data() != nullptr; }
@@ -86,7 +87,10 @@ class ContactIndex : public IndexKeySink {
   BOOL EnsureLoaded() const;
   // Whether a copy of a deferred open still runs, without waiting for it.
   BOOL IsLoading() const;
-  BOOL IsDamaged() const { return loadState == StoresDamaged; }
+  // Whether the index is known to be damaged: a copy failed, the header names structures past the
+  // file's end, or an operation met a structure that doesn't hold together (IndexStore::IsDamaged).
+  // Every read and write of it fails with ERROR_INVALID_DATA then, until it is made anew.
+  BOOL IsDamaged() const { return loadState == StoresDamaged || store.IsDamaged(); }
 
   // --- the walk after a deferred open -----------------------------------------------------------------
   // The full walk over both files that a deferred open leaves: the load, the arena of the index file,

@@ -25,7 +25,8 @@ struct MapPair {
 
 BOOL ContactIndex::Check(Str& report) const {
   const int before = report.GetLength();
-  if (!EnsureLoaded()) {
+  // A store that met damage is still walked: the walk trusts nothing it reads.
+  if (loadState != StoresLoaded && !EnsureLoaded()) {
     AddReportLine(report,
                   L"load: a file couldn't be copied whole, or its header names structures past its end");
     return FALSE;
@@ -33,6 +34,10 @@ BOOL ContactIndex::Check(Str& report) const {
   if (!store.Check(report)) {
     // The file's structures are in doubt: reading them further could go astray.
     contacts.Check(report);
+    return FALSE;
+  }
+  if (store.IsDamaged()) {
+    AddReportLine(report, L"index file: an operation met a structure that doesn't hold together");
     return FALSE;
   }
   contacts.Check(report);
@@ -74,9 +79,12 @@ BOOL ContactIndex::Check(Str& report) const {
                   static_cast<uint32_t>(ids[k]));
           break;
         }
-        if (k > 0 && CompareSortKeys(previous, ids[k - 1], key, ids[k]) >= 0)
+        if (k > 0 && CompareSortKeys(previous, ids[k - 1], key, ids[k]) >= 0) {
           Finding(report, L"%s: contact %u stands before contact %u out of order", kNames[kind],
                   static_cast<uint32_t>(ids[k - 1]), static_cast<uint32_t>(ids[k]));
+          // One is enough: a list out of order is made anew as a whole.
+          break;
+        }
         previous = key;
       }
     }

@@ -65,6 +65,9 @@ enum WalkPhase {
 // Growth step of the walk's large tables: a few reallocations, not one per thousand entries.
 const int kTableGrowth = 16384;
 
+// Findings written out as lines; the rest are only counted.
+const int kReportedFindings = 64;
+
 }  // namespace
 
 class IndexStoreWalk::Checker {
@@ -72,7 +75,7 @@ class IndexStoreWalk::Checker {
   Checker(const IndexStore& owner, Str& out)
       : store(owner), data(owner.Data()), length(owner.Length()), report(out), findings(0), arenaSound(false),
         phase(PhaseHeader), started(false), walked(0), reverseMap(0), reverseCount(0), reverseEntry(0),
-        pairAt(0) {
+        pairAt(0), chainBlocks(0), reachSteps(0), listEntries(0) {
     used.SetSize(0, kTableGrowth);
     usedSizes.SetSize(0, kTableGrowth);
     for (int kind = 0; kind < 2; ++kind) {
@@ -145,10 +148,22 @@ class IndexStoreWalk::Checker {
   uint32_t reverseCount;
   uint32_t reverseEntry;
   int pairAt;
+  // Chain blocks and steps down the equal branches walked for all entries of a reverse map together:
+  // a sound file has fewer than it has room for, and a damaged one (whose blocks can't be claimed once
+  // each when the arena itself is broken) must not make the walk go on for ever.
+  uint32_t chainBlocks;
+  uint32_t reachSteps;
+  // Entries of the lists of both trees together.
+  uint64_t listEntries;
 };
 
 void IndexStoreWalk::Checker::Problem(const wchar_t* format, ...) {
-  ++findings;
+  // A badly damaged file has findings by the thousand: the first ones tell enough, and a report that
+  // grows without end would cost more than the walk.
+  if (++findings > kReportedFindings) {
+    if (findings == kReportedFindings + 1) AddReportLine(report, L"index file: further findings left out");
+    return;
+  }
   Str line;
   va_list args;
   va_start(args, format);
@@ -355,6 +370,11 @@ bool IndexStoreWalk::Checker::CheckTree(int kind, int& units) {
         Problem(L"%s: node %u has an empty contact list", name, node);
       } else if (!RoomFor(n->list, 4 + 4 * static_cast<uint64_t>(count))) {
         Problem(L"%s: the list of node %u counts %u, more than its block holds", name, node, count);
+      } else if ((listEntries += count) > length / 4) {
+        // The lists of a sound file are blocks of their own; these would hold more than the data.
+        Problem(L"%s: its lists hold more contacts than the data has room for", name);
+        pending.RemoveAll();
+        break;
       } else {
         for (uint32_t k = 0; k < count; ++k) {
           const uint32_t oid = Word(n->list + 4 + 4 * k);
@@ -383,6 +403,8 @@ bool IndexStoreWalk::Checker::CheckReverseMap(int kind, int& units) {
     reverseEntry = 0;
     reverseCount = 0;
     pairAt = 0;
+    chainBlocks = 0;
+    reachSteps = 0;
     reverseMap = store.HeaderWord(kind == 0 ? kWordReverseSlot : kKeypadReverseSlot);
     if (reverseMap == 0) {
       if (held.GetSize() > 0) Problem(L"%s: contacts in its lists, but no reverse map", name);
@@ -398,6 +420,12 @@ bool IndexStoreWalk::Checker::CheckReverseMap(int kind, int& units) {
   while (reverseEntry < reverseCount) {
     if (units-- <= 0) return false;
     CheckReverseEntry(kind, reverseEntry++);
+    if (chainBlocks > length / kChainBlockSize || reachSteps > length / 4) {
+      Problem(L"%s: the chains name more blocks and nodes than the data can hold", name);
+      reverseEntry = reverseCount;
+      pairAt = held.GetSize();
+      return true;
+    }
   }
   while (pairAt < held.GetSize()) {
     Problem(L"%s: contact %u is in the list of node %u but not in the reverse map", name, held[pairAt].oid,
@@ -439,6 +467,10 @@ void IndexStoreWalk::Checker::CheckReverseEntry(int kind, uint32_t k) {
       chainSound = false;
       break;
     }
+    if (++chainBlocks > length / kChainBlockSize) {
+      chainSound = false;
+      break;
+    }
     blocks.Add(block);
     const uint32_t next = Word(block);
     const uint32_t used = Word(block + 8);
@@ -471,7 +503,7 @@ void IndexStoreWalk::Checker::CheckReverseEntry(int kind, uint32_t k) {
       continue;
     }
     int steps = 0;
-    while (node != 0 && ContainsId(live, node) && steps++ <= live.GetSize()) {
+    while (node != 0 && ContainsId(live, node) && steps++ <= live.GetSize() && ++reachSteps <= length / 4) {
       reach.Add(node);
       node = reinterpret_cast<const TreeNode*>(data + node)->equal;
     }

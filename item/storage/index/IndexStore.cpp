@@ -62,9 +62,44 @@ BOOL IndexStore::OpenDeferred() {
   return TRUE;
 }
 
+const TreeNode* IndexStore::NodeAt(uint32_t offset) const {
+  if (IsInside(offset, kNodeSize)) {
+    const TreeNode* node = reinterpret_cast<const TreeNode*>(data + offset);
+    if (node->tailFlag != kTailFlag || length - offset >= kTailNodeSize) return node;
+  }
+  NoteDamage();
+  return nullptr;
+}
+
+const uint32_t* IndexStore::CountedWords(uint32_t offset, uint32_t entryBytes) const {
+  uint32_t count;
+  if (CountedAt(offset, entryBytes, &count)) return Words(offset);
+  NoteDamage();
+  return nullptr;
+}
+
+const ChainBlock* IndexStore::ChainAt(uint32_t offset) const {
+  if (IsInside(offset, kChainBlockSize)) {
+    const ChainBlock* block = reinterpret_cast<const ChainBlock*>(data + offset);
+    if (block->used <= static_cast<uint32_t>(kChainSlots)) return block;
+  }
+  NoteDamage();
+  return nullptr;
+}
+
+const wchar_t* IndexStore::TailAt(uint32_t offset, uint32_t* room) const {
+  *room = 0;
+  if (!IsInside(offset, sizeof(wchar_t))) {
+    NoteDamage();
+    return nullptr;
+  }
+  *room = (length - offset) / sizeof(wchar_t);
+  return reinterpret_cast<const wchar_t*>(data + offset);
+}
+
 BOOL IndexStore::CountedAt(uint32_t offset, uint32_t entryBytes, uint32_t* count) const {
   *count = 0;
-  if (data == nullptr || offset < kIndexHeaderSize || offset > length || length - offset < 4) return FALSE;
+  if (data == nullptr || !IsInside(offset, 4)) return FALSE;
   uint32_t counted;
   memcpy(&counted, data + offset, sizeof counted);
   if (static_cast<uint64_t>(counted) * entryBytes > length - offset - 4) return FALSE;
@@ -90,9 +125,8 @@ BOOL IndexStore::CheckLayout(Str* report) const {
     const uint32_t at = HeaderWord(part.slot);
     if (at == 0) continue;
     uint32_t count = 0;
-    const BOOL inside = part.entryBytes == 0
-                            ? at >= kIndexHeaderSize && at <= length && length - at >= kNodeSize
-                            : CountedAt(at, part.entryBytes, &count);
+    const BOOL inside =
+        part.entryBytes == 0 ? IsInside(at, kNodeSize) : CountedAt(at, part.entryBytes, &count);
     if (inside) continue;
     sound = FALSE;
     if (report != nullptr) {

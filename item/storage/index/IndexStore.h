@@ -58,6 +58,30 @@ class IndexStore : public ArenaStore {
   // Allocates `size` bytes and gives the block's offset; false, and 0, when the store can't grow
   // (the end of the mapping). A store that can't map more memory at all is a failure stop.
   BOOL AllocateBlock(uint32_t size, uint32_t* offset);
+  // The structures of the file, checked against the data before they are used: null, with the
+  // store noted damaged (ArenaStore::NoteDamage), when they don't lie inside it.
+  // A tree node: 24 bytes, and the tail's offset too when it has the tail flag.
+  TreeNode* NodeAt(uint32_t offset) {
+    return const_cast<TreeNode*>(static_cast<const IndexStore*>(this)->NodeAt(offset));
+  }
+  const TreeNode* NodeAt(uint32_t offset) const;
+  // A counted structure: a count word, then that many entries of `entryBytes`; its words.
+  uint32_t* CountedWords(uint32_t offset, uint32_t entryBytes) {
+    return const_cast<uint32_t*>(static_cast<const IndexStore*>(this)->CountedWords(offset, entryBytes));
+  }
+  const uint32_t* CountedWords(uint32_t offset, uint32_t entryBytes) const;
+  // A block of a reverse map's chain, with no more slots used than it has.
+  ChainBlock* ChainAt(uint32_t offset) {
+    return const_cast<ChainBlock*>(static_cast<const IndexStore*>(this)->ChainAt(offset));
+  }
+  const ChainBlock* ChainAt(uint32_t offset) const;
+  // The tail text at `offset` and the characters that may be read from it before the data ends.
+  const wchar_t* TailAt(uint32_t offset, uint32_t* room) const;
+  // More steps than any walk over the file's nodes or blocks can take: a walk that gets this far goes
+  // in circles.
+  uint32_t StepLimit() const { return length / ArenaAllocator::kMinimumPayload + 1; }
+  uint32_t NodeLimit() const { return length / kNodeSize + 1; }
+
   // The 32-bit words at `offset`.
   uint32_t* Words(uint32_t offset) { return reinterpret_cast<uint32_t*>(data + offset); }
   const uint32_t* Words(uint32_t offset) const { return reinterpret_cast<const uint32_t*>(data + offset); }

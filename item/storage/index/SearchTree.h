@@ -12,6 +12,12 @@
 // blocks per contact), so that taking a contact out is proportional to what it holds. A split may
 // move a contact's list below the node recorded, but always down the equal branch, which is where
 // the removal looks.
+//
+// The file may be damaged. Every node, list, tail and chain block is checked against the data before
+// it is read (IndexStore::NodeAt and its kind), and every walk along links ends after more steps than
+// the file could hold nodes; what doesn't hold together marks the store damaged
+// (ArenaStore::NoteDamage), and the operation ends early. The owner then fails the operation with
+// ERROR_INVALID_DATA.
 #pragma once
 
 #include <windows.h>
@@ -70,11 +76,12 @@ class SearchTree {
   virtual void FreeAll();
 
   // Tree order (the node, then its less, equal and greater branches) within the subtree `top`: the
-  // node after `node`, or 0 at the end.
+  // node after `node`, or 0 at the end (and when a link leaves the data).
   uint32_t NextNode(uint32_t node, uint32_t top) const;
 
-  // The tail text of a node with the tail flag, or null.
-  const wchar_t* TailOf(uint32_t node) const;
+  // The tail text of a node with the tail flag, or null (for a node without a tail, and for one whose
+  // tail leaves the data or has no end inside it); `chars` receives its length.
+  const wchar_t* TailOf(uint32_t node, int* chars = nullptr) const;
 
  protected:
   // The node for `key`, made when missing (see Add). False with the tree unchanged (apart from
@@ -89,9 +96,12 @@ class SearchTree {
   // The node under which every key beginning with `key` lies (its own key ends there or its tail
   // begins with the rest), or 0.
   uint32_t FindPrefixNode(const wchar_t* key, int length) const;
-  // Whether a node, or a list with its count, lies inside the data.
-  bool NodeInside(uint32_t node) const;
-  bool ListInside(uint32_t list) const;
+  // Whether `node` hangs in the tree: its parent links lead to the root, each parent naming it as a
+  // child. Reads only nodes inside the data; notes damage when not.
+  bool IsLiveNode(uint32_t node) const;
+  // How many characters of key[i ..) the tail of `node` matches, and whether the tail ended with them
+  // (`whole`); -1 when the tail leaves the data.
+  int MatchTail(uint32_t node, const wchar_t* key, int i, int length, bool* whole) const;
   // Frees a node's tail block (when it has one) and the node.
   void FreeNode(uint32_t node);
   void SetRoot(uint32_t node) { store->SetHeaderWord(rootSlot, node); }

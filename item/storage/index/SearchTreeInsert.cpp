@@ -33,14 +33,26 @@ bool InsertSortedOffset(Array<uint32_t>& sorted, uint32_t value) {
   return true;
 }
 
-const wchar_t* SearchTree::TailOf(uint32_t node) const {
-  const TreeNode* n = store->Node(node);
-  if (n->tailFlag != kTailFlag || n->tail == 0) return nullptr;
-  return reinterpret_cast<const wchar_t*>(store->Data() + n->tail);
+const wchar_t* SearchTree::TailOf(uint32_t node, int* chars) const {
+  if (chars != nullptr) *chars = 0;
+  const TreeNode* n = store->NodeAt(node);
+  if (n == nullptr || n->tailFlag != kTailFlag || n->tail == 0) return nullptr;
+  uint32_t room = 0;
+  const wchar_t* tail = store->TailAt(n->tail, &room);
+  if (tail == nullptr) return nullptr;
+  uint32_t k = 0;
+  while (k < room && tail[k] != 0) ++k;
+  if (k == room) {
+    store->NoteDamage();
+    return nullptr;
+  }
+  if (chars != nullptr) *chars = static_cast<int>(k);
+  return tail;
 }
 
 void SearchTree::FreeNode(uint32_t node) {
-  TreeNode* n = store->Node(node);
+  const TreeNode* n = store->NodeAt(node);
+  if (n == nullptr) return;
   if (n->tailFlag == kTailFlag && n->tail != 0) store->FreeOffset(n->tail);
   store->FreeOffset(node);
 }
@@ -86,7 +98,13 @@ BOOL SearchTree::NewNode(const wchar_t* key, int i, int length, uint32_t parent,
 BOOL SearchTree::Split(uint32_t node, const wchar_t* key, int i, int length, uint32_t* result) {
   *result = 0;
   // A copy of the tail: its block is freed below.
-  Str tail(TailOf(node));
+  int tailChars = 0;
+  const wchar_t* stored = TailOf(node, &tailChars);
+  if (stored == nullptr) {
+    store->NoteDamage();
+    return FALSE;
+  }
+  Str tail(stored, tailChars);
   const wchar_t* t = tail;
   const int tailLength = tail.GetLength();
   const int restLength = length - i;
@@ -180,8 +198,13 @@ BOOL SearchTree::GetNode(const wchar_t* key, int length, uint32_t* result) {
   int i = 0;
   wchar_t c = key[0];
   BOOL done = FALSE;
-  for (;;) {
-    TreeNode* n = store->Node(node);
+  for (uint32_t steps = store->NodeLimit();; --steps) {
+    TreeNode* n = store->NodeAt(node);
+    if (n == nullptr) return FALSE;
+    if (steps == 0) {
+      store->NoteDamage();
+      return FALSE;
+    }
     uint32_t made = 0;
     if (c == n->ch) {
       ++i;
@@ -222,7 +245,7 @@ BOOL SearchTree::GetNode(const wchar_t* key, int length, uint32_t* result) {
     *result = made;
     break;
   }
-  if (!done && madeRoot) {
+  if (!done && madeRoot && !store->IsDamaged()) {
     // The root made for this key alone has no use.
     uint32_t root = Root();
     TreeNode* r = store->Node(root);
@@ -240,10 +263,15 @@ BOOL SearchTree::Add(const wchar_t* key, int length, CEOID oid, uint32_t* result
     SetLastError(ERROR_INVALID_PARAMETER);
     return FALSE;
   }
+  if (store->IsDamaged()) {
+    SetLastError(ERROR_INVALID_DATA);
+    return FALSE;
+  }
   uint32_t node;
   if (!GetNode(key, length, &node)) return FALSE;
   const uint32_t id = static_cast<uint32_t>(oid);
   uint32_t list = store->Node(node)->list;
+  if (list != 0 && store->CountedWords(list, sizeof(uint32_t)) == nullptr) return FALSE;
   uint32_t count = list != 0 ? store->Words(list)[0] : 0;
   int at = -1;
   if (list != 0) {
@@ -255,8 +283,11 @@ BOOL SearchTree::Add(const wchar_t* key, int length, CEOID oid, uint32_t* result
   }
   uint32_t fresh;
   if (!store->AllocateBlock(4 + 4 * (count + 1), &fresh)) {
+    if (store->IsDamaged()) return FALSE;
+    DWORD error = GetLastError();
     Array<uint32_t> passed;
     Prune(node, passed);  // a node made for this key alone goes again
+    SetLastError(error);
     return FALSE;
   }
   uint32_t* target = store->Words(fresh);

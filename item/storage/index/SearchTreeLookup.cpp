@@ -4,16 +4,24 @@
 #include "foundation/ShellSort.h"
 
 uint32_t SearchTree::NextNode(uint32_t node, uint32_t top) const {
-  const TreeNode* n = store->Node(node);
+  const TreeNode* n = store->NodeAt(node);
+  if (n == nullptr) return 0;
   if (n->less != 0) return n->less;
   if (n->equal != 0) return n->equal;
   if (n->greater != 0) return n->greater;
   // Climb until a parent offers a branch not yet visited: coming from less, equal and then greater;
-  // coming from equal, greater.
-  while (node != top) {
-    uint32_t parent = store->Node(node)->parent;
+  // coming from equal, greater. No sound path up is longer than the file has nodes.
+  for (uint32_t steps = store->NodeLimit(); node != top; --steps) {
+    const TreeNode* at = store->NodeAt(node);
+    if (at == nullptr) return 0;
+    if (steps == 0) {
+      store->NoteDamage();
+      return 0;
+    }
+    uint32_t parent = at->parent;
     if (parent == 0) break;
-    const TreeNode* p = store->Node(parent);
+    const TreeNode* p = store->NodeAt(parent);
+    if (p == nullptr) return 0;
     if (node == p->less) {
       if (p->equal != 0) return p->equal;
       if (p->greater != 0) return p->greater;
@@ -25,22 +33,44 @@ uint32_t SearchTree::NextNode(uint32_t node, uint32_t top) const {
   return 0;
 }
 
+int SearchTree::MatchTail(uint32_t node, const wchar_t* key, int i, int length, bool* whole) const {
+  *whole = false;
+  const TreeNode* n = store->NodeAt(node);
+  if (n == nullptr) return -1;
+  uint32_t room = 0;
+  const wchar_t* tail = store->TailAt(n->tail, &room);
+  if (tail == nullptr) return -1;
+  uint32_t k = 0;
+  while (static_cast<uint32_t>(length - i) > k && k < room && tail[k] != 0 && tail[k] == key[i + k]) ++k;
+  if (k == room) {
+    // The tail runs to the data's end without its NUL.
+    store->NoteDamage();
+    return -1;
+  }
+  *whole = tail[k] == 0;
+  return static_cast<int>(k);
+}
+
 uint32_t SearchTree::FindNode(const wchar_t* key, int length) const {
   if (key == nullptr || length <= 0 || store->Data() == nullptr) return 0;
   uint32_t node = Root();
   int i = 0;
-  while (node != 0) {
-    const TreeNode* n = store->Node(node);
+  for (uint32_t steps = store->NodeLimit(); node != 0; --steps) {
+    const TreeNode* n = store->NodeAt(node);
+    if (n == nullptr) return 0;
+    if (steps == 0) {
+      store->NoteDamage();
+      return 0;
+    }
     wchar_t c = key[i];
     if (c == n->ch) {
       ++i;
       if (i == length) return n->tailFlag == kTailFlag ? 0 : node;
       if (n->tailFlag == kTailFlag) {
         // The key ends here only if its rest is the whole tail.
-        const wchar_t* tail = TailOf(node);
-        int k = 0;
-        while (i + k < length && tail[k] != 0 && tail[k] == key[i + k]) ++k;
-        return (i + k == length && tail[k] == 0) ? node : 0;
+        bool whole = false;
+        const int k = MatchTail(node, key, i, length, &whole);
+        return (k >= 0 && i + k == length && whole) ? node : 0;
       }
       node = n->equal;
     } else if (c > n->ch) {
@@ -52,15 +82,22 @@ uint32_t SearchTree::FindNode(const wchar_t* key, int length) const {
   return 0;
 }
 
-bool SearchTree::NodeInside(uint32_t node) const {
-  return node >= kIndexHeaderSize && node % 4 == 0 &&
-         static_cast<uint64_t>(node) + kNodeSize <= store->Length();
-}
-
-bool SearchTree::ListInside(uint32_t list) const {
-  const uint64_t length = store->Length();
-  if (list % 4 != 0 || static_cast<uint64_t>(list) + 4 > length) return false;
-  return static_cast<uint64_t>(list) + 4 + 4ull * store->Words(list)[0] <= length;
+bool SearchTree::IsLiveNode(uint32_t node) const {
+  uint32_t at = node;
+  for (uint32_t steps = store->NodeLimit(); steps > 0; --steps) {
+    const TreeNode* n = store->NodeAt(at);
+    if (n == nullptr) return false;
+    if (n->parent == 0) {
+      if (at == Root()) return true;
+      break;
+    }
+    const TreeNode* p = store->NodeAt(n->parent);
+    if (p == nullptr) return false;
+    if (p->less != at && p->equal != at && p->greater != at) break;
+    at = n->parent;
+  }
+  store->NoteDamage();
+  return false;
 }
 
 uint32_t SearchTree::FindPrefixNode(const wchar_t* key, int length) const {
@@ -68,17 +105,21 @@ uint32_t SearchTree::FindPrefixNode(const wchar_t* key, int length) const {
   uint32_t node = Root();
   int i = 0;
   // No key path is longer than the file has nodes.
-  for (uint32_t steps = store->Length() / kNodeSize; node != 0 && steps > 0; --steps) {
-    if (!NodeInside(node)) return 0;
-    const TreeNode* n = store->Node(node);
+  for (uint32_t steps = store->NodeLimit(); node != 0; --steps) {
+    const TreeNode* n = store->NodeAt(node);
+    if (n == nullptr) return 0;
+    if (steps == 0) {
+      store->NoteDamage();
+      return 0;
+    }
     wchar_t c = key[i];
     if (c == n->ch) {
       ++i;
       if (i == length) return node;
       if (n->tailFlag == kTailFlag) {
-        const wchar_t* tail = TailOf(node);
-        int k = 0;
-        while (i + k < length && tail[k] != 0 && tail[k] == key[i + k]) ++k;
+        bool whole = false;
+        const int k = MatchTail(node, key, i, length, &whole);
+        if (k < 0) return 0;
         if (i + k == length) return node;
       }
       node = n->equal;
@@ -94,20 +135,34 @@ uint32_t SearchTree::FindPrefixNode(const wchar_t* key, int length) const {
 void SearchTree::VisitPrefix(const wchar_t* key, int length, TreeListVisitor& visitor) const {
   const uint32_t found = FindPrefixNode(key, length);
   if (found == 0) return;
+  // The lists of a sound tree hold fewer oids together than the file has words.
+  uint64_t oids = 0;
   const uint32_t list = store->Node(found)->list;
   if (list != 0) {
-    if (!ListInside(list)) return;
-    visitor.OnList(store->Words(list) + 1, store->Words(list)[0]);
+    const uint32_t* words = store->CountedWords(list, sizeof(uint32_t));
+    if (words == nullptr) return;
+    oids += words[0];
+    visitor.OnList(words + 1, words[0]);
   }
   // A sound subtree has fewer nodes than the file has room for; a circle would walk for ever.
-  uint32_t steps = store->Length() / kNodeSize;
+  uint32_t steps = store->NodeLimit();
   const uint32_t top = store->Node(found)->equal;
   for (uint32_t at = top; at != 0; at = NextNode(at, top)) {
-    if (steps-- == 0 || !NodeInside(at)) return;
-    const uint32_t atList = store->Node(at)->list;
-    if (atList == 0) continue;
-    if (!ListInside(atList)) return;
-    visitor.OnList(store->Words(atList) + 1, store->Words(atList)[0]);
+    const TreeNode* n = store->NodeAt(at);
+    if (n == nullptr) return;
+    if (steps-- == 0) {
+      store->NoteDamage();
+      return;
+    }
+    if (n->list == 0) continue;
+    const uint32_t* words = store->CountedWords(n->list, sizeof(uint32_t));
+    if (words == nullptr) return;
+    oids += words[0];
+    if (oids > store->Length() / sizeof(uint32_t)) {
+      store->NoteDamage();
+      return;
+    }
+    visitor.OnList(words + 1, words[0]);
   }
 }
 
@@ -132,5 +187,9 @@ void SearchTree::FindPrefix(const wchar_t* key, int length, Array<CEOID>& ids) c
   ids.RemoveAll();
   GatherIds gather(ids);
   VisitPrefix(key, length, gather);
+  if (store->IsDamaged()) {
+    ids.RemoveAll();
+    return;
+  }
   SortUniqueIds(ids);
 }

@@ -16,9 +16,11 @@ ChainBlock* BlockAt(IndexStore* store, uint32_t offset) {
 int SearchTree::FindEntry(CEOID oid) const {
   const uint32_t map = ReverseMap();
   if (map == 0) return -1;
-  const uint32_t count = store->Words(map)[0];
+  const uint32_t* words = store->CountedWords(map, sizeof(ReverseEntry));
+  if (words == nullptr) return -1;
+  const uint32_t count = words[0];
   // Entries are pairs: search the oids by hand.
-  const ReverseEntry* entries = reinterpret_cast<const ReverseEntry*>(store->Words(map) + 1);
+  const ReverseEntry* entries = reinterpret_cast<const ReverseEntry*>(words + 1);
   const uint32_t id = static_cast<uint32_t>(oid);
   int low = 0;
   int high = static_cast<int>(count) - 1;
@@ -57,11 +59,21 @@ BOOL SearchTree::RecordNodes(CEOID oid, const Array<uint32_t>& nodes) {
     return FALSE;
   }
   const int entry = FindEntry(oid);
+  if (store->IsDamaged()) return FALSE;
   Array<uint32_t> blocks;
   uint32_t head;
   if (entry >= 0) {
     head = reinterpret_cast<const ReverseEntry*>(store->Words(ReverseMap()) + 1)[entry].chain;
-    const ChainBlock* last = BlockAt(store, BlockAt(store, head)->prev);
+    // The chain's head and last block, and the last block's link back to the head, before anything
+    // is added behind them.
+    const ChainBlock* h = store->ChainAt(head);
+    if (h == nullptr) return FALSE;
+    const ChainBlock* last = store->ChainAt(h->prev);
+    if (last == nullptr) return FALSE;
+    if (last->next != head) {
+      store->NoteDamage();
+      return FALSE;
+    }
     if (!AllocateChainBlocks(nodes.GetSize(), kChainSlots - static_cast<int>(last->used), blocks))
       return FALSE;
   } else {

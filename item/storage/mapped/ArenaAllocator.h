@@ -20,6 +20,13 @@
 // When the arena sits at the end of a MappedFile's data, a save overwrites the arena's last word (the
 // last block's trailing tag) with the file's size. That positive value only stops a later merge
 // across it; nothing else reads it.
+//
+// The arena may come from a damaged file. Besides its address the object knows how many bytes of
+// memory it may touch (its limit), and it never reads or writes outside them: every block it is
+// given back, every neighbour it merges with and every member of the free ring it follows must have
+// agreeing tags inside the arena, and a walk of the ring ends after as many steps as the arena has
+// room for blocks. What doesn't hold together is left as it is, and the allocator notes that it is
+// broken (Broken); Alloc then gives null.
 #pragma once
 
 #include <windows.h>
@@ -55,12 +62,27 @@ class ArenaAllocator {
   // The arena's own header: size and free ring head.
   static constexpr uint32_t kHeaderBytes = 8;
 
-  ArenaAllocator() : arena(nullptr) {}
-  explicit ArenaAllocator(BYTE* address) : arena(address) {}
+  ArenaAllocator() : arena(nullptr), limit(0), dataOffset(0), broken(false) {}
 
-  // With size 0 only attaches to an arena that is already there. Otherwise lays out a new arena of
-  // `size` bytes: the header and one free block of payload size - 16, alone in the ring.
+  // With size 0 only attaches to an arena that is already there, taking its size word as the limit.
+  // Otherwise lays out a new arena of `size` bytes: the header and one free block of payload
+  // size - 16, alone in the ring.
   void Init(BYTE* address, uint32_t size);
+  // The bytes from the arena's address that the allocator may touch, whatever its size word says, and
+  // where the arena starts in its file's data (see Verify: a trailing tag may be a saved file's size
+  // word, also on a block that is no longer the last after the arena grew).
+  void SetLimit(uint32_t bytes, uint32_t offsetInData) {
+    limit = bytes;
+    dataOffset = offsetInData;
+  }
+  uint32_t Limit() const { return limit; }
+  // Whether an operation since the last TakeBroken met a block, tag or ring link that doesn't hold
+  // together; the flag is cleared by the call.
+  bool TakeBroken() {
+    bool was = broken;
+    broken = false;
+    return was;
+  }
 
   // First fit. Null for size 0, for an empty ring and when no free block is large enough.
   void* Alloc(uint32_t size);
@@ -99,8 +121,22 @@ class ArenaAllocator {
   void SetNext(uint32_t block, uint32_t next) { SetWord(block + 4, next); }
   void SetPrev(uint32_t block, uint32_t prev) { SetWord(block + 8, prev); }
   void SetHead(uint32_t head) { SetWord(4, head); }
-  // Takes a free block out of the ring.
-  void Unlink(uint32_t block);
+  // Takes a free block out of the ring; false, with nothing changed, when its neighbours in the
+  // ring aren't free blocks.
+  bool Unlink(uint32_t block);
+  // Whether `bytes` from `offset` lie within the limit.
+  bool Fits(uint32_t offset, uint32_t bytes) const { return offset <= limit && limit - offset >= bytes; }
+  // The arena's end: its size word, or the limit when the word passes it.
+  uint32_t End() const;
+  // Whether a free block, or a block in use, starts at `block`: tags that agree, inside the arena (the
+  // last block's trailing tag may be a saved file's size word). Notes a broken arena when not.
+  bool IsFree(uint32_t block) const;
+  bool IsInUse(uint32_t block) const;
+  // Whether the trailing tag of a block of `size` payload bytes at `block` agrees with its size.
+  bool TrailAgrees(uint32_t block, int32_t size) const;
 
   BYTE* arena;
+  uint32_t limit;
+  uint32_t dataOffset;
+  mutable bool broken;
 };

@@ -12,7 +12,7 @@ const wchar_t kUnableToMap[] = L"Unable open memory as mapped file!!!";
 }  // namespace
 
 ArenaStore::ArenaStore(uint32_t header, const wchar_t* source)
-    : data(nullptr), length(0), headerSize(header), sourceName(source), changes(0) {}
+    : data(nullptr), length(0), headerSize(header), sourceName(source), changes(0), damaged(FALSE) {}
 
 ArenaStore::~ArenaStore() { Close(); }
 
@@ -26,6 +26,23 @@ void ArenaStore::Attach() {
   data = file.Data();
   length = file.Length();
   arena.Init(data != nullptr ? data + headerSize : nullptr, 0);
+  arena.SetLimit(data != nullptr && length > headerSize ? length - headerSize : 0, headerSize);
+}
+
+void ArenaStore::NoteDamage() const {
+  if (!damaged) {
+    Str message;
+    message.Format(L"%s: a structure of the store doesn't hold together", sourceName);
+    LogError(message, sourceName, L"NoteDamage", __LINE__);
+  }
+  damaged = TRUE;
+  SetLastError(ERROR_INVALID_DATA);
+}
+
+bool ArenaStore::ArenaBroke() {
+  if (!arena.TakeBroken()) return false;
+  NoteDamage();
+  return true;
 }
 
 // --- the operations of stored structures -------------------------------------------------------------------
@@ -48,7 +65,13 @@ uint32_t ArenaStore::ToOffset(const void* pointer) {
 BOOL ArenaStore::Allocate(uint32_t size, ArenaRef* ref) {
   *ref = NullArenaRef();
   if (data == nullptr || size == 0) return FALSE;
+  if (damaged) {
+    SetLastError(ERROR_INVALID_DATA);
+    return FALSE;
+  }
   void* payload = arena.Alloc(size);
+  // A ring that doesn't hold together is damage, not a full arena: nothing grows.
+  if (ArenaBroke()) return FALSE;
   if (payload == nullptr) {
     uint64_t step = static_cast<uint64_t>(size) + ArenaAllocator::kTagBytes;
     if (step < kGrowthStep) step = kGrowthStep;
@@ -75,7 +98,7 @@ BOOL ArenaStore::Allocate(uint32_t size, ArenaRef* ref) {
     Attach();
     arena.Extend(length - oldLength);
     payload = arena.Alloc(size);
-    if (payload == nullptr) return FALSE;
+    if (ArenaBroke() || payload == nullptr) return FALSE;
   }
   ++changes;
   ref->base = &data;
@@ -84,9 +107,14 @@ BOOL ArenaStore::Allocate(uint32_t size, ArenaRef* ref) {
 }
 
 void ArenaStore::FreeOffset(uint32_t offset) {
-  if (offset == 0 || data == nullptr) return;
+  if (offset == 0 || data == nullptr || damaged) return;
+  if (!IsInside(offset, ArenaAllocator::kMinimumPayload)) {
+    NoteDamage();
+    return;
+  }
   ++changes;
   arena.Free(data + offset);
+  ArenaBroke();
 }
 
 void ArenaStore::FreeRef(const ArenaRef& ref) { FreeOffset(ref.offset); }
@@ -97,6 +125,7 @@ BYTE** ArenaStore::Base() { return &data; }
 
 BOOL ArenaStore::Create(const wchar_t* path, uint32_t size) {
   Close();
+  damaged = FALSE;
   if (!file.Create(path, CreationLength(size, headerSize))) return FALSE;
   Attach();
   memset(data, 0, headerSize);
@@ -106,6 +135,7 @@ BOOL ArenaStore::Create(const wchar_t* path, uint32_t size) {
 
 BOOL ArenaStore::Open(const wchar_t* path) {
   Close();
+  damaged = FALSE;
   if (!file.Open(path, 0)) return FALSE;
   Attach();
   const uint32_t smallestArena =
@@ -123,6 +153,7 @@ BOOL ArenaStore::Open(const wchar_t* path) {
 
 BOOL ArenaStore::OpenDeferred(const wchar_t* path, uint32_t headBytes) {
   Close();
+  damaged = FALSE;
   const uint32_t smallestArena =
       ArenaAllocator::kHeaderBytes + ArenaAllocator::kTagBytes + ArenaAllocator::kMinimumPayload;
   if (headBytes < headerSize + ArenaAllocator::kHeaderBytes)
@@ -163,7 +194,7 @@ BOOL ArenaStore::ExtendTo(uint32_t newLength) {
   if (!file.Grow(newLength)) return FALSE;
   Attach();
   arena.Extend(length - oldLength);
-  return TRUE;
+  return ArenaBroke() ? FALSE : TRUE;
 }
 
 BOOL ArenaStore::Save(BOOL background) { return file.Save(background); }
@@ -173,5 +204,6 @@ void ArenaStore::Close() {
   file.Close();
   data = nullptr;
   length = 0;
+  damaged = FALSE;
   arena.Init(nullptr, 0);
 }

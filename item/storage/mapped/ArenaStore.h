@@ -8,6 +8,12 @@
 // difference, and the request is tried once more. Near the end of the mapping the growth takes what
 // room is left; a request that no longer fits is refused: the allocation fails, the refusal is
 // logged, and everything stored stays as it was.
+//
+// Damage: the store may come from a damaged file. Its users check every offset they follow against
+// the data (IsInside) and note what doesn't hold together (NoteDamage); the allocator checks the
+// blocks it is given back and the free ring it walks. Once damage has been met the store is damaged
+// until it is closed or made anew: it allocates and frees nothing more, and every operation of its
+// users fails with ERROR_INVALID_DATA, so that the owner drops the file and rebuilds it.
 #pragma once
 
 #include <windows.h>
@@ -60,6 +66,17 @@ class ArenaStore {
   virtual BOOL Save(BOOL background);
   virtual void Close();
 
+  // Whether `bytes` from `offset` lie inside the data, past the owner's header and the arena's own,
+  // on a whole word. Reads nothing.
+  bool IsInside(uint32_t offset, uint64_t bytes) const {
+    return offset >= headerSize + kFirstPayload && offset % 4 == 0 && offset <= length &&
+           bytes <= length - offset;
+  }
+  // Notes that a structure of the store doesn't hold together: the store is damaged from now on, and
+  // the last error is ERROR_INVALID_DATA.
+  void NoteDamage() const;
+  BOOL IsDamaged() const { return damaged; }
+
   // Counts the store's allocations, frees and growths, so that a walk over it can tell whether
   // anything changed since it began.
   uint32_t ChangeCount() const { return changes; }
@@ -73,6 +90,8 @@ class ArenaStore {
   // Length of a new store: the arena for max(size, 10240) bytes after the header, its own header and
   // the first block's tags, rounded down to a whole word.
   static uint32_t CreationLength(uint32_t size, uint32_t headerSize);
+  // Where the first payload of the arena lies, from the arena's start: its header and a size tag.
+  static constexpr uint32_t kFirstPayload = ArenaAllocator::kHeaderBytes + 4;
 
  protected:
   // Fetches the data's address and length from the file and attaches the allocator.
@@ -85,8 +104,12 @@ class ArenaStore {
   uint32_t headerSize;
   const wchar_t* sourceName;
   uint32_t changes;
+  mutable BOOL damaged;
 
  private:
+  // Carries a broken arena, which the allocator found, over to the store.
+  bool ArenaBroke();
+
   ArenaStore(const ArenaStore&);
   ArenaStore& operator=(const ArenaStore&);
 };

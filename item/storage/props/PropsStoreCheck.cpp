@@ -10,6 +10,9 @@
 
 namespace {
 
+// Findings written out as lines; the rest only make the check fail.
+const int kReportedFindings = 64;
+
 // Marks of the used blocks, after BlockPool::Verify has put 1 on the free ones.
 const BYTE kUnclaimed = 0;
 const BYTE kRecordBlock = 2;
@@ -17,7 +20,7 @@ const BYTE kRecordBlock = 2;
 class Checker {
  public:
   Checker(const BYTE* data, uint32_t length, Str* report)
-      : data(data), length(length), report(report), ok(TRUE) {}
+      : data(data), length(length), report(report), ok(TRUE), findings(0) {}
 
   BOOL Run(const Array<uint32_t>* records);
 
@@ -46,6 +49,7 @@ class Checker {
   uint32_t length;
   Str* report;
   BOOL ok;
+  int findings;
   BlockPool pool;
   Array<BYTE> marks;
 };
@@ -53,6 +57,11 @@ class Checker {
 void Checker::Problem(const wchar_t* format, ...) {
   ok = FALSE;
   if (report == nullptr) return;
+  // The first findings tell enough; a report that grows without end would cost more than the walk.
+  if (++findings > kReportedFindings) {
+    if (findings == kReportedFindings + 1) *report += L"props store: further findings left out\n";
+    return;
+  }
   Str line;
   va_list args;
   va_start(args, format);
