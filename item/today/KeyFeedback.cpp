@@ -1,11 +1,13 @@
 #include "today/KeyFeedback.h"
 #include <mmsystem.h>
 #include "foundation/Settings.h"
+#include "phone/DeviceIntegration.h"
 #include "resources/SoundIds.h"
 
 namespace {
 
 const DWORD kVibration = 6;
+const DWORD kVibrationMs = 50;
 
 }  // namespace
 
@@ -17,6 +19,6 @@ void GiveKeyFeedback(HINSTANCE module) {
     PlaySoundW(MAKEINTRESOURCEW(IDW_KEY_SOUND_FIRST + feedback - 1), module,
                SND_RESOURCE | SND_ASYNC | SND_NODEFAULT);
   } else if (feedback == kVibration) {
-    // LATER(device integration): the vibrator isn't driven yet, so this key gives no feedback.
+    Vibrate(kVibrationMs);
   }
 }

@@ -2,6 +2,8 @@
 #include <doctest/doctest.h>
 #include "TodayFixture.h"
 #include "foundation/Settings.h"
+#include "TestPaths.h"
+#include "today/KeyFeedback.h"
 #include "manager/datasource/ContactDataSource.h"
 #include "presentation/ContactTemplate.h"
 #include "presentation/Skin.h"
@@ -113,6 +115,22 @@ TEST_CASE_FIXTURE(TodayFixture, "KeyPressFeedback is made 0 when absent and kept
   window = InitializeCustomItem(&item, host);
   REQUIRE(window != nullptr);
   CHECK(GetSettingDword(SECTION_SETTINGS, L"KeyPressFeedback", 77) == 4);
+}
+
+TEST_CASE_FIXTURE(TodayFixture, "KeyPressFeedback 6 gives a key press a short vibration, and 0 none") {
+  testpaths::ClearDeviceJournal();
+  SetSettingDword(SECTION_SETTINGS, L"KeyPressFeedback", 0, TRUE);
+  GiveKeyFeedback(GetModuleHandleW(nullptr));
+  for (const testpaths::JournalLine& line : testpaths::ReadDeviceJournal()) CHECK(line.source != "nled");
+  SetSettingDword(SECTION_SETTINGS, L"KeyPressFeedback", 6, TRUE);
+  const DWORD started = GetTickCount();
+  GiveKeyFeedback(GetModuleHandleW(nullptr));
+  CHECK(GetTickCount() - started >= 40);
+  std::vector<std::string> vibrator;
+  for (const testpaths::JournalLine& line : testpaths::ReadDeviceJournal())
+    if (line.source == "nled") vibrator.push_back(line.event);
+  CHECK(vibrator ==
+        std::vector<std::string>{"NLedSetDevice 2 (vibrator) on", "NLedSetDevice 2 (vibrator) off"});
 }
 
 TEST_CASE_FIXTURE(TodayFixture, "HideSim is read at start into the process-wide flag") {
