@@ -196,3 +196,21 @@ TEST_CASE("a photo file that can't be written fails the add, but the contact is 
   CHECK(U8(cached->text[ContactField::LastName]) == "Lost");
   CHECK(cached->photo.IsEmpty());
 }
+
+TEST_CASE("a deleted contact's photo file goes with it; another contact's of the same name stays") {
+  PhotoSource s(L"photo_source_delete");
+  const CEOID ann = s.Add(L"Ann", L"Lee", MakePhoto(6, 6, kGreen));
+  const CEOID plainTwin = s.Add(L"Ann", L"Lee", ContactPhoto());
+  const CEOID photoTwin = s.Add(L"Ann", L"Lee", MakePhoto(4, 4, kHalves));
+  const std::wstring twinFile = L"Ann_Lee_" + std::to_wstring(photoTwin) + L".png";
+  CHECK(s.data.Files() == std::vector<std::wstring>{L"Ann_Lee.png", twinFile});
+  ContactManager& manager = s.Manager();
+  // The twin without a photo names no file: the one its names would give is the first Ann's.
+  REQUIRE(manager.DeleteContact(plainTwin));
+  CHECK(s.data.Files() == std::vector<std::wstring>{L"Ann_Lee.png", twinFile});
+  REQUIRE(manager.DeleteContact(photoTwin));
+  CHECK(s.data.Files() == std::vector<std::wstring>{L"Ann_Lee.png"});
+  CHECK(PhotoPixels(s.Read(ann).photo) == ColoursOf(6, 6, kGreen));
+  REQUIRE(manager.DeleteContact(ann));
+  CHECK(s.data.Files().empty());
+}

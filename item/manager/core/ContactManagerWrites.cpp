@@ -94,7 +94,14 @@ BOOL ContactManager::DeleteContact(CEOID id) {
   if (!BeginWrite()) return FALSE;
   Contact names;
   if (!ReadNameParts(id, names)) return FALSE;
+  names.oid = id;
+  // The photo's file as the index names it. Only a file named so goes with the contact: the name its
+  // names would give may be another contact's of the same name.
+  uint32_t record = 0;
+  const BOOL hasPhotoFile = index.Props().IsOpen() && index.Find(id, &record) &&
+                            index.Props().GetRecord(record, names) && !names.Image.IsEmpty();
   if (!ContactDatabase::DeleteContact(id)) return FALSE;
+  if (hasPhotoFile) DeletePhoto(names);
   nameKeys.Forget(id);
   BeginIndexChange();
   // The record is gone either way; damage met on the way leads to a rebuild.
