@@ -170,12 +170,37 @@ TEST_CASE("The tones reach the speaker, raised to half volume while they play wh
   CHECK(events == std::vector<std::string>{PlayLine(182)});
 }
 
+// The texts the countdown dialog of this thread showed, each once, in order.
+std::vector<std::wstring>& ShownTexts() {
+  static std::vector<std::wstring> texts;
+  return texts;
+}
+
+void CALLBACK ReadDialogText(HWND, UINT, UINT_PTR, DWORD) {
+  EnumThreadWindows(
+      GetCurrentThreadId(),
+      [](HWND window, LPARAM) -> BOOL {
+        wchar_t text[256] = L"";
+        if (!GetDlgItemTextW(window, IDC_INFO_TEXT, text, 256)) return TRUE;
+        if (ShownTexts().empty() || ShownTexts().back() != text) ShownTexts().push_back(text);
+        return TRUE;
+      },
+      0);
+}
+
 TEST_CASE("Tone dialling counts down over the owner, then plays the number") {
   ClearSettings();
   waveOutSetVolume(nullptr, 0xFFFFFFFF);
   const size_t mark = JournalMark();
   const DWORD start = GetTickCount();
+  ShownTexts().clear();
+  const UINT_PTR reader = SetTimer(nullptr, 0, 100, &ReadDialogText);
   CHECK(Dial(nullptr, L"5,1", nullptr, DialModeTones, nullptr) == 0);
+  KillTimer(nullptr, reader);
+  // 3, 2, 1 with the number under the count, then the closing text with the number.
+  CHECK(ShownTexts() == std::vector<std::wstring>{L"Waiting for 3 seconds...\n5,1",
+                                                  L"Waiting for 2 seconds...\n5,1",
+                                                  L"Waiting for 1 seconds...\n5,1", L"Dialing...\n5,1"});
   // 3 s of waiting and one step of "Dialing...", then the tones with the comma's pause.
   CHECK(GetTickCount() - start >= 3000);
   CHECK(EventsSince(mark, "sound") == std::vector<std::string>{PlayLine(177), PlayLine(173)});
