@@ -35,8 +35,11 @@ bool IsFile(const Str& path) {
 
 bool Exists(const Str& path) { return GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES; }
 
-bool SameText(const Str& a, const wchar_t* b) {
-  return CompareStringW(LOCALE_INVARIANT, NORM_IGNORECASE, a, -1, b, -1) == CSTR_EQUAL;
+// The extension of a file name, lowered; empty when it has none.
+Str ExtensionOf(const Str& name, int dot) {
+  Str extension = dot >= 0 ? name.Mid(dot + 1) : Str();
+  extension.MakeLower();
+  return extension;
 }
 
 // The picture `name` stands for in `folder` into `photo`: the file itself as PNG or BMP by its
@@ -50,10 +53,10 @@ void LoadNamed(const Str& folder, const Str& name, ContactPhoto& photo) {
     Str bmp = PathOf(folder, (dot >= 0 ? name.Left(dot) : name) + L".bmp");
     if (IsFile(bmp)) bitmap = ImageLoadBmp(bmp, nullptr, nullptr);
   } else {
-    const Str extension = dot >= 0 ? name.Mid(dot + 1) : Str();
-    if (SameText(extension, L"png")) {
+    const Str extension = ExtensionOf(name, dot);
+    if (extension == L"png") {
       bitmap = ImageLoadPng(path, nullptr, nullptr);
-    } else if (SameText(extension, L"bmp")) {
+    } else if (extension == L"bmp") {
       bitmap = ImageLoadBmp(path, nullptr, nullptr);
     }
   }
