@@ -80,7 +80,7 @@ device_template_source() {
   local bin="$PAGEMARK_BUILD_DIR/bin" f
   echo "$PAGEMARK_PROFILE"
   md5sum "$DEVICE_SCRIPTS/device-profile.sh" | cut -d' ' -f1
-  for f in PagemarkToday.dll ZovrixPimUtil.dll coredll.dll aygshell.dll sms.dll ceadmin.exe phone.dll \
+  for f in PagemarkToday.dll ZovrixPimUtil.dll coredll.dll aygshell.dll sms.dll ceadmin.exe phone.dll richink.dll \
            waveapi.dll cprog.exe tmail.exe pmail.exe iexplore.exe fileopen.exe; do
     [[ -f "$bin/$f" ]] && md5sum "$bin/$f" | cut -d' ' -f1 || echo "no $f"
   done

@@ -1,91 +1,140 @@
+// The contact page: its window, filling the rows from the model, and the actions of the rows.
 #include "presentation/ContactView.h"
+#include "phone/Communication.h"
+#include "phone/PhoneDevice.h"
+#include "presentation/ContactTemplate.h"
 #include "presentation/Skin.h"
-#include "resources/ListIds.h"
-#include "storage/contact/Contact.h"
-#include "storage/contact/ContactNames.h"
 
-ContactView::ContactView() : contactId(0), boldFont(nullptr), plainFont(nullptr) {}
+namespace {
 
-ContactView::~ContactView() {}
+const DWORD kTextStyle = WS_CHILD | WS_VISIBLE | WS_VSCROLL;
+// The row sections whose taps act.
+const int kPhoneSection = 1;
+const int kMailSection = 2;
+const int kWebSection = 4;
+const int kLinkSection = 10;
+const int kNoteSection = 12;
+
+}  // namespace
+
+ContactView::ContactView() {}
+
+ContactView::~ContactView() {
+  if (hwnd && IsWindow(hwnd)) DestroyWindow(hwnd);
+}
 
 BOOL ContactView::Create(HWND parent, DWORD style) {
   if (hwnd) return TRUE;
   HINSTANCE instance = reinterpret_cast<HINSTANCE>(GetWindowLongPtrW(parent, GWLP_HINSTANCE));
-  return BaseWindow::Create(0, nullptr, style, 0, 0, 0, 0, parent, 0, instance) != nullptr;
+  if (!BaseWindow::Create(0, nullptr, style, 0, 0, 0, 0, parent, 0, instance)) return FALSE;
+  return text.Create(hwnd, kTextStyle, kTextWindowId);
 }
 
 BOOL ContactView::Show(const Contact& contact) {
-  // LATER(contact view): the page shows the composed name and the line under it; the photo, the
-  // value rows under the contact template and the note come with the markup text and the photos.
-  contactId = contact.oid;
-  const Str* text = contact.text;
-  BuildName(text[ContactField::LastName], text[ContactField::FirstName], text[ContactField::Company],
-            text[ContactField::MiddleName], text[ContactField::Title], text[ContactField::Suffix], headName,
-            headSecond);
-  if (headName.GetLength() == 0) {
-    wchar_t unnamed[64];
-    int length = SafeLoadStr(IDS_UNNAMED, GetModuleInstance(), unnamed, 64);
-    headName = Str(unnamed, length);
+  model.Fill(contact);
+  text.Clear();
+  int sectionGap = (Skin::dpiY + 6) * 8 / 96;
+  if (model.photo || !model.headText.IsEmpty())
+    text.SetHead(model.photo, model.headText, SectionName, sectionGap, !model.photoOwned);
+  int count = model.fields.GetSize();
+  for (int i = 0; i < count; ++i) {
+    const ContactViewField& field = model.fields[i];
+    bool lastOfSection = i == count - 1 || model.fields[i + 1].section != field.section;
+    text.AddField(field.label, field.value, field.extra, field.section, lastOfSection ? sectionGap : 0,
+                  field.icon);
   }
-  if (hwnd) InvalidateRect(hwnd, nullptr, FALSE);
+  if (!model.note.IsEmpty()) text.SetNote(model.note.GetData(), model.note.GetLength(), kNoteSection);
+  text.Relayout();
   return TRUE;
 }
 
-void ContactView::SetFonts(HFONT labelFont, HFONT baseFont) {
-  boldFont = labelFont;
-  plainFont = baseFont;
-  if (hwnd) InvalidateRect(hwnd, nullptr, FALSE);
+void ContactView::SetFonts(HFONT labelFont, HFONT baseFont) { text.SetFonts(labelFont, baseFont); }
+
+void ContactView::ShowText(BOOL hide) {
+  if (text.GetHwnd()) ShowWindow(text.GetHwnd(), hide ? SW_HIDE : SW_SHOWNA);
 }
 
-HWND ContactView::TextWindow() const {
-  // LATER(contact view): the rows' own window comes with the markup text; the page draws itself.
-  return nullptr;
+void ContactView::SetFocus() {
+  if (text.GetHwnd()) ::SetFocus(text.GetHwnd());
 }
 
-void ContactView::Paint(HDC dc) {
-  RECT client;
-  GetClientRect(hwnd, &client);
-  FillRect(dc, &client, static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
-  if (contactId == 0) return;
-  SetBkMode(dc, TRANSPARENT);
-  SetTextColor(dc, RGB(0, 0, 0));
-  HGDIOBJ old = SelectObject(dc, boldFont ? boldFont : GetStockObject(SYSTEM_FONT));
-  TEXTMETRICW metrics;
-  GetTextMetricsW(dc, &metrics);
-  RECT line = client;
-  InflateRect(&line, -ScaleX(5), 0);
-  line.top += ScaleY(5);
-  line.bottom = line.top + metrics.tmHeight;
-  DrawTextW(dc, headName, headName.GetLength(), &line, DT_SINGLELINE | DT_NOPREFIX | DT_END_ELLIPSIS);
-  if (headSecond.GetLength() != 0) {
-    if (plainFont) SelectObject(dc, plainFont);
-    OffsetRect(&line, 0, metrics.tmHeight);
-    DrawTextW(dc, headSecond, headSecond.GetLength(), &line, DT_SINGLELINE | DT_NOPREFIX | DT_END_ELLIPSIS);
+void ContactView::PressEnter() {
+  if (text.GetHwnd()) PostMessageW(text.GetHwnd(), WM_CHAR, VK_RETURN, 0);
+}
+
+void ContactView::Done() { SendMessageW(GetParent(hwnd), kDoneMessage, 0, 0); }
+
+void ContactView::OnRowNotify(const wchar_t* value, const ContactTextNotify& report) {
+  const Contact& contact = model.contact;
+  switch (report.section) {
+    case kPhoneSection:
+      if (value && *value) {
+        if (report.key == VK_RIGHT && IsPhoneDevice())
+          SendSmsToContact(value, &contact);
+        else
+          Dial(hwnd, value, &contact, 0, nullptr);
+        Done();
+        return;
+      }
+      break;
+    case kMailSection:
+      SendMail(value);
+      return;
+    case kWebSection:
+      OpenUrl(value);
+      return;
+    case kLinkSection:
+      ShellOpen(value, hwnd);
+      return;
+    default:
+      break;
   }
-  SelectObject(dc, old);
+  // A key on any other row is done with the page; a tap there does nothing.
+  if (report.key != 0) Done();
+}
+
+void ContactView::CallSelected() {
+  int selected = text.SelEnd();
+  if (selected >= 0 && selected < text.ItemCount() && text.Item(selected).section == kPhoneSection) {
+    const wchar_t* plain = text.Item(selected).text.GetPlainText();
+    if (plain && *plain) {
+      Dial(hwnd, plain, &model.contact, 0, nullptr);
+      Done();
+      return;
+    }
+  }
+  // No number chosen on the page: the contact's own default number.
+  uint32_t id = model.contact.defaultItem;
+  Str number, label;
+  if (model.contact.GetPhoneByType(id, number, label) && !number.IsEmpty()) {
+    Dial(hwnd, number, &model.contact, 0, nullptr);
+    Done();
+  }
 }
 
 LRESULT ContactView::WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
   switch (message) {
+    case WM_SIZE:
+      if (text.GetHwnd()) MoveWindow(text.GetHwnd(), 0, 0, LOWORD(lParam), HIWORD(lParam), TRUE);
+      return 0;
     case WM_ERASEBKGND:
       return 1;
-    case WM_PAINT: {
-      PAINTSTRUCT ps;
-      HDC dc = BeginPaint(window, &ps);
-      Paint(dc);
-      EndPaint(window, &ps);
+    case WM_SETFOCUS:
+      SetFocus();
+      return 0;
+    case WM_NOTIFY: {
+      const ContactTextNotify* report = reinterpret_cast<const ContactTextNotify*>(lParam);
+      if (report && report->header.code == ContactTextWindow::kNotifyCode &&
+          report->header.hwndFrom == text.GetHwnd())
+        OnRowNotify(reinterpret_cast<const wchar_t*>(wParam), *report);
       return 0;
     }
     case WM_KEYUP:
       // The End key's release belongs to the popup.
       if (wParam == VK_F4) SendMessageW(GetParent(window), message, wParam, lParam);
       return 0;
-    case WM_KEYDOWN:
-      // Back to the list: the left key and the back key.
-      if (wParam == VK_LEFT || wParam == VK_BACK) SendMessageW(GetParent(window), kDoneMessage, 0, 0);
-      return 0;
     case kCallMessage:
-      // LATER(contact view): the green key acts on the page's selected row once the rows exist.
+      CallSelected();
       return 0;
     default:
       return DefWindowProcW(window, message, wParam, lParam);

@@ -107,7 +107,9 @@ TEST_CASE_FIXTURE(ItemFixture, "the pages fill the popup under the strip; one sh
   REQUIRE(Mode() == PopupContact);
   CHECK_FALSE(IsWindowVisible(list));
   CHECK(IsWindowVisible(view));
-  CHECK(GetFocus() == view);
+  // The page hands the focus to its rows.
+  CHECK(GetFocus() == g_pimToday->GetPopup().GetView().TextWindow());
+  CHECK(GetParent(GetFocus()) == view);
   DeleteAllContacts();
 }
 
@@ -127,9 +129,10 @@ TEST_CASE_FIXTURE(ItemFixture, "a tap on a row opens that contact; its name head
   CHECK(popup.ShownContactId() == expected);
   Contact contact;
   REQUIRE(g_dataSource.ReadAt(0, 1, contact));
-  std::wstring name = std::wstring(contact.text[ContactField::LastName]) + L", " +
-                      std::wstring(contact.text[ContactField::FirstName]);
-  CHECK(std::wstring(popup.GetView().HeadName()) == name);
+  // The head names the contact in bold: first name, then last name.
+  std::wstring name = L"<B>" + std::wstring(contact.text[ContactField::FirstName]) + L" " +
+                      std::wstring(contact.text[ContactField::LastName]) + L"</B>";
+  CHECK(std::wstring(popup.GetView().HeadText()).find(name) == 0);
   // Back from the page: its done message, and the left link's neighbour "Back".
   SendMessageW(popup.GetHwnd(), PopupWnd::kLeaveContactMessage, 0, 0);
   CHECK(Mode() == PopupList);
