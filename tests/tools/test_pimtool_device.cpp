@@ -298,11 +298,7 @@ struct ItemBeside {
 
 }  // namespace
 
-// Known to fail now and then under load, as the rebuild below: the tool, master for its run, can't
-// open the index the item has just let go of (error 183, or 87 after it). Kept visible until the
-// hand-over is found; it must not stop the rest of the suite meanwhile.
-TEST_CASE("pimtool beside the item: a write takes over as master for its run and hands the index back" *
-          doctest::may_fail()) {
+TEST_CASE("pimtool beside the item: a write takes over as master for its run and hands the index back") {
   ItemBeside beside(L"pimtool-peer.log");
   helperproc::HelperProcess& item = beside.item;
   const std::wstring& log = beside.log;
@@ -334,11 +330,7 @@ TEST_CASE("pimtool beside the item: a write takes over as master for its run and
   CHECK(Tool(L"pimtool.exe", L"check").code == 0);
 }
 
-// Known to fail now and then under load: the tool, master for its run, can't make the new files of
-// the rebuild ("can't be opened", error 183, a mapping of the index still there). Kept visible until
-// it is found; it must not stop the rest of the suite meanwhile.
-TEST_CASE("pimtool beside the item: a rebuild stops the item's use of the index and hands it back" *
-          doctest::may_fail()) {
+TEST_CASE("pimtool beside the item: a rebuild stops the item's use of the index and hands it back") {
   ItemBeside beside(L"pimtool-peer-rebuild.log");
   helperproc::HelperProcess& item = beside.item;
   const std::wstring& log = beside.log;
