@@ -274,10 +274,12 @@ void ArenaAllocator::Free(void* payload) {
 void ArenaAllocator::Extend(uint32_t bytes) {
   if (arena == nullptr || bytes < kTagBytes + kMinimumPayload) return;
   uint32_t oldSize = Size();
-  if (!Fits(oldSize, bytes)) {
+  if (static_cast<uint64_t>(oldSize) + bytes > 0xFFFFFFFFu) {
     broken = true;
     return;
   }
+  // The caller vouches for the memory behind the old end.
+  if (!Fits(oldSize, bytes)) limit = oldSize + bytes;
   SetWord(0, oldSize + bytes);
   SetBlock(oldSize, static_cast<int32_t>(bytes - kTagBytes));
   Free(arena + oldSize + 4);

@@ -89,7 +89,8 @@ class ArenaAllocator {
   // Gives a block back, merging it with free neighbours. Null is ignored.
   void Free(void* payload);
   // Grows the arena by `bytes` (at least 16): the new space is laid at the old end as one block and
-  // freed into the ring, merging with a free last block when its trailing tag allows.
+  // freed into the ring, merging with a free last block when its trailing tag allows. The caller
+  // vouches for the memory: the limit grows with the arena when it was smaller.
   void Extend(uint32_t bytes);
   // The payload bytes of all free blocks together.
   uint32_t FreeBytes() const;

@@ -39,6 +39,15 @@ void ArenaStore::NoteDamage() const {
   SetLastError(ERROR_INVALID_DATA);
 }
 
+bool ArenaStore::HasGrownFor(uint32_t offset, uint64_t bytes) const {
+  if (data == nullptr || file.IsLoading()) return false;
+  const uint32_t now = file.Length();
+  if (now <= length || now > MappedFile::kMaxLength) return false;
+  // The view never moves: only the length, and the allocator's limit with it, are taken anew.
+  const_cast<ArenaStore*>(this)->Attach();
+  return offset <= length && bytes <= length - offset;
+}
+
 bool ArenaStore::ArenaBroke() {
   if (!arena.TakeBroken()) return false;
   NoteDamage();
@@ -91,6 +100,12 @@ BOOL ArenaStore::Allocate(uint32_t size, ArenaRef* ref) {
       target = MappedFile::kMaxLength;
     }
     uint32_t oldLength = length;
+    if (arena.Size() != oldLength - headerSize) {
+      // The arena's size word no longer says where the data ends: growing it would lay blocks
+      // outside the mapping.
+      NoteDamage();
+      return FALSE;
+    }
     if (!file.Grow(static_cast<uint32_t>(target))) {
       if (GetLastError() == kMappingFullError) return FALSE;
       FailureStop(kUnableToMap, sourceName, __LINE__);
@@ -191,6 +206,10 @@ BOOL ArenaStore::ExtendTo(uint32_t newLength) {
     return TRUE;
   }
   uint32_t oldLength = length;
+  if (arena.Size() != oldLength - headerSize) {
+    NoteDamage();
+    return FALSE;
+  }
   if (!file.Grow(newLength)) return FALSE;
   Attach();
   arena.Extend(length - oldLength);

@@ -68,9 +68,12 @@ class ArenaStore {
 
   // Whether `bytes` from `offset` lie inside the data, past the owner's header and the arena's own,
   // on a whole word. Reads nothing.
+  // Past the known length it looks again at the mapping's length, which another process that writes
+  // the store may have raised meanwhile.
   bool IsInside(uint32_t offset, uint64_t bytes) const {
-    return offset >= headerSize + kFirstPayload && offset % 4 == 0 && offset <= length &&
-           bytes <= length - offset;
+    if (offset < headerSize + kFirstPayload || offset % 4 != 0) return false;
+    if (offset <= length && bytes <= length - offset) return true;
+    return HasGrownFor(offset, bytes);
   }
   // Notes that a structure of the store doesn't hold together: the store is damaged from now on, and
   // the last error is ERROR_INVALID_DATA.
@@ -107,6 +110,9 @@ class ArenaStore {
   mutable BOOL damaged;
 
  private:
+  // Takes the mapping's present length when another process has raised it; whether `bytes` from
+  // `offset` lie inside the data then.
+  bool HasGrownFor(uint32_t offset, uint64_t bytes) const;
   // Carries a broken arena, which the allocator found, over to the store.
   bool ArenaBroke();
 
