@@ -1,5 +1,7 @@
 #include "manager/core/ContactManager.h"
 
+#include "foundation/DataFolder.h"
+
 #include "foundation/DebugUtils.h"
 #include "foundation/Diagnostics.h"
 #include "foundation/Settings.h"
@@ -44,6 +46,7 @@ BOOL ContactManager::Open(HINSTANCE moduleInstance, ContactManagerListener* newL
   sync = coordinator;
   listener = newListener;
   RebuildKeypadGroups();
+  dataFolder = GetDataFolder();
 
   if (!eventsWindow.Create(instance, this)) return FALSE;
   if (!ContactDatabase::Open(eventsWindow.GetNotifyRequest())) {

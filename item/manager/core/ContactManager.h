@@ -330,6 +330,9 @@ class ContactManager : public ContactDatabase, public DbEventTarget, public Name
   ListPositions positions;
   PositionSearch aids;
   BOOL searchAids;
+  // The user's data folder, where the photos are: read at the open and again by every write, so that
+  // the reads of many contacts (a list's rows) don't each read the setting and look at the folder.
+  Str dataFolder;
   // Progress of the pass in hand.
   double progressPer;
   int progressDone;

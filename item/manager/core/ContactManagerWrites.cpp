@@ -1,6 +1,7 @@
 // Contacts read whole, written and deleted through the manager, so that the index follows at once.
 #include "manager/core/ContactManager.h"
 
+#include "foundation/DataFolder.h"
 #include "storage/contact/ContactFieldTable.h"
 #include "storage/contact/ContactPhotoFiles.h"
 
@@ -32,18 +33,19 @@ BOOL ContactManager::ReadContact(CEOID id, Contact& contact) {
   }
   // What the user edits is the Note without its block; the writes merge the block in again.
   contact.noteBlob = ByteBuffer();
-  LoadPhoto(contact);
+  LoadPhoto(contact, dataFolder);
   return TRUE;
 }
 
 BOOL ContactManager::AddContact(Contact& contact) {
   if (!BeginWrite()) return FALSE;
+  dataFolder = GetDataFolder();
   note.MergeIntoNote(contact);
   Str text;
   note.GetNoteText(contact, text);
   if (!ContactDatabase::AddContact(contact, true)) return FALSE;
   // The photo's file takes its name now that the record has its id; the index keeps that name.
-  const BOOL photoSaved = SavePhoto(contact);
+  const BOOL photoSaved = SavePhoto(contact, dataFolder);
   const DWORD photoError = GetLastError();
   nameKeys.Forget(contact.oid);
   contact.checksum = contact.ComputeChecksum();
@@ -64,15 +66,16 @@ BOOL ContactManager::AddContact(Contact& contact) {
 
 BOOL ContactManager::UpdateContact(Contact& contact, BOOL photoAuthoritative) {
   if (!BeginWrite()) return FALSE;
+  dataFolder = GetDataFolder();
   // The photo's file is rewritten with the contact, under the name its names give now. A contact read
   // without its photo keeps the stored one, read first; one that carries its photo as it is to be
   // loses the file when it has none.
-  if (!photoAuthoritative && !contact.photoLoaded) LoadPhoto(contact);
+  if (!photoAuthoritative && !contact.photoLoaded) LoadPhoto(contact, dataFolder);
   note.MergeIntoNote(contact);
   Str text;
   note.GetNoteText(contact, text);
   if (!ContactDatabase::UpdateContact(contact, true)) return FALSE;
-  const BOOL photoSaved = SavePhoto(contact);
+  const BOOL photoSaved = SavePhoto(contact, dataFolder);
   const DWORD photoError = GetLastError();
   nameKeys.Forget(contact.oid);
   contact.checksum = contact.ComputeChecksum();
@@ -92,6 +95,7 @@ BOOL ContactManager::UpdateContact(Contact& contact, BOOL photoAuthoritative) {
 
 BOOL ContactManager::DeleteContact(CEOID id) {
   if (!BeginWrite()) return FALSE;
+  dataFolder = GetDataFolder();
   Contact names;
   if (!ReadNameParts(id, names)) return FALSE;
   names.oid = id;
@@ -101,7 +105,7 @@ BOOL ContactManager::DeleteContact(CEOID id) {
   const BOOL hasPhotoFile = index.Props().IsOpen() && index.Find(id, &record) &&
                             index.Props().GetRecord(record, names) && !names.Image.IsEmpty();
   if (!ContactDatabase::DeleteContact(id)) return FALSE;
-  if (hasPhotoFile) DeletePhoto(names);
+  if (hasPhotoFile) DeletePhoto(names, dataFolder);
   nameKeys.Forget(id);
   BeginIndexChange();
   // The record is gone either way; damage met on the way leads to a rebuild.

@@ -71,7 +71,10 @@ bool IsPhotoFileName(const Str& name) {
 }
 
 Str MakePhotoName(const Contact& contact, bool unique) {
-  const Str folder = unique ? GetDataFolder() : Str();
+  return MakePhotoName(contact, unique, unique ? GetDataFolder() : Str());
+}
+
+Str MakePhotoName(const Contact& contact, bool unique, const Str& folder) {
   Str base;
   AddPart(base, Clean(contact.text[ContactField::FirstName]));
   AddPart(base, Clean(contact.text[ContactField::MiddleName]));
@@ -90,23 +93,25 @@ Str MakePhotoName(const Contact& contact, bool unique) {
   return name;
 }
 
-void LoadPhoto(Contact& contact) {
+void LoadPhoto(Contact& contact) { LoadPhoto(contact, GetDataFolder()); }
+
+void LoadPhoto(Contact& contact, const Str& folder) {
   contact.photo.Empty();
   contact.photoLoaded = true;
-  const Str folder = GetDataFolder();
   if (!contact.Image.IsEmpty()) LoadNamed(folder, contact.Image, contact.photo);
   if (!contact.photo.IsEmpty()) return;
   // The name the photo would have now: a file given its name by the contact's names, or a name that
   // no longer matches them. `Image` takes it only when a picture is there, so that a contact without
   // one doesn't carry the name of a file that isn't there into its Note.
-  const Str made = MakePhotoName(contact, false);
+  const Str made = MakePhotoName(contact, false, folder);
   if (made.IsEmpty() || made == contact.Image) return;
   LoadNamed(folder, made, contact.photo);
   if (!contact.photo.IsEmpty()) contact.Image = made;
 }
 
-bool SavePhoto(Contact& contact) {
-  const Str folder = GetDataFolder();
+bool SavePhoto(Contact& contact) { return SavePhoto(contact, GetDataFolder()); }
+
+bool SavePhoto(Contact& contact, const Str& folder) {
   if (IsPhotoFileName(contact.Image)) DeleteFileW(PathOf(folder, contact.Image));
   if (contact.photo.IsEmpty()) {
     // No name either: a name without its file could later stand for another contact's photo, and a
@@ -114,7 +119,7 @@ bool SavePhoto(Contact& contact) {
     contact.Image.Empty();
     return true;
   }
-  contact.Image = MakePhotoName(contact, true);
+  contact.Image = MakePhotoName(contact, true, folder);
   HBITMAP bitmap = MakePhotoBitmap(contact.photo);
   if (bitmap == nullptr) return false;
   const bool saved = ImageSavePng(bitmap, PathOf(folder, contact.Image));
@@ -124,13 +129,15 @@ bool SavePhoto(Contact& contact) {
   return saved;
 }
 
-bool DeletePhoto(const Contact& contact) {
-  const Str name = contact.Image.IsEmpty() ? MakePhotoName(contact, false) : contact.Image;
+bool DeletePhoto(const Contact& contact) { return DeletePhoto(contact, GetDataFolder()); }
+
+bool DeletePhoto(const Contact& contact, const Str& folder) {
+  const Str name = contact.Image.IsEmpty() ? MakePhotoName(contact, false, folder) : contact.Image;
   if (!IsPhotoFileName(name)) {
     SetLastError(ERROR_INVALID_NAME);
     return false;
   }
-  const Str path = PathOf(GetDataFolder(), name);
+  const Str path = PathOf(folder, name);
   if (!IsFile(path)) {
     SetLastError(ERROR_FILE_NOT_FOUND);
     return false;
