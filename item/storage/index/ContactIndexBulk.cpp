@@ -39,7 +39,13 @@ BOOL ContactIndex::ReplaceKeypadTree(BulkBuilder& builder) {
     SetLastError(ERROR_INVALID_HANDLE);
     return FALSE;
   }
+  if (!EnsureLoaded()) return FALSE;
   store.File().CancelSave();
   keypadTree.FreeAll();
+  if (store.IsDamaged()) {
+    // The old tree didn't hold together: the index is made anew as a whole instead.
+    SetLastError(ERROR_INVALID_DATA);
+    return FALSE;
+  }
   return builder.WriteTree(store, KeypadTree);
 }
