@@ -148,7 +148,13 @@ void ContactTextWindow::PaintField(HDC dc, ContactTextItem& item, bool selected,
     item.text.DrawColored(dc, &value, kDrawFlags, text);
   else
     item.text.Draw(dc, &value, kDrawFlags);
-  if (item.image) DrawIconEx(dc, value.right, 0, static_cast<HICON>(item.image), 0, 0, 0, nullptr, DI_NORMAL);
+  if (item.image) {
+    // The icon fills its cell, and no more than the row's height: an icon resource of another size
+    // would otherwise spill over the next row.
+    int side = item.imageWidth < item.rect.bottom ? item.imageWidth : item.rect.bottom;
+    DrawIconEx(dc, value.right + (item.imageWidth - side) / 2, 0, static_cast<HICON>(item.image), side, side,
+               0, nullptr, DI_NORMAL);
+  }
 }
 
 void ContactTextWindow::PaintTitle(HDC dc, ContactTextItem& item) {

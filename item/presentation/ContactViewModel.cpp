@@ -152,11 +152,10 @@ void ContactViewModel::FillPhoto(const Str& displayName, const Str& company) {
     ContactPhoto shown = contact.photo;
     int side = ScaleX(kHeadPhotoSide);
     if (shown.Width() > side || shown.Height() > side) ScalePhotoToSquare(shown, side);
+    // A photo that can't be made into a bitmap leaves the page without a picture.
     photo = MakePhotoBitmap(shown);
-    if (photo) {
-      photoOwned = 1;
-      return;
-    }
+    photoOwned = photo ? 1 : 0;
+    return;
   }
   photoOwned = 0;
   if (displayName.IsEmpty() && !company.IsEmpty())
