@@ -31,6 +31,8 @@ done
 if [[ -f "$bin/coredll.dll" ]]; then cp -f "$bin/coredll.dll" "$drive/windows/coredll.dll"; fi
 # So does the shell's helper library.
 if [[ -f "$bin/aygshell.dll" ]]; then cp -f "$bin/aygshell.dll" "$drive/windows/aygshell.dll"; fi
+# And the rich ink control that shows a contact's note.
+if [[ -f "$bin/richink.dll" ]]; then cp -f "$bin/richink.dll" "$drive/windows/richink.dll"; fi
 # The sound calls, the mail programs, the browser and the shell's file opener of every device.
 for program in waveapi.dll tmail.exe pmail.exe iexplore.exe fileopen.exe; do
   if [[ -f "$bin/$program" ]]; then cp -f "$bin/$program" "$drive/windows/$program"; fi
