@@ -110,11 +110,13 @@ std::wstring Decode(const std::string& data) {
   if (DecodeInk(data, out)) return out;
   const BYTE* p = reinterpret_cast<const BYTE*>(data.data());
   size_t length = data.size();
-  // Wide text: a byte-order mark, or zero high bytes in the first characters.
-  bool wide = length >= 2 && p[0] == 0xFF && p[1] == 0xFE;
+  // Wide text: a mark of two bytes (the device writes FE FF before its wide notes), or zero high bytes
+  // in the first characters.
+  bool marked = length >= 2 && ((p[0] == 0xFF && p[1] == 0xFE) || (p[0] == 0xFE && p[1] == 0xFF));
+  bool wide = marked;
   if (!wide && length >= 4 && length % 2 == 0 && p[1] == 0 && p[3] == 0 && p[0] != 0) wide = true;
   if (wide) {
-    size_t skip = (p[0] == 0xFF && p[1] == 0xFE) ? 2 : 0;
+    size_t skip = marked ? 2 : 0;
     out.assign(reinterpret_cast<const wchar_t*>(p + skip), (length - skip) / 2);
   } else if (length) {
     int count = MultiByteToWideChar(CP_ACP, 0, data.data(), static_cast<int>(length), nullptr, 0);
@@ -150,11 +152,10 @@ void UpdateLayout(HWND window, Control& control) {
   RECT client;
   GetClientRect(window, &client);
   int page = client.bottom / control.lineHeight;
-  SCROLLINFO info = {sizeof info, SIF_RANGE | SIF_PAGE | SIF_POS | SIF_DISABLENOSCROLL, 0, 0, 0, 0, 0};
-  if (control.lineCount > page && page > 0) {
-    info.nMax = control.lineCount - 1;
-    info.nPage = static_cast<UINT>(page);
-  }
+  // A text that fits has no range, and no scroll bar shows.
+  SCROLLINFO info = {
+      sizeof info, SIF_RANGE | SIF_PAGE | SIF_POS, 0, 0, static_cast<UINT>(page > 0 ? page : 1), 0, 0};
+  if (control.lineCount > page && page > 0) info.nMax = control.lineCount - 1;
   int last = info.nMax - static_cast<int>(info.nPage) + 1;
   if (control.firstLine > last) control.firstLine = last > 0 ? last : 0;
   info.nPos = control.firstLine;
@@ -224,9 +225,12 @@ LRESULT StreamIn(HWND window, Control& control, WPARAM format, EDITSTREAM* strea
   control.text = Decode(data);
   control.firstLine = 0;
   control.selected = false;
-  DeviceJournalWrite(kSource, L"stream in format 0x%lx, %lu bytes, %lu characters",
+  // The journal gets the first line of the text, so that a test can tell which note was shown.
+  std::wstring first = control.text.substr(0, control.text.find_first_of(L"\r\n"));
+  if (first.size() > 80) first.resize(80);
+  DeviceJournalWrite(kSource, L"stream in format 0x%lx, %lu bytes, %lu characters: %ls",
                      static_cast<unsigned long>(format), static_cast<unsigned long>(data.size()),
-                     static_cast<unsigned long>(control.text.size()));
+                     static_cast<unsigned long>(control.text.size()), first.c_str());
   UpdateLayout(window, control);
   return static_cast<LRESULT>(control.text.size());
 }
