@@ -81,12 +81,12 @@ void WritePngFile(const std::wstring& path, int width, int height, const picture
 }
 
 void WriteBmpFile(const std::wstring& path, int width, int height, const pictures::Colours& colours) {
-  pictures::BmpSpec spec;
-  spec.width = width;
-  spec.height = height;
-  spec.bitsPerPixel = 24;
-  spec.value = colours;
-  REQUIRE(testpaths::WriteFileBytes(path, pictures::MakeBmp(spec)));
+  pictures::BmpLayout layout;
+  layout.width = width;
+  layout.height = height;
+  layout.bitsPerPixel = 24;
+  layout.value = colours;
+  REQUIRE(testpaths::WriteFileBytes(path, pictures::MakeBmp(layout)));
 }
 
 }  // namespace phototest

@@ -76,24 +76,24 @@ int Channels(int colourType) {
 }
 
 // The scanlines of the pixels (x0 + i * dx, y0 + j * dy), each with filter byte 0.
-void AddScanlines(const PngSpec& spec, int x0, int y0, int dx, int dy, Bytes& raw) {
-  const int channels = Channels(spec.colourType);
-  for (int y = y0; y < spec.height; y += dy) {
-    if (x0 >= spec.width) return;
+void AddScanlines(const PngLayout& layout, int x0, int y0, int dx, int dy, Bytes& raw) {
+  const int channels = Channels(layout.colourType);
+  for (int y = y0; y < layout.height; y += dy) {
+    if (x0 >= layout.width) return;
     raw.push_back(0);
     uint32_t bits = 0;
     int count = 0;
-    for (int x = x0; x < spec.width; x += dx) {
+    for (int x = x0; x < layout.width; x += dx) {
       for (int c = 0; c < channels; ++c) {
-        const uint32_t sample = spec.sample(x, y, c);
-        if (spec.bitDepth == 16) {
+        const uint32_t sample = layout.sample(x, y, c);
+        if (layout.bitDepth == 16) {
           raw.push_back(static_cast<uint8_t>(sample >> 8));
           raw.push_back(static_cast<uint8_t>(sample));
-        } else if (spec.bitDepth == 8) {
+        } else if (layout.bitDepth == 8) {
           raw.push_back(static_cast<uint8_t>(sample));
         } else {
-          bits = bits << spec.bitDepth | sample;
-          count += spec.bitDepth;
+          bits = bits << layout.bitDepth | sample;
+          count += layout.bitDepth;
           if (count == 8) {
             raw.push_back(static_cast<uint8_t>(bits));
             bits = 0;
@@ -108,20 +108,20 @@ void AddScanlines(const PngSpec& spec, int x0, int y0, int dx, int dy, Bytes& ra
 
 }  // namespace
 
-Bytes MakePng(const PngSpec& spec) {
+Bytes MakePng(const PngLayout& layout) {
   Bytes png = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
   Bytes header;
-  PutBig(header, static_cast<uint32_t>(spec.width));
-  PutBig(header, static_cast<uint32_t>(spec.height));
-  header.push_back(static_cast<uint8_t>(spec.bitDepth));
-  header.push_back(static_cast<uint8_t>(spec.colourType));
+  PutBig(header, static_cast<uint32_t>(layout.width));
+  PutBig(header, static_cast<uint32_t>(layout.height));
+  header.push_back(static_cast<uint8_t>(layout.bitDepth));
+  header.push_back(static_cast<uint8_t>(layout.colourType));
   header.push_back(0);
   header.push_back(0);
-  header.push_back(spec.interlaced ? 1 : 0);
+  header.push_back(layout.interlaced ? 1 : 0);
   Chunk(png, "IHDR", header);
-  if (spec.colourType == kPalette) {
+  if (layout.colourType == kPalette) {
     Bytes palette;
-    for (uint32_t colour : spec.palette) {
+    for (uint32_t colour : layout.palette) {
       palette.push_back(static_cast<uint8_t>(colour >> 16));
       palette.push_back(static_cast<uint8_t>(colour >> 8));
       palette.push_back(static_cast<uint8_t>(colour));
@@ -129,58 +129,58 @@ Bytes MakePng(const PngSpec& spec) {
     Chunk(png, "PLTE", palette);
   }
   Bytes raw;
-  if (!spec.interlaced) {
-    AddScanlines(spec, 0, 0, 1, 1, raw);
+  if (!layout.interlaced) {
+    AddScanlines(layout, 0, 0, 1, 1, raw);
   } else {
     const int passes[7][4] = {{0, 0, 8, 8}, {4, 0, 8, 8}, {0, 4, 4, 8}, {2, 0, 4, 4},
                               {0, 2, 2, 4}, {1, 0, 2, 2}, {0, 1, 1, 2}};
-    for (const auto& pass : passes) AddScanlines(spec, pass[0], pass[1], pass[2], pass[3], raw);
+    for (const auto& pass : passes) AddScanlines(layout, pass[0], pass[1], pass[2], pass[3], raw);
   }
   Chunk(png, "IDAT", Stored(raw));
   Chunk(png, "IEND", Bytes());
   return png;
 }
 
-Bytes MakeBmp(const BmpSpec& spec) {
-  const int stride = ((spec.width * spec.bitsPerPixel + 31) / 32) * 4;
-  const bool masks = spec.bitsPerPixel == 16 && spec.bitfields565;
-  const uint32_t paletteBytes = static_cast<uint32_t>(spec.palette.size() * 4) + (masks ? 12 : 0);
+Bytes MakeBmp(const BmpLayout& layout) {
+  const int stride = ((layout.width * layout.bitsPerPixel + 31) / 32) * 4;
+  const bool masks = layout.bitsPerPixel == 16 && layout.bitfields565;
+  const uint32_t paletteBytes = static_cast<uint32_t>(layout.palette.size() * 4) + (masks ? 12 : 0);
   const uint32_t offset = 14 + 40 + paletteBytes;
   Bytes bmp;
   bmp.push_back('B');
   bmp.push_back('M');
-  PutLittle(bmp, offset + static_cast<uint32_t>(stride * spec.height), 4);
+  PutLittle(bmp, offset + static_cast<uint32_t>(stride * layout.height), 4);
   PutLittle(bmp, 0, 4);
   PutLittle(bmp, offset, 4);
   PutLittle(bmp, 40, 4);
-  PutLittle(bmp, static_cast<uint32_t>(spec.width), 4);
-  PutLittle(bmp, static_cast<uint32_t>(spec.topDown ? -spec.height : spec.height), 4);
+  PutLittle(bmp, static_cast<uint32_t>(layout.width), 4);
+  PutLittle(bmp, static_cast<uint32_t>(layout.topDown ? -layout.height : layout.height), 4);
   PutLittle(bmp, 1, 2);
-  PutLittle(bmp, static_cast<uint32_t>(spec.bitsPerPixel), 2);
+  PutLittle(bmp, static_cast<uint32_t>(layout.bitsPerPixel), 2);
   PutLittle(bmp, masks ? BI_BITFIELDS : BI_RGB, 4);
-  PutLittle(bmp, static_cast<uint32_t>(stride * spec.height), 4);
+  PutLittle(bmp, static_cast<uint32_t>(stride * layout.height), 4);
   PutLittle(bmp, 2835, 4);
   PutLittle(bmp, 2835, 4);
-  PutLittle(bmp, static_cast<uint32_t>(spec.palette.size()), 4);
+  PutLittle(bmp, static_cast<uint32_t>(layout.palette.size()), 4);
   PutLittle(bmp, 0, 4);
   if (masks) {
     PutLittle(bmp, 0xF800, 4);
     PutLittle(bmp, 0x07E0, 4);
     PutLittle(bmp, 0x001F, 4);
   }
-  for (uint32_t colour : spec.palette) PutLittle(bmp, colour, 4);
-  for (int row = 0; row < spec.height; ++row) {
-    const int y = spec.topDown ? row : spec.height - 1 - row;
+  for (uint32_t colour : layout.palette) PutLittle(bmp, colour, 4);
+  for (int row = 0; row < layout.height; ++row) {
+    const int y = layout.topDown ? row : layout.height - 1 - row;
     Bytes line;
     uint32_t bits = 0;
     int count = 0;
-    for (int x = 0; x < spec.width; ++x) {
-      const uint32_t value = spec.value(x, y);
-      if (spec.bitsPerPixel >= 16) {
-        PutLittle(line, value, spec.bitsPerPixel / 8);
+    for (int x = 0; x < layout.width; ++x) {
+      const uint32_t value = layout.value(x, y);
+      if (layout.bitsPerPixel >= 16) {
+        PutLittle(line, value, layout.bitsPerPixel / 8);
       } else {
-        bits = bits << spec.bitsPerPixel | value;
-        count += spec.bitsPerPixel;
+        bits = bits << layout.bitsPerPixel | value;
+        count += layout.bitsPerPixel;
         if (count == 8) {
           line.push_back(static_cast<uint8_t>(bits));
           bits = 0;

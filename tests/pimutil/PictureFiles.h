@@ -18,7 +18,7 @@ typedef std::function<uint32_t(int x, int y)> Colours;
 // PNG colour types.
 const int kGray = 0, kRgb = 2, kPalette = 3, kGrayAlpha = 4, kRgba = 6;
 
-struct PngSpec {
+struct PngLayout {
   int width = 1;
   int height = 1;
   int bitDepth = 8;
@@ -28,9 +28,9 @@ struct PngSpec {
   std::function<uint32_t(int x, int y, int channel)> sample;
   std::vector<uint32_t> palette;  // 0x00RRGGBB each
 };
-Bytes MakePng(const PngSpec& spec);
+Bytes MakePng(const PngLayout& layout);
 
-struct BmpSpec {
+struct BmpLayout {
   int width = 1;
   int height = 1;
   int bitsPerPixel = 24;  // 1, 4, 8, 16, 24, 32
@@ -40,7 +40,7 @@ struct BmpSpec {
   std::function<uint32_t(int x, int y)> value;
   std::vector<uint32_t> palette;  // 0x00RRGGBB each
 };
-Bytes MakeBmp(const BmpSpec& spec);
+Bytes MakeBmp(const BmpLayout& layout);
 
 // A 24-bit bitmap with these colours; the caller deletes it.
 HBITMAP MakeBitmap(int width, int height, const Colours& colours);

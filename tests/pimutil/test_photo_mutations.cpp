@@ -24,7 +24,7 @@ std::vector<mutation::Bytes> PngCorpus() {
     corpus.push_back(testpaths::ReadFileBytes(path));
   }
   // The test's own encodings: a palette and an interlaced grey picture.
-  pictures::PngSpec palette;
+  pictures::PngLayout palette;
   palette.width = 9;
   palette.height = 4;
   palette.bitDepth = 4;
@@ -32,7 +32,7 @@ std::vector<mutation::Bytes> PngCorpus() {
   for (uint32_t i = 0; i < 16; ++i) palette.palette.push_back(i * 0x0F0F0Fu);
   palette.sample = [](int x, int y, int) { return static_cast<uint32_t>((x + y) % 16); };
   corpus.push_back(pictures::MakePng(palette));
-  pictures::PngSpec grey;
+  pictures::PngLayout grey;
   grey.width = 11;
   grey.height = 9;
   grey.bitDepth = 8;
@@ -47,17 +47,17 @@ std::vector<mutation::Bytes> PngCorpus() {
 std::vector<mutation::Bytes> BmpCorpus() {
   std::vector<mutation::Bytes> corpus;
   for (int bits : {1, 4, 8, 16, 24, 32}) {
-    pictures::BmpSpec spec;
-    spec.width = 7;
-    spec.height = 5;
-    spec.bitsPerPixel = bits;
-    spec.topDown = bits == 16;
+    pictures::BmpLayout layout;
+    layout.width = 7;
+    layout.height = 5;
+    layout.bitsPerPixel = bits;
+    layout.topDown = bits == 16;
     if (bits <= 8)
-      for (int i = 0; i < (1 << bits); ++i) spec.palette.push_back(static_cast<uint32_t>(i * 0x010203));
-    spec.value = [bits](int x, int y) {
+      for (int i = 0; i < (1 << bits); ++i) layout.palette.push_back(static_cast<uint32_t>(i * 0x010203));
+    layout.value = [bits](int x, int y) {
       return static_cast<uint32_t>(bits <= 8 ? (x + y) % (1 << bits) : (x * 0x1234 + y * 0x77) & 0xFFFFFF);
     };
-    corpus.push_back(pictures::MakeBmp(spec));
+    corpus.push_back(pictures::MakeBmp(layout));
   }
   return corpus;
 }

@@ -66,17 +66,17 @@ TEST_CASE("PNG files of every colour type and bit depth, plain and interlaced, r
       for (int depth : {1, 2, 4, 8, 16}) {
         CAPTURE(depth);
         const uint32_t levels = depth == 16 ? 256 : 1u << depth;
-        PngSpec spec;
-        spec.width = width;
-        spec.height = height;
-        spec.bitDepth = depth;
-        spec.colourType = kGray;
-        spec.interlaced = interlaced;
-        spec.sample = [&](int x, int y, int) {
+        PngLayout layout;
+        layout.width = width;
+        layout.height = height;
+        layout.bitDepth = depth;
+        layout.colourType = kGray;
+        layout.interlaced = interlaced;
+        layout.sample = [&](int x, int y, int) {
           uint32_t v = Level(x, y, static_cast<int>(levels));
           return depth == 16 ? v * 257 : v;
         };
-        REQUIRE(testpaths::WriteFileBytes(path, MakePng(spec)));
+        REQUIRE(testpaths::WriteFileBytes(path, MakePng(layout)));
         CheckDecodes(path, true, width, height, [&](int x, int y) {
           uint32_t v = Level(x, y, static_cast<int>(levels));
           return Grey(depth == 16 ? v : v * 255 / (levels - 1));
@@ -86,19 +86,19 @@ TEST_CASE("PNG files of every colour type and bit depth, plain and interlaced, r
       for (int depth : {1, 2, 4, 8}) {
         CAPTURE(depth);
         const int entries = 1 << depth;
-        PngSpec spec;
-        spec.width = width;
-        spec.height = height;
-        spec.bitDepth = depth;
-        spec.colourType = kPalette;
-        spec.interlaced = interlaced;
+        PngLayout layout;
+        layout.width = width;
+        layout.height = height;
+        layout.bitDepth = depth;
+        layout.colourType = kPalette;
+        layout.interlaced = interlaced;
         for (int i = 0; i < entries; ++i)
-          spec.palette.push_back(
+          layout.palette.push_back(
               static_cast<uint32_t>((i * 97 % 256) << 16 | (255 - i) << 8 | (i * 31 % 256)));
-        spec.sample = [&](int x, int y, int) { return Level(x, y, entries); };
-        REQUIRE(testpaths::WriteFileBytes(path, MakePng(spec)));
+        layout.sample = [&](int x, int y, int) { return Level(x, y, entries); };
+        REQUIRE(testpaths::WriteFileBytes(path, MakePng(layout)));
         CheckDecodes(path, true, width, height,
-                     [&](int x, int y) { return spec.palette[Level(x, y, entries)]; });
+                     [&](int x, int y) { return layout.palette[Level(x, y, entries)]; });
       }
       // Colour of 8 and 16 bits, with and without alpha; grey with alpha. The alpha is left out.
       struct Kind {
@@ -107,22 +107,22 @@ TEST_CASE("PNG files of every colour type and bit depth, plain and interlaced, r
       for (const Kind& kind : kinds) {
         CAPTURE(kind.colourType);
         CAPTURE(kind.depth);
-        PngSpec spec;
-        spec.width = width;
-        spec.height = height;
-        spec.bitDepth = kind.depth;
-        spec.colourType = kind.colourType;
-        spec.interlaced = interlaced;
+        PngLayout layout;
+        layout.width = width;
+        layout.height = height;
+        layout.bitDepth = kind.depth;
+        layout.colourType = kind.colourType;
+        layout.interlaced = interlaced;
         auto channel = [](int x, int y, int c) -> uint32_t {
           return c == 3 || (c == 1 && false) ? 255 : static_cast<uint32_t>((x * 40 + y * 90 + c * 70) % 256);
         };
-        spec.sample = [&](int x, int y, int c) {
+        layout.sample = [&](int x, int y, int c) {
           uint32_t v = channel(x, y, c);
           if (kind.colourType == kGrayAlpha && c == 1) v = 255;  // opaque
           if (kind.colourType == kRgba && c == 3) v = 255;
           return kind.depth == 16 ? v * 257 : v;
         };
-        REQUIRE(testpaths::WriteFileBytes(path, MakePng(spec)));
+        REQUIRE(testpaths::WriteFileBytes(path, MakePng(layout)));
         CheckDecodes(path, true, width, height, [&](int x, int y) {
           if (kind.colourType == kGrayAlpha) return Grey(channel(x, y, 0));
           return channel(x, y, 0) << 16 | channel(x, y, 1) << 8 | channel(x, y, 2);
@@ -144,35 +144,35 @@ TEST_CASE("BMP files of 1, 4, 8, 16, 24 and 32 bits, bottom-up and top-down, rea
       for (int depth : {1, 4, 8}) {
         CAPTURE(depth);
         const int entries = 1 << depth;
-        BmpSpec spec;
-        spec.width = width;
-        spec.height = height;
-        spec.bitsPerPixel = depth;
-        spec.topDown = topDown;
+        BmpLayout layout;
+        layout.width = width;
+        layout.height = height;
+        layout.bitsPerPixel = depth;
+        layout.topDown = topDown;
         for (int i = 0; i < entries; ++i)
-          spec.palette.push_back(
+          layout.palette.push_back(
               static_cast<uint32_t>((i * 53 % 256) << 16 | (i * 11 % 256) << 8 | (255 - i)));
-        spec.value = [&](int x, int y) { return Level(x, y, entries); };
-        REQUIRE(testpaths::WriteFileBytes(path, MakeBmp(spec)));
+        layout.value = [&](int x, int y) { return Level(x, y, entries); };
+        REQUIRE(testpaths::WriteFileBytes(path, MakeBmp(layout)));
         CheckDecodes(path, false, width, height,
-                     [&](int x, int y) { return spec.palette[Level(x, y, entries)]; });
+                     [&](int x, int y) { return layout.palette[Level(x, y, entries)]; });
       }
       // 16 bits: 5-5-5, and 5-6-5 by bit fields; each channel widened by repeating its top bits.
       for (bool wide : {false, true}) {
         CAPTURE(wide);
-        BmpSpec spec;
-        spec.width = width;
-        spec.height = height;
-        spec.bitsPerPixel = 16;
-        spec.topDown = topDown;
-        spec.bitfields565 = wide;
+        BmpLayout layout;
+        layout.width = width;
+        layout.height = height;
+        layout.bitsPerPixel = 16;
+        layout.topDown = topDown;
+        layout.bitfields565 = wide;
         auto r = [](int x, int y) { return static_cast<uint32_t>((x * 3 + y) % 32); };
         auto g = [&](int x, int y) { return static_cast<uint32_t>((x + y * 5) % (wide ? 64 : 32)); };
         auto b = [](int x, int y) { return static_cast<uint32_t>((x * 7 + y * 2) % 32); };
-        spec.value = [&](int x, int y) {
+        layout.value = [&](int x, int y) {
           return wide ? r(x, y) << 11 | g(x, y) << 5 | b(x, y) : r(x, y) << 10 | g(x, y) << 5 | b(x, y);
         };
-        REQUIRE(testpaths::WriteFileBytes(path, MakeBmp(spec)));
+        REQUIRE(testpaths::WriteFileBytes(path, MakeBmp(layout)));
         CheckDecodes(path, false, width, height, [&](int x, int y) {
           const uint32_t r8 = r(x, y) << 3 | r(x, y) >> 2;
           const uint32_t g8 = wide ? g(x, y) << 2 | g(x, y) >> 4 : g(x, y) << 3 | g(x, y) >> 2;
@@ -182,18 +182,18 @@ TEST_CASE("BMP files of 1, 4, 8, 16, 24 and 32 bits, bottom-up and top-down, rea
       }
       for (int depth : {24, 32}) {
         CAPTURE(depth);
-        BmpSpec spec;
-        spec.width = width;
-        spec.height = height;
-        spec.bitsPerPixel = depth;
-        spec.topDown = topDown;
+        BmpLayout layout;
+        layout.width = width;
+        layout.height = height;
+        layout.bitsPerPixel = depth;
+        layout.topDown = topDown;
         auto colour = [](int x, int y) {
           return static_cast<uint32_t>(((x * 37) & 0xFF) << 16 | ((y * 53) & 0xFF) << 8 |
                                        ((x + y) * 11 & 0xFF));
         };
         // The fourth byte of a 32-bit pixel is no colour.
-        spec.value = [&](int x, int y) { return colour(x, y) | (depth == 32 ? 0x5A000000u : 0); };
-        REQUIRE(testpaths::WriteFileBytes(path, MakeBmp(spec)));
+        layout.value = [&](int x, int y) { return colour(x, y) | (depth == 32 ? 0x5A000000u : 0); };
+        REQUIRE(testpaths::WriteFileBytes(path, MakeBmp(layout)));
         CheckDecodes(path, false, width, height, colour);
       }
     }
@@ -220,13 +220,13 @@ TEST_CASE("a picture of more pixels than a device takes is refused; one just bel
   // 8000 x 2100 pixels, 16.8 million: more than 4096 x 4096; 8000 x 2000 is less.
   for (int height : {2100, 2000}) {
     CAPTURE(height);
-    PngSpec spec;
-    spec.width = 8000;
-    spec.height = height;
-    spec.bitDepth = 1;
-    spec.colourType = kGray;
-    spec.sample = [](int x, int, int) { return static_cast<uint32_t>(x & 1); };
-    REQUIRE(testpaths::WriteFileBytes(path, MakePng(spec)));
+    PngLayout layout;
+    layout.width = 8000;
+    layout.height = height;
+    layout.bitDepth = 1;
+    layout.colourType = kGray;
+    layout.sample = [](int x, int, int) { return static_cast<uint32_t>(x & 1); };
+    REQUIRE(testpaths::WriteFileBytes(path, MakePng(layout)));
     SetLastError(0);
     int width = 0, h = 0;
     HBITMAP bitmap = Util_LoadPNG(path.c_str(), &width, &h);
