@@ -2,10 +2,10 @@
 // asks for its height and shows it; a start that dies half way takes the item off the screen.
 #include <doctest/doctest.h>
 #include <windows.h>
-#include <wincodec.h>
 #include <fstream>
 #include <string>
 #include <vector>
+#include "Screenshot.h"
 #include "TestPaths.h"
 #include "TestRegistry.h"
 
@@ -71,41 +71,8 @@ int RunHost(const std::wstring& script, const std::vector<std::pair<std::wstring
   return RunAndWait(BinDir() + L"TodayHost.exe", L"/script \"" + script + L"\" /exit", kHostTimeoutMs, env);
 }
 
-struct Image {
-  UINT width = 0, height = 0;
-  std::vector<BYTE> bgra;
-  COLORREF At(UINT x, UINT y) const {
-    const BYTE* p = &bgra[(y * width + x) * 4];
-    return RGB(p[2], p[1], p[0]);
-  }
-};
-
-bool LoadPng(const std::wstring& path, Image* image) {
-  CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-  IWICImagingFactory* factory = nullptr;
-  if (FAILED(
-          CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&factory))))
-    return false;
-  bool ok = false;
-  IWICBitmapDecoder* decoder = nullptr;
-  IWICBitmapFrameDecode* frame = nullptr;
-  IWICFormatConverter* converter = nullptr;
-  if (SUCCEEDED(factory->CreateDecoderFromFilename(path.c_str(), nullptr, GENERIC_READ,
-                                                   WICDecodeMetadataCacheOnDemand, &decoder)) &&
-      SUCCEEDED(decoder->GetFrame(0, &frame)) && SUCCEEDED(factory->CreateFormatConverter(&converter)) &&
-      SUCCEEDED(converter->Initialize(frame, GUID_WICPixelFormat32bppBGRA, WICBitmapDitherTypeNone, nullptr,
-                                      0, WICBitmapPaletteTypeCustom)) &&
-      SUCCEEDED(converter->GetSize(&image->width, &image->height))) {
-    image->bgra.resize(image->width * image->height * 4);
-    ok = SUCCEEDED(converter->CopyPixels(nullptr, image->width * 4, static_cast<UINT>(image->bgra.size()),
-                                         image->bgra.data()));
-  }
-  if (converter) converter->Release();
-  if (frame) frame->Release();
-  if (decoder) decoder->Release();
-  factory->Release();
-  return ok;
-}
+using screenshot::Image;
+using screenshot::LoadPng;
 
 // The rows of the strip: the longest run of rows of which a third or more of the pixels are of the
 // strip's bluish gradient (the cells' letters and frames take the rest).
