@@ -168,7 +168,10 @@ device_stop() {
   WINEPREFIX="$PAGEMARK_BUILD_DIR/wineprefix" wineserver -k 2>/dev/null || true
   if [[ -f "$state" ]]; then
     read -r n pid < "$state" || true
-    [[ -n "${pid:-}" ]] && kill "$pid" 2>/dev/null || true
+    # The number may belong to another program by now: only an Xvfb is ended.
+    if [[ -n "${pid:-}" && "$(cat "/proc/$pid/comm" 2>/dev/null)" == Xvfb ]]; then
+      kill "$pid" 2>/dev/null || true
+    fi
     rm -f "$state"
   fi
 }
