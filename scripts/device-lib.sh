@@ -81,7 +81,11 @@ device_template_source() {
   echo "$PAGEMARK_PROFILE"
   md5sum "$DEVICE_SCRIPTS/device-profile.sh" | cut -d' ' -f1
   for f in PagemarkToday.dll ZovrixPimUtil.dll coredll.dll aygshell.dll sms.dll ceadmin.exe phone.dll richink.dll \
-           waveapi.dll cprog.exe tmail.exe pmail.exe iexplore.exe fileopen.exe ZovrixPimServ.dll; do
+           waveapi.dll cprog.exe tmail.exe pmail.exe iexplore.exe fileopen.exe ZovrixPimServ.dll \
+           Pagemark.exe; do
+    [[ -f "$bin/$f" ]] && md5sum "$bin/$f" | cut -d' ' -f1 || echo "no $f"
+  done
+  for f in pimstore.dll calendar.exe; do
     [[ -f "$bin/$f" ]] && md5sum "$bin/$f" | cut -d' ' -f1 || echo "no $f"
   done
 }

@@ -37,8 +37,15 @@ if [[ -f "$bin/richink.dll" ]]; then cp -f "$bin/richink.dll" "$drive/windows/ri
 for program in waveapi.dll tmail.exe pmail.exe iexplore.exe fileopen.exe; do
   if [[ -f "$bin/$program" ]]; then cp -f "$bin/$program" "$drive/windows/$program"; fi
 done
+# The stand-in of the product's main program, in the product's folder (where ProgramPath points).
+if [[ -f "$bin/Pagemark.exe" ]]; then cp -f "$bin/Pagemark.exe" "$install_dir/Pagemark.exe"; fi
 # The product's device service, which the service manager of coredll.dll hosts once it is registered.
 if [[ -f "$bin/ZovrixPimServ.dll" ]]; then cp -f "$bin/ZovrixPimServ.dll" "$drive/windows/ZovrixPimServ.dll"; fi
+# The contacts object model (a COM server, registered below) and the calendar program it shows
+# appointments in.
+for program in pimstore.dll calendar.exe; do
+  if [[ -f "$bin/$program" ]]; then cp -f "$bin/$program" "$drive/windows/$program"; fi
+done
 if [[ "$profile" == *phone ]]; then
   [[ -f "$bin/sms.dll" ]] && cp -f "$bin/sms.dll" "$drive/windows/sms.dll" || : > "$drive/windows/sms.dll"
   # A phone's own library and program.
@@ -145,6 +152,10 @@ $(for ext in txt pdf doc docx xls xlsx jpg jpeg png gif bmp mp3 wav wma htm html
 "Icon"="\\\\Windows\\\\camera.exe, 0"
 
 [-HKEY_LOCAL_MACHINE\\Services\\ZovrixPim]
+
+[HKEY_CLASSES_ROOT\\CLSID\\{05058F23-20BE-11D2-8F18-0000F87A4335}\\InprocServer32]
+@="C:\\\\windows\\\\pimstore.dll"
+"ThreadingModel"="Both"
 REG
 wine regedit /S "$(winepath -w "$reg")" >/dev/null 2>&1
 rm -f "$reg"
