@@ -12,6 +12,12 @@
 #include <sipapi.h>
 
 #ifdef __cplusplus
+struct IUnknown;
+#else
+typedef struct IUnknown IUnknown;
+#endif
+
+#ifdef __cplusplus
 extern "C" {
 #endif
 
@@ -208,6 +214,21 @@ AYGSHELLAPI LRESULT SHNotificationAdd(LPSHNOTIFICATIONDATA pndAdd);
 /* Takes down the notification of this class and id. Returns ERROR_SUCCESS, or ERROR_NOT_FOUND when
    there is none. */
 AYGSHELLAPI LRESULT SHNotificationRemove(const CLSID* pclsid, DWORD dwID);
+
+/* ---- context menu extensions ---- */
+
+/* Loads the context menu extensions registered for a context and class under
+   HKLM\Software\Microsoft\Shell\Extensions\ContextMenus\<context>\<class>\<CLSID>: each is created
+   through COM, initialised (IShellExtInit) with the data object that punkOwner answers for
+   IID_IDataObject, and adds its commands to hmenu with ids from idCmdFirst to idCmdLast
+   (IContextMenu::QueryContextMenu). TRUE with a handle when any extension was loaded. */
+AYGSHELLAPI BOOL SHLoadContextMenuExtensions(IUnknown* punkOwner, LPCWSTR pszContext, LPCWSTR pszClass,
+                                             HMENU hmenu, UINT idCmdFirst, UINT idCmdLast,
+                                             HANDLE* phCMExtensions);
+/* Runs the command idCmd, one of those the extensions of the handle added (IContextMenu::InvokeCommand). */
+AYGSHELLAPI BOOL SHInvokeContextMenuCommand(HWND hwndOwner, UINT idCmd, HANDLE hCMExtensions);
+/* Releases the extensions of the handle. */
+AYGSHELLAPI BOOL SHFreeContextMenuExtensions(HANDLE hCMExtensions);
 
 #ifdef __cplusplus
 }

@@ -14,11 +14,7 @@ DialPlugin* current = nullptr;
 
 DialPlugin::~DialPlugin() {}
 
-int DialPlugin::GetCommand() {
-  // LATER(plug-ins): the add-ins' list can't tell yet which of them is "btdialer.dll", so no dialer is
-  // found; gives -1.
-  return -1;
-}
+int DialPlugin::GetCommand() { return GetPluginManager()->DialPluginCommand(); }
 
 BOOL DialPlugin::Run(const Array<CEOID>& ids) {
   const int command = GetCommand();

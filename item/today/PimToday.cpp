@@ -97,7 +97,7 @@ HWND CPimToday::Init(HWND parent, HINSTANCE hinstDLL) {
   StartupProbe(11);
 
   // 12.
-  GetPluginManager()->Load(kFirstPluginCommand);
+  GetPluginManager()->Init(kFirstPluginCommand);
   StartupProbe(12);
 
   // 13.

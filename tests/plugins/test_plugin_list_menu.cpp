@@ -1,0 +1,168 @@
+// The add-ins' and the extensions' commands in the contact list's long-press menu, on a real list
+// window over a data source whose contacts the test puts in its cache, with the sample add-in and the
+// sample context menu extension registered in the test's device.
+#include <doctest/doctest.h>
+#include <windows.h>
+
+#include <string>
+#include <vector>
+
+#include "ArrayVectors.h"
+#include "DoctestVectors.h"
+#include "MessagePump.h"
+#include "PluginTestSupport.h"
+#include "TestPaths.h"
+#include "lists/ContactList.h"
+#include "manager/datasource/ContactDataSource.h"
+#include "plugins/PluginManager.h"
+#include "presentation/Skin.h"
+#include "presentation/UserFonts.h"
+#include "storage/contact/Contact.h"
+
+using namespace plugintest;
+
+namespace {
+
+const UINT kFirst = 41222;
+
+class TestSource : public ContactDataSource {
+ public:
+  CEOID Put(const wchar_t* first, const wchar_t* last, CEOID id) {
+    Contact* contact = new Contact;
+    contact->text[ContactField::FirstName] = first;
+    contact->text[ContactField::LastName] = last;
+    contact->oid = id;
+    CacheContact(contact);
+    return id;
+  }
+  void Show(const std::vector<CEOID>& ids) {
+    SetSingleGroup(ArrayOf(ids));
+    sortKind = SortKindName;
+  }
+};
+
+// The list with its long-press menu read instead of tracked, and answered with `answer`.
+class TestList : public ContactList {
+ public:
+  TestList() : ContactList(GetModuleHandleW(nullptr)) {}
+  std::vector<std::string> menu;
+  UINT answer = 0;
+
+ protected:
+  UINT TrackLongPressMenu(HMENU popup, POINT) override {
+    menu = MenuLines(popup);
+    return answer;
+  }
+};
+
+struct ListFixture {
+  HWND parent = nullptr;
+  TestSource source;
+  TestList list;
+
+  ListFixture() {
+    static bool started = false;
+    if (!started) {
+      Skin::Start(GetModuleHandleW(nullptr));
+      CreateAllFonts();
+      started = true;
+    }
+    parent = CreateWindowExW(WS_EX_TOPMOST, L"STATIC", L"contacts", WS_POPUP | WS_VISIBLE, 0, 0,
+                             GetSystemMetrics(SM_CXSCREEN), ScaleY(200), nullptr, nullptr, nullptr, nullptr);
+    REQUIRE(parent != nullptr);
+    REQUIRE(list.Create(parent, WS_CHILD | WS_VSCROLL));
+    list.Control().SetNoGesture(TRUE);
+    MoveWindow(list.ContactWindow(), 0, 0, GetSystemMetrics(SM_CXSCREEN), ScaleY(200), FALSE);
+    ShowWindow(list.ContactWindow(), SW_SHOW);
+    source.Put(L"Ada", L"Byrne", 12);
+    source.Put(L"Cyril", L"Dunn", 34);
+    source.Put(L"Edith", L"Frost", 56);
+    source.Show({12, 34, 56});
+    list.SetSource(&source);
+    Pump();
+  }
+  ~ListFixture() {
+    list.SetSource(nullptr);
+    DestroyWindow(parent);
+    GetPluginManager()->Extensions().Free();
+    Pump();
+  }
+
+  POINT RowPoint(int row) {
+    const RECT rect = list.Control().RowRect(row);
+    return POINT{(rect.left + rect.right) / 2, (rect.top + rect.bottom) / 2};
+  }
+  // Marks the rows from `from` to `to` by a drag, as the stylus does.
+  void Drag(int from, int to) {
+    POINT a = RowPoint(from), b = RowPoint(to);
+    HWND window = list.ContactWindow();
+    PostMessageW(window, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(a.x, a.y));
+    PostMessageW(window, WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(b.x, b.y));
+    PostMessageW(window, WM_LBUTTONUP, 0, MAKELPARAM(b.x, b.y));
+    Pump();
+  }
+  void LongPress(int row) {
+    POINT point = RowPoint(row);
+    list.OnLongPress(point.x, point.y);
+  }
+};
+
+// The last line of a menu.
+std::string Last(const std::vector<std::string>& lines) { return lines.empty() ? "" : lines.back(); }
+
+}  // namespace
+
+TEST_CASE(
+    "the sample add-in's and the extension's commands stand under \"Outlook Plugin\" in the long-press "
+    "menu") {
+  ClearAll();
+  AddAddIn(L"Sample", SampleAddInPath(), L"Sample add-in");
+  AddSampleExtension();
+  GetPluginManager()->Init(kFirst);
+  ListFixture f;
+  f.list.Control().SetCaret(1);
+  Pump();
+  testpaths::ClearDeviceJournal();
+  f.LongPress(1);
+  REQUIRE(f.list.menu.size() >= 3);
+  CHECK(f.list.menu[f.list.menu.size() - 2] == "-");
+  CHECK(Last(f.list.menu) == "Outlook Plugin {Sample add-in #41222; Sample extension command #41223}");
+  // The extension read the one contact of the row.
+  CHECK(JournalEvents("sampleext").front() == "Initialize: 1 contact(s), ids 34");
+}
+
+TEST_CASE("with two rows marked the menu holds \"Beam...\" and the commands, for both contacts") {
+  ClearAll();
+  AddAddIn(L"Sample", SampleAddInPath(), L"Sample add-in");
+  AddSampleExtension();
+  GetPluginManager()->Init(kFirst);
+  ListFixture f;
+  f.Drag(0, 1);
+  REQUIRE(f.list.Control().MarkedCount() == 2);
+  testpaths::ClearDeviceJournal();
+  // The extension's command is picked: the shell runs it for both contacts.
+  f.list.answer = kFirst + 1;
+  f.LongPress(0);
+  CHECK(f.list.menu ==
+        std::vector<std::string>{"Beam... #101", "-",
+                                 "Outlook Plugin {Sample add-in #41222; Sample extension command #41223}"});
+  CHECK(JournalEvents("sampleext") == std::vector<std::string>{"Initialize: 2 contact(s), ids 12 34",
+                                                               "QueryContextMenu: command 41223 at 1",
+                                                               "InvokeCommand: ids 12 34"});
+}
+
+TEST_CASE("with neither add-ins nor extensions the long-press menu gains nothing") {
+  ClearAll();
+  GetPluginManager()->Init(kFirst);
+  ListFixture f;
+  f.Drag(0, 1);
+  REQUIRE(f.list.Control().MarkedCount() == 2);
+  f.LongPress(0);
+  CHECK(f.list.menu == std::vector<std::string>{"Beam... #101"});
+  f.list.Control().SetCaret(2);
+  Pump();
+  f.LongPress(2);
+  REQUIRE_FALSE(f.list.menu.empty());
+  CHECK(Last(f.list.menu).find("Outlook Plugin") == std::string::npos);
+  CHECK(Last(f.list.menu) == "Make Appointment... #41211");
+}
