@@ -6,14 +6,18 @@
 #include <sstream>
 #include <string>
 #include <vector>
+#include <wincodec.h>
 #include "Generator.h"
 #include "HelperProcess.h"
 #include "MessagePump.h"
+#include "PictureBytes.h"
 #include "SharedLog.h"
 #include "ToolPeerProtocol.h"
 #include "TestPaths.h"
 #include "ToolRun.h"
+#include "foundation/DataFolder.h"
 #include "storage/contact/ContactNames.h"
+#include "storage/contact/ImageLibrary.h"
 
 using namespace tooltest;
 
@@ -343,4 +347,150 @@ TEST_CASE("pimtool beside the item: a rebuild stops the item's use of the index 
   CHECK(std::count(after.begin(), after.end(), "item SlaveStop") >= 1);
   CHECK(std::count(after.begin(), after.end(), "item ChangeToMaster") == 1);
   CHECK(item.Command(toolpeer::CmdCount) == 40);
+}
+
+namespace {
+
+std::wstring Wide(const std::string& text) { return std::wstring(text.begin(), text.end()); }
+
+std::wstring DataFile(const std::string& name) {
+  return std::wstring(static_cast<const wchar_t*>(GetDataFolder())) + L"\\" + Wide(name);
+}
+
+// The id of the contact whose line of `pimtool list` holds `name`; empty when none does.
+std::string IdOf(const std::string& name) {
+  for (const std::string& line : Lines(Tool(L"pimtool.exe", L"list").out))
+    if (line.size() > 10 && line.find(name, 10) != std::string::npos) return line.substr(0, 8);
+  return std::string();
+}
+
+// What dump prints after "Photo: " for the contact, or empty.
+std::string PhotoLine(const std::string& id) {
+  const std::string out = Tool(L"pimtool.exe", L"dump " + Wide(id)).out;
+  const size_t at = out.find("\nPhoto: ");
+  if (at == std::string::npos) return std::string();
+  return out.substr(at + 8, out.find('\n', at + 1) - at - 8);
+}
+
+// A photo file of the data folder, read by the item's image library.
+struct PhotoFile {
+  int width = 0;
+  int height = 0;
+  std::vector<COLORREF> pixels;  // top-down
+  COLORREF At(int x, int y) const { return pixels[static_cast<size_t>(y) * width + x]; }
+};
+
+bool ReadPhotoFile(const std::string& name, PhotoFile& file) {
+  HBITMAP bitmap = ImageLoadPng(DataFile(name).c_str(), &file.width, &file.height);
+  if (!bitmap) return false;
+  DIBSECTION section = {};
+  GetObjectW(bitmap, sizeof section, &section);
+  const BYTE* bits = static_cast<const BYTE*>(section.dsBm.bmBits);
+  const bool topDown = section.dsBmih.biHeight < 0;
+  for (int y = 0; y < file.height; ++y) {
+    const BYTE* row =
+        bits + static_cast<size_t>(topDown ? y : file.height - 1 - y) * section.dsBm.bmWidthBytes;
+    for (int x = 0; x < file.width; ++x)
+      file.pixels.push_back(RGB(row[x * 3 + 2], row[x * 3 + 1], row[x * 3]));
+  }
+  DeleteObject(bitmap);
+  return true;
+}
+
+bool Near(COLORREF a, COLORREF b, int tolerance) {
+  return abs(GetRValue(a) - GetRValue(b)) <= tolerance && abs(GetGValue(a) - GetGValue(b)) <= tolerance &&
+         abs(GetBValue(a) - GetBValue(b)) <= tolerance;
+}
+
+}  // namespace
+
+TEST_CASE(
+    "import stores embedded photos as the contacts' photo files, named in their Notes; a damaged one alone "
+    "is refused") {
+  using namespace picturebytes;
+  FreshStore();
+  // Files of earlier runs would make the names unique with a counter.
+  for (const char* name : {"Greta_Hollis.png", "Walter_Wide.png", "Bea_Bitmap.png", "Dan_Damaged.png"})
+    DeleteFileW(DataFile(name).c_str());
+  const std::string png = Encode(GUID_ContainerFormatPng, 40, 30,
+                                 [](int x, int) { return x < 20 ? RGB(200, 40, 40) : RGB(40, 40, 200); });
+  const std::string jpeg =
+      Encode(GUID_ContainerFormatJpeg, 960, 640, [](int, int) { return RGB(40, 160, 60); });
+  const std::string bmp = Encode(GUID_ContainerFormatBmp, 16, 16, [](int, int) { return RGB(250, 200, 0); });
+  REQUIRE_FALSE(png.empty());
+  REQUIRE_FALSE(jpeg.empty());
+  REQUIRE_FALSE(bmp.empty());
+  // A JPEG's signature in front of what no decoder reads.
+  const std::string damaged = std::string("\xFF\xD8\xFF\xE0", 4) + std::string(300, 'x');
+
+  std::string file;
+  auto nextLine = [&file]() {
+    int lines = 1;
+    for (size_t at = 0; (at = file.find("\r\n", at)) != std::string::npos; at += 2) ++lines;
+    return lines;
+  };
+  file += "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Hollis;Greta\r\nTEL;TYPE=CELL:+44 7700 900123\r\n";
+  file += "PHOTO;ENCODING=b;TYPE=PNG:" + Folded(Base64(png), 74, " ");
+  file += "NOTE:Prefers calls after ten.\r\nEND:VCARD\r\n";
+  file += "BEGIN:VCARD\r\nVERSION:2.1\r\nN:Wide;Walter\r\nPHOTO;ENCODING=BASE64;TYPE=JPEG:\r\n" +
+          Folded(Base64(jpeg), 64, "    ") + "\r\nEND:VCARD\r\n";
+  file += "BEGIN:VCARD\r\nVERSION:2.1\r\nN:Bitmap;Bea\r\nPHOTO;BMP;BASE64:\r\n" +
+          Folded(Base64(bmp), 76, "") + "\r\nEMAIL;INTERNET:bea@example.org\r\nEND:VCARD\r\n";
+  file += "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Damaged;Dan\r\n";
+  const int damagedLine = nextLine();
+  file += "PHOTO;ENCODING=b;TYPE=JPEG:" + Base64(damaged) + "\r\nTEL;TYPE=WORK:555-0142\r\nEND:VCARD\r\n";
+  file += "BEGIN:VCARD\r\nVERSION:3.0\r\nORG:Nameless Ltd\r\nPHOTO:data:image/png;base64," + Base64(png) +
+          "\r\nEND:VCARD\r\n";
+  const std::wstring path = L"\\Temp\\pimtool-photos.vcf";
+  std::ofstream(path.c_str(), std::ios::binary) << file;
+
+  Run import = Tool(L"pimtool.exe", L"import " + path);
+  CAPTURE(import.err);
+  // The refused picture leaves its card imported, and the command succeeds.
+  CHECK(import.code == 0);
+  CHECK(import.out == "added 5 contacts\n");
+  CHECK(import.err.find(":" + std::to_string(damagedLine) + ": PHOTO refused: the JPEG picture is damaged") !=
+        std::string::npos);
+  CHECK(import.err.find("; the rest of the card is imported") != std::string::npos);
+
+  // Each photo is a PNG file in the data folder under the name the item gives it, and the Note names it.
+  const std::string greta = IdOf("Hollis, Greta");
+  REQUIRE_FALSE(greta.empty());
+  CHECK(PhotoLine(greta) == "Greta_Hollis.png");
+  PhotoFile photo;
+  REQUIRE(ReadPhotoFile("Greta_Hollis.png", photo));
+  CHECK(photo.width == 40);
+  CHECK(photo.height == 30);
+  CHECK(photo.At(5, 5) == RGB(200, 40, 40));
+  CHECK(photo.At(35, 25) == RGB(40, 40, 200));
+
+  // A picture larger than a phone shows is scaled down to fit 480 pixels, its proportions kept.
+  CHECK(PhotoLine(IdOf("Wide, Walter")) == "Walter_Wide.png");
+  PhotoFile wide;
+  REQUIRE(ReadPhotoFile("Walter_Wide.png", wide));
+  CHECK(wide.width == 480);
+  CHECK(wide.height == 320);
+  CHECK(Near(wide.At(240, 160), RGB(40, 160, 60), 12));
+
+  CHECK(PhotoLine(IdOf("Bitmap, Bea")) == "Bea_Bitmap.png");
+  PhotoFile small;
+  REQUIRE(ReadPhotoFile("Bea_Bitmap.png", small));
+  CHECK(small.width == 16);
+  CHECK(small.At(8, 8) == RGB(250, 200, 0));
+
+  // The damaged picture: no photo, no file; the rest of the card is there.
+  const std::string dan = IdOf("Damaged, Dan");
+  REQUIRE_FALSE(dan.empty());
+  CHECK(PhotoLine(dan).empty());
+  CHECK(Tool(L"pimtool.exe", L"dump " + Wide(dan)).out.find("WorkPhone: 555-0142\n") != std::string::npos);
+  CHECK(GetFileAttributesW(DataFile("Dan_Damaged.png").c_str()) == INVALID_FILE_ATTRIBUTES);
+
+  // A contact without names: the file is named by the record's id, in decimal.
+  const std::string nameless = IdOf("Nameless Ltd");
+  REQUIRE_FALSE(nameless.empty());
+  const std::string byId = std::to_string(strtoul(nameless.c_str(), nullptr, 16)) + ".png";
+  CHECK(PhotoLine(nameless) == byId);
+  PhotoFile company;
+  CHECK(ReadPhotoFile(byId, company));
+  DeleteFileW(DataFile(byId).c_str());
 }

@@ -351,7 +351,7 @@ TEST_CASE("messengers, labelled values, related names, further dates and address
   CHECK(c.otherValues.empty());
 }
 
-TEST_CASE("an embedded photo gives no name, and a bad further date spoils its card") {
+TEST_CASE("an embedded photo gives no name but its bytes, and a bad further date spoils its card") {
   std::string file =
       "BEGIN:VCARD\r\nVERSION:2.1\r\nN:A;B\r\nPHOTO;ENCODING=BASE64;TYPE=JPEG:/9j/"
       "4AAQSkZJRgABAQ\r\nEND:VCARD\r\n"
@@ -359,9 +359,149 @@ TEST_CASE("an embedded photo gives no name, and a bad further date spoils its ca
   VCardResult result = ParseVCards(file);
   REQUIRE(result.contacts.size() == 1);
   CHECK(result.contacts[0].photo.empty());
+  // Without its closing "=", as some writers leave it out.
+  CHECK(result.contacts[0].photoData == std::string("\xFF\xD8\xFF\xE0\x00\x10JFIF\x00\x01\x01", 13));
+  CHECK(result.contacts[0].photoLine == 4);
   CHECK_FALSE(result.contacts[0].HasExtended());
   REQUIRE(result.problems.size() == 1);
   CHECK(result.problems[0].line == 9);
+  CHECK(result.problems[0].cardSkipped);
+}
+
+namespace {
+
+std::string Base64(const std::string& bytes) {
+  static const char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::string out;
+  size_t i = 0;
+  for (; i + 2 < bytes.size(); i += 3) {
+    unsigned v = static_cast<unsigned char>(bytes[i]) << 16 | static_cast<unsigned char>(bytes[i + 1]) << 8 |
+                 static_cast<unsigned char>(bytes[i + 2]);
+    out += kAlphabet[v >> 18];
+    out += kAlphabet[(v >> 12) & 63];
+    out += kAlphabet[(v >> 6) & 63];
+    out += kAlphabet[v & 63];
+  }
+  if (i + 1 == bytes.size()) {
+    unsigned v = static_cast<unsigned char>(bytes[i]) << 16;
+    out += std::string(1, kAlphabet[v >> 18]) + kAlphabet[(v >> 12) & 63] + "==";
+  } else if (i + 2 == bytes.size()) {
+    unsigned v = static_cast<unsigned char>(bytes[i]) << 16 | static_cast<unsigned char>(bytes[i + 1]) << 8;
+    out += std::string(1, kAlphabet[v >> 18]) + kAlphabet[(v >> 12) & 63] + kAlphabet[(v >> 6) & 63] + "=";
+  }
+  return out;
+}
+
+// `text` cut into lines of `width`, each after the first begun with `indent`.
+std::string Folded(const std::string& text, size_t width, const std::string& indent) {
+  std::string out;
+  for (size_t at = 0; at < text.size(); at += width)
+    out += (at ? indent : "") + text.substr(at, width) + "\r\n";
+  return out;
+}
+
+// Bytes that begin as the three kinds of picture do; the reader looks no further.
+const std::string kJpegBytes =
+    std::string("\xFF\xD8\xFF\xE0\x00\x10JFIF\x00\x01\x01\x00", 14) + std::string(200, 'j');
+const std::string kPngBytes = std::string("\x89PNG\r\n\x1A\n\x00\x00\x00\x0DIHDR", 16) + std::string(97, 'p');
+const std::string kBmpBytes =
+    std::string("BM\x36\x00\x00\x00\x00\x00\x00\x00\x36\x00\x00\x00", 14) + std::string(40, 'b');
+
+}  // namespace
+
+TEST_CASE("embedded photos: 3.0 folded, 2.1 indented and not indented, a data address, each kind") {
+  const std::string file =
+      "BEGIN:VCARD\r\nVERSION:3.0\r\nN:One;Ann\r\n"  // lines 1-3
+      "PHOTO;ENCODING=b;TYPE=JPEG:" +                // line 4
+      Folded(Base64(kJpegBytes), 60, " ") +          // 5 lines in all
+      "TEL;TYPE=CELL:555-0101\r\nEND:VCARD\r\n"      // lines 9-10
+      "BEGIN:VCARD\r\nVERSION:2.1\r\nN:Two;Bob\r\n"  // lines 11-13
+      "PHOTO;ENCODING=BASE64;TYPE=PNG:\r\n" +        // line 14
+      Folded(Base64(kPngBytes), 40, "    ") +        // 4 lines, every one indented
+      "\r\n"                                         // the blank line that ends a 2.1 value
+      "EMAIL;INTERNET:bob@example.org\r\nEND:VCARD\r\n"
+      "BEGIN:VCARD\r\nVERSION:2.1\r\nN:Three;Cy\r\n"
+      "PHOTO;BMP;BASE64:\r\n" +
+      Folded(Base64(kBmpBytes), 24, "") +  // lines that aren't indented at all
+      "\r\n"
+      "NOTE:after the picture\r\nEND:VCARD\r\n"
+      "BEGIN:VCARD\r\nVERSION:4.0\r\nN:Four;Di\r\n"
+      "PHOTO:data:image/png;base64," +
+      Base64(kPngBytes) + "\r\nEND:VCARD\r\n";
+  VCardResult result = ParseVCards(file);
+  CHECK(result.problems.empty());
+  REQUIRE(result.contacts.size() == 4);
+  CHECK(result.contacts[0].photoData == kJpegBytes);
+  CHECK(result.contacts[0].photoLine == 4);
+  CHECK(result.contacts[0].text[FieldMobilePhone] == L"555-0101");
+  CHECK(result.contacts[1].photoData == kPngBytes);
+  CHECK(result.contacts[1].photoLine == 14);
+  CHECK(result.contacts[1].text[FieldEmail1] == L"bob@example.org");
+  CHECK(result.contacts[2].photoData == kBmpBytes);
+  CHECK(result.contacts[2].note == L"after the picture");
+  CHECK(result.contacts[3].photoData == kPngBytes);
+  for (const ToolContact& c : result.contacts) CHECK(c.photo.empty());
+}
+
+TEST_CASE("a hostile photo is refused with its reason and line, and the rest of its card is read") {
+  struct Case {
+    std::string value;
+    std::wstring reason;
+  };
+  const std::vector<Case> cases = {
+      {"PHOTO;ENCODING=b;TYPE=JPEG:/9j/4AA*QSkZJRg==", L"a character that base64 doesn't use"},
+      {"PHOTO;ENCODING=b;TYPE=JPEG:/9j/4A==AAQ", L"goes on after the closing"},
+      {"PHOTO;ENCODING=b;TYPE=JPEG:/9j/4", L"ends in the middle of a byte"},
+      {"PHOTO;ENCODING=b;TYPE=JPEG:" + Base64("Hello, this is no picture at all."),
+       L"not a JPEG, PNG or BMP"},
+      {"PHOTO;ENCODING=b;TYPE=GIF:" + Base64("GIF89a\x01\x00\x01\x00"), L"not a JPEG, PNG or BMP"},
+      {"PHOTO;ENCODING=b;TYPE=JPEG:", L"holds no picture"},
+      {"PHOTO:data:image/jpeg,%FF%D8%FF", L"not in base64"},
+      {"PHOTO;ENCODING=b;TYPE=JPEG:" + Base64(kJpegBytes + std::string(kVCardPhotoMaxBytes, 'x')),
+       L"more than the 4096 KB"},
+  };
+  for (const Case& c : cases) {
+    CAPTURE(c.value.substr(0, 60));
+    const std::string file = "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Hostile;Hal\r\n" + c.value +
+                             "\r\nTEL;TYPE=WORK:555-0199\r\nNOTE:kept\r\nEND:VCARD\r\n"
+                             "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Next;Ned\r\nEND:VCARD\r\n";
+    VCardResult result = ParseVCards(file);
+    REQUIRE(result.contacts.size() == 2);
+    const ToolContact& hal = result.contacts[0];
+    CHECK(hal.text[FieldLastName] == L"Hostile");
+    CHECK(hal.text[FieldWorkPhone] == L"555-0199");
+    CHECK(hal.note == L"kept");
+    CHECK(hal.photoData.empty());
+    CHECK(hal.photo.empty());
+    REQUIRE(result.problems.size() == 1);
+    CHECK(result.problems[0].line == 4);
+    CHECK_FALSE(result.problems[0].cardSkipped);
+    CHECK(result.problems[0].message.find(L"PHOTO refused: ") == 0);
+    CHECK(result.problems[0].message.find(c.reason) != std::wstring::npos);
+  }
+}
+
+TEST_CASE("an embedded photo wins over a named one; a refusal in a card skipped later is not told") {
+  const std::string picture = "PHOTO;ENCODING=b;TYPE=PNG:" + Base64(kPngBytes) + "\r\n";
+  const std::string named = "PHOTO;VALUE=URI:http://photos.example.org/ann.jpg\r\n";
+  const std::string file =
+      "BEGIN:VCARD\r\nVERSION:3.0\r\nN:A;Ann\r\n" + named + picture +
+      "END:VCARD\r\n"
+      "BEGIN:VCARD\r\nVERSION:3.0\r\nN:B;Bob\r\n" +
+      picture + named +
+      "END:VCARD\r\n"
+      "BEGIN:VCARD\r\nVERSION:3.0\r\nN:C;Cy\r\nPHOTO;ENCODING=b:@@@@\r\nBDAY:1970-13-45\r\n"
+      "END:VCARD\r\n";
+  VCardResult result = ParseVCards(file);
+  REQUIRE(result.contacts.size() == 2);
+  for (const ToolContact& c : result.contacts) {
+    CHECK(c.photoData == kPngBytes);
+    CHECK(c.photo.empty());
+  }
+  // Only the skip of the third card is told, at the line of its bad date.
+  REQUIRE(result.problems.size() == 1);
+  CHECK(result.problems[0].cardSkipped);
+  CHECK(result.problems[0].line == 17);
 }
 
 namespace {
@@ -383,7 +523,12 @@ std::vector<mutation::Bytes> CardCorpus() {
       "END:VCARD\rBEGIN:VCARD\rVERSION:3.0\rN:C;D\rEMAIL:c@d.example\rEMAIL:e@f.example\rEMAIL:g@h.example\r"
       "EMAIL:i@j.example\rEND:VCARD\r",
       "BEGIN:VCARD\r\nVERSION:4.0\r\nN:Lee;Ann\r\nitem1.TEL:555\r\nitem1.X-ABLabel:Dacha\r\nBEGIN:VCARD\r\n"
-      "N:Nested;Ned\r\nEND:VCARD\r\nEND:VCARD\r\nBEGIN:VCARD\r\nN:After;Al\r\nEND:VCARD\r\n"};
+      "N:Nested;Ned\r\nEND:VCARD\r\nEND:VCARD\r\nBEGIN:VCARD\r\nN:After;Al\r\nEND:VCARD\r\n",
+      "BEGIN:VCARD\r\nVERSION:2.1\r\nN:Pic;Pia\r\nPHOTO;JPEG;ENCODING=BASE64:\r\n /9j/4AAQSkZJRgABAQ\r\n"
+      "AAAAAAAAAA==\r\n\r\nTEL;CELL:555\r\nEND:VCARD\r\nBEGIN:VCARD\r\nVERSION:3.0\r\nN:Pic;Pete\r\n"
+      "PHOTO;ENCODING=b;TYPE=PNG:iVBORw0KGgoAAAANSUhEUgAAAAEAAAABCAIAAACQd1Pe\r\n "
+      "AAAADElEQVR4nGP4z8AAAAMBAQDJ\r\n"
+      "PHOTO:data:image/bmp;base64,Qk0eAAAAAAAAABoAAAAMAAAAAQABAAEAGAAAAP8A\r\nEND:VCARD\r\n"};
   std::vector<mutation::Bytes> corpus;
   for (const std::string& text : texts) corpus.emplace_back(text.begin(), text.end());
   return corpus;

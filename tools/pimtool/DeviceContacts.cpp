@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include "extended/NoteBlob.h"
 #include "extended/PimInfoLines.h"
+#include "storage/contact/ContactPhotoFiles.h"
 #include "Output.h"
 
 namespace {
@@ -191,6 +192,26 @@ std::wstring WhyRefused(const Contact& contact, DWORD error) {
     return L"the record takes " + std::to_wstring(total) + L" bytes, more than a database record holds (" +
            std::to_wstring(CEDB_MAXRECORDSIZE) + L")";
   return L"error " + std::to_wstring(error);
+}
+
+bool StorePhoto(Contact& contact, const Str& folder, ContactDatabase& database, ContactNote& note,
+                std::wstring& why) {
+  // The picture replaces whatever file a name stood for; that file isn't the contact's to delete.
+  contact.Image.Empty();
+  if (!SavePhoto(contact, folder)) {
+    why = L"its file can't be written in " + Text(folder) + L" (error " + std::to_wstring(GetLastError()) +
+          L")";
+    contact.Image.Empty();
+    return false;
+  }
+  if (!note.MergeIntoNote(contact) || !database.UpdateContact(contact, true)) {
+    why = L"the contact can't be written again with the photo's name (error " +
+          std::to_wstring(GetLastError()) + L")";
+    DeleteFileW(folder + L"\\" + contact.Image);
+    contact.Image.Empty();
+    return false;
+  }
+  return true;
 }
 
 void UncountCategories(ToolCategories& categories, const Contact& contact) {

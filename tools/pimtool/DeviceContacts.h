@@ -37,5 +37,12 @@ std::wstring DateText(const FILETIME& time);
 // else the error number.
 std::wstring WhyRefused(const Contact& contact, DWORD error);
 
+// Stores the photo of a contact just added as the item stores photos: a PNG file in the data folder
+// under the name the item gives it (MakePhotoName), that name in `Image`, and the record written again
+// so that its Note names the file. False with the reason; no file is then left behind and the record
+// names none.
+bool StorePhoto(Contact& contact, const Str& folder, ContactDatabase& database, ContactNote& note,
+                std::wstring& why);
+
 // Takes back the uses ToContactRecord counted for the contact's categories (after a refused write).
 void UncountCategories(ToolCategories& categories, const Contact& contact);

@@ -1,6 +1,7 @@
 // pimtool: contacts on the device from the command line.
 //   pimtool generate N [--seed S]   add N synthetic contacts (the same N and S give the same contacts)
-//   pimtool import FILE.vcf         add the cards of a vCard file; malformed cards are reported and skipped
+//   pimtool import FILE.vcf         add the cards of a vCard file; malformed cards are reported and skipped;
+//                                   an embedded photo becomes the contact's photo file in the data folder
 //   pimtool list                    one line per contact: record id in hexadecimal and list name
 //   pimtool dump ID [ID ...]        every stored field of the contact with that record id, the Note's
 //                                   text and the extended data read back from the Note; several
@@ -34,8 +35,10 @@
 #include "IndexVerbs.h"
 #include "Generator.h"
 #include "Output.h"
+#include "PhotoImport.h"
 #include "VCard.h"
 #include "extended/NoteBlob.h"
+#include "foundation/DataFolder.h"
 #include "storage/contact/ContactNames.h"
 
 namespace {
@@ -73,10 +76,12 @@ int WriteContacts(const std::vector<ToolContact>& contacts, const std::wstring& 
   ContactNote note;
   int written = 0;
   int refused = 0;
-  auto where = [&source](const ToolContact& contact) {
+  // The place a message is about: the card's first line, or the line of its value.
+  auto where = [&source](const ToolContact& contact, int line = 0) {
     if (source.empty() || contact.sourceLine == 0) return std::wstring(L"pimtool: ");
-    return source + L":" + std::to_wstring(contact.sourceLine) + L": ";
+    return source + L":" + std::to_wstring(line > 0 ? line : contact.sourceLine) + L": ";
   };
+  Str dataFolder;
   for (const ToolContact& source : contacts) {
     Contact contact;
     if (!ToContactRecord(source, categories, note, contact)) {
@@ -85,6 +90,13 @@ int WriteContacts(const std::vector<ToolContact>& contacts, const std::wstring& 
       UncountCategories(categories, contact);
       ++refused;
       continue;
+    }
+    // An embedded picture becomes the contact's photo; one that can't be read is refused alone.
+    if (!source.photoData.empty()) {
+      std::wstring why;
+      if (!PhotoFromPicture(source.photoData, contact.photo, why))
+        PrintError(where(source, source.photoLine) + L"PHOTO refused: " + why +
+                   L"; the rest of the card is imported");
     }
     if (!database.AddContact(contact, true)) {
       const DWORD error = GetLastError();
@@ -95,6 +107,13 @@ int WriteContacts(const std::vector<ToolContact>& contacts, const std::wstring& 
       continue;
     }
     ++written;
+    if (!contact.photo.IsEmpty()) {
+      if (dataFolder.IsEmpty()) dataFolder = GetDataFolder();
+      std::wstring why;
+      if (!StorePhoto(contact, dataFolder, database, note, why))
+        PrintError(where(source, source.photoLine) + L"the photo can't be stored: " + why +
+                   L"; the contact is imported without it");
+    }
   }
   if (!categories.Flush()) PrintError(L"pimtool: the category counts could not all be written");
   std::wstring summary = L"added " + std::to_wstring(written) + L" contacts";
@@ -130,12 +149,16 @@ int Import(int argc, wchar_t** argv) {
   std::stringstream bytes;
   bytes << in.rdbuf();
   VCardResult result = ParseVCards(bytes.str());
-  for (const VCardProblem& problem : result.problems)
+  bool skipped = false;
+  for (const VCardProblem& problem : result.problems) {
     PrintError(std::wstring(argv[2]) + L":" + std::to_wstring(problem.line) + L": " + problem.message +
-               L"; card skipped");
+               (problem.cardSkipped ? L"; card skipped" : L"; the rest of the card is imported"));
+    skipped = skipped || problem.cardSkipped;
+  }
   const int status = WriteContacts(result.contacts, argv[2]);
-  // A skipped card is a failure of the command too, though every other card was imported.
-  return result.problems.empty() ? status : 1;
+  // A skipped card is a failure of the command too, though every other card was imported; a value
+  // refused alone is not.
+  return skipped ? 1 : status;
 }
 
 int List() {

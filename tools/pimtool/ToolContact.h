@@ -98,6 +98,8 @@ struct ToolContact {
   std::vector<LabelledValue> links;    // files the contact is linked to
   std::vector<LabelledValue> otherValues;
   std::wstring photo;     // the photo's file name
+  std::string photoData;  // an embedded picture as its file's bytes: JPEG, PNG or BMP
+  int photoLine = 0;      // the line of the card that holds it
   bool richNote = false;  // the Note is kept as a rich document rather than plain text
   int sourceLine = 0;     // the first line of the card it was read from; 0 when not read from a file
 

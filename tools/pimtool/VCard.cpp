@@ -1,6 +1,7 @@
 #include "VCard.h"
 #include <windows.h>
 #include <algorithm>
+#include <cstring>
 #include <cwctype>
 #include <map>
 
@@ -278,15 +279,150 @@ std::wstring FileNameOf(const std::wstring& path) {
   return slash == std::wstring::npos ? path : path.substr(slash + 1);
 }
 
-bool ApplyProperty(const Property& p, ToolContact& c, CardLabels& labels, std::wstring* problem) {
-  // A photo kept as a file or an address gives the photo's name; an embedded picture has none.
-  if (p.name == "PHOTO") {
+// --- Embedded photos -----------------------------------------------------------------------------------
+
+bool StartsWithNoCase(const std::string& text, const char* prefix) {
+  return Upper(text.substr(0, strlen(prefix))) == prefix;
+}
+
+// Whether the property's value is base64: ENCODING=b (3.0), ENCODING=BASE64 or a bare BASE64 (2.1).
+bool IsBase64(const Property& p) {
+  const std::string encoding = ParamValue(p, "ENCODING");
+  return encoding == "B" || encoding == "BASE64" || HasType(p, "BASE64");
+}
+
+bool IsBase64Char(char c) {
+  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '+' || c == '/';
+}
+
+bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
+// A line that can only be more of a base64 value: not blank, and nothing but base64 characters, padding
+// and blanks. A property line always has a colon, which base64 lacks.
+bool IsBase64Line(const std::string& line) {
+  bool any = false;
+  for (char c : line) {
+    if (IsBlank(c)) continue;
+    if (!IsBase64Char(c) && c != '=') return false;
+    any = true;
+  }
+  return any;
+}
+
+int Base64Value(char c) {
+  if (c >= 'A' && c <= 'Z') return c - 'A';
+  if (c >= 'a' && c <= 'z') return c - 'a' + 26;
+  if (c >= '0' && c <= '9') return c - '0' + 52;
+  return c == '+' ? 62 : 63;
+}
+
+// Undoes base64. Blanks and line breaks are passed over, and the closing "=" may be missing, as some
+// writers leave it out. False with the reason for a character outside the alphabet, text after the
+// padding, a length that can't be, or more than `limit` bytes.
+bool DecodeBase64(const std::string& text, size_t limit, std::string* out, std::wstring* why) {
+  out->clear();
+  uint32_t bits = 0;
+  int held = 0;     // characters of the current group of four
+  int padding = 0;  // '=' seen
+  for (size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (IsBlank(c)) continue;
+    if (c == '=') {
+      ++padding;
+      continue;
+    }
+    if (!IsBase64Char(c)) {
+      *why =
+          L"its base64 text holds a character that base64 doesn't use, at position " + std::to_wstring(i + 1);
+      return false;
+    }
+    if (padding > 0) {
+      *why = L"its base64 text goes on after the closing \"=\"";
+      return false;
+    }
+    bits = bits << 6 | static_cast<uint32_t>(Base64Value(c));
+    if (++held == 4) {
+      if (out->size() + 3 > limit) {
+        *why = L"the picture takes more than the " + std::to_wstring(limit / 1024) + L" KB a photo may take";
+        return false;
+      }
+      out->push_back(static_cast<char>(bits >> 16));
+      out->push_back(static_cast<char>(bits >> 8));
+      out->push_back(static_cast<char>(bits));
+      bits = 0;
+      held = 0;
+    }
+  }
+  if (held == 1 || padding > 2 || (padding > 0 && held + padding != 4)) {
+    *why = L"its base64 text ends in the middle of a byte";
+    return false;
+  }
+  if (held == 2) out->push_back(static_cast<char>(bits >> 4));
+  if (held == 3) {
+    out->push_back(static_cast<char>(bits >> 10));
+    out->push_back(static_cast<char>(bits >> 2));
+  }
+  return true;
+}
+
+// The kind of picture the bytes are, by the signature they begin with; null for anything else.
+const wchar_t* PictureKind(const std::string& bytes) {
+  if (bytes.size() >= 3 && bytes.compare(0, 3, "\xFF\xD8\xFF") == 0) return L"JPEG";
+  if (bytes.size() >= 8 && bytes.compare(0, 8, "\x89PNG\r\n\x1A\n") == 0) return L"PNG";
+  if (bytes.size() >= 14 && bytes.compare(0, 2, "BM") == 0) return L"BMP";
+  return nullptr;
+}
+
+// PHOTO: a picture kept as a file or at an address gives the photo's name; an embedded picture (base64,
+// or a data address in base64) is kept as its bytes, to become the photo's file when the contact is
+// written. The embedded picture wins over a name. Its TYPE is not trusted: the bytes say what they are.
+void ApplyPhoto(const Property& p, ToolContact& c, std::wstring* refused) {
+  const std::string raw = Trim(p.rawValue);
+  std::string text;
+  if (IsBase64(p)) {
+    text = raw;
+  } else if (StartsWithNoCase(raw, "DATA:")) {
+    const size_t comma = raw.find(',');
+    const std::string head = Upper(raw.substr(0, comma));
+    if (comma == std::string::npos || head.size() < 7 || head.compare(head.size() - 7, 7, ";BASE64") != 0) {
+      *refused = L"PHOTO refused: its data address is not in base64";
+      return;
+    }
+    text = raw.substr(comma + 1);
+  } else {
     std::string type = Upper(ParamValue(p, "VALUE"));
-    std::string raw = Trim(p.rawValue);
-    if (type == "URI" || type == "URL" || raw.rfind("file:", 0) == 0 || raw.rfind("http", 0) == 0) {
+    if ((type == "URI" || type == "URL" || raw.rfind("file:", 0) == 0 || raw.rfind("http", 0) == 0) &&
+        c.photoData.empty()) {
       std::wstring name = FileNameOf(Widen(raw, CP_UTF8));
       if (!name.empty()) c.photo = name;
     }
+    return;
+  }
+  std::string bytes;
+  std::wstring why;
+  if (!DecodeBase64(text, kVCardPhotoMaxBytes, &bytes, &why)) {
+    *refused = L"PHOTO refused: " + why;
+    return;
+  }
+  if (bytes.empty()) {
+    *refused = L"PHOTO refused: it holds no picture";
+    return;
+  }
+  if (PictureKind(bytes) == nullptr) {
+    *refused = L"PHOTO refused: it is not a JPEG, PNG or BMP picture";
+    return;
+  }
+  c.photoData.swap(bytes);
+  c.photoLine = p.line;
+  c.photo.clear();
+}
+
+// Applies one property to the contact. False with `problem` when the card is malformed; a value refused
+// alone (a photo that can't be taken) leaves its reason in `refused` and the rest of the card is read.
+bool ApplyProperty(const Property& p, ToolContact& c, CardLabels& labels, std::wstring* problem,
+                   std::wstring* refused) {
+  if (p.name == "PHOTO") {
+    ApplyPhoto(p, c, refused);
     return true;
   }
   static const char* const kIgnored[] = {
@@ -578,6 +714,7 @@ VCardResult ParseVCards(const std::string& fileBytes) {
   int outerLine = 0;
   ToolContact contact;
   CardLabels labels;
+  std::vector<VCardProblem> refusals;  // values of the current card refused alone, told when it is read
   auto report = [&](int line, const std::wstring& message) { result.problems.push_back({line, message}); };
 
   for (size_t i = 0; i < lines.size(); ++i) {
@@ -597,6 +734,11 @@ VCardResult ParseVCards(const std::string& fileBytes) {
         p.rawValue += lines[++i];
       }
     }
+    // Some 2.1 writers don't indent the lines of a base64 value: the lines that can only be base64 go on
+    // with it, up to the blank line that ends it.
+    if (parsed && IsBase64(p)) {
+      while (i + 1 < lines.size() && IsBase64Line(lines[i + 1])) p.rawValue += lines[++i];
+    }
     std::string upperLine = Upper(Trim(logical));
     if (upperLine == "BEGIN:VCARD") {
       // An outer card still waiting for its verdict was not ended: a second BEGIN came first.
@@ -613,6 +755,7 @@ VCardResult ParseVCards(const std::string& fileBytes) {
       contact = ToolContact();
       contact.sourceLine = lineNumber;
       labels.Reset();
+      refusals.clear();
       continue;
     }
     if (upperLine == "END:VCARD") {
@@ -632,7 +775,11 @@ VCardResult ParseVCards(const std::string& fileBytes) {
         }
         report(outerLine, NotEnded(cardLine));
       }
-      if (!broken) result.contacts.push_back(contact);
+      if (!broken) {
+        result.contacts.push_back(contact);
+        result.problems.insert(result.problems.end(), refusals.begin(), refusals.end());
+      }
+      refusals.clear();
       inCard = false;
       continue;
     }
@@ -654,10 +801,12 @@ VCardResult ParseVCards(const std::string& fileBytes) {
       }
       continue;
     }
-    std::wstring problem;
-    if (!ApplyProperty(p, contact, labels, &problem)) {
+    std::wstring problem, refused;
+    if (!ApplyProperty(p, contact, labels, &problem, &refused)) {
       report(lineNumber, problem);
       broken = true;
+    } else if (!refused.empty()) {
+      refusals.push_back({lineNumber, refused, false});
     }
   }
   if (innerCard) report(outerLine, NotEnded(cardLine));
