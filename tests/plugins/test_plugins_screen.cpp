@@ -58,16 +58,32 @@ TEST_CASE("the sample add-in's command under \"Outlook Plugin\" runs for two mar
   CreateDirectoryW(L"C:\\Temp", nullptr);
   REQUIRE(WriteFileText(Own(L"plugins.vcf"), kCards));
   REQUIRE(RunAndWait(BinDir() + L"pimtool.exe", L"import " + Own(L"plugins.vcf"), 60000) == 0);
-  const std::vector<unsigned long> ids = IdsOf("Gale Harper", "Hanna Ide");
+  const std::vector<unsigned long> ids = IdsOf("Harper, Gale", "Ide, Hanna");
   REQUIRE(ids.size() == 2);
   ClearAll();
   AddAddIn(L"Sample", SampleAddInPath(), L"Sample add-in");
   ClearDeviceJournal();
 
+  // The third cell holds "ghi": its two contacts make a list. A drag from the first row to the second
+  // marks both; a hold on the first opens the menu, to the left of the stylus, clear of the phone
+  // button at the row's end. Up picks the menu's last line, the add-ins' popup; Right opens it on its
+  // first command; Return runs it.
   const std::string script =
-      // The third cell holds "ghi": its two contacts make a list.
       "wait 2500\r\ntap 60 47\r\nwait 1200\r\n"
-      "shot C:\\Temp\\plugins-list.png\r\n"
+      "drag 60 85 60 100 4\r\nwait 300\r\n"
+      "hold 170 85 900\r\nwait 300\r\n"
+      "keydown up\r\nkeyup up\r\nkeydown right\r\nkeyup right\r\nwait 300\r\n"
+      "shot C:\\Temp\\plugins-menu.png\r\n"
+      "keydown 13\r\nkeyup 13\r\nwait 1500\r\n"
       "quit\r\n";
   CHECK(RunScript(script) == 0);
+  // The shell was asked for its extensions' commands after the one add-in's.
+  const std::vector<std::string> shell = JournalEvents("aygshell");
+  CHECK(std::count(
+            shell.begin(), shell.end(),
+            "SHLoadContextMenuExtensions Contacts Main_ContextMenu ids 41223-41286: none registered") == 1);
+  const std::vector<std::string> events = JournalEvents("sampleaddin");
+  REQUIRE_FALSE(events.empty());
+  CHECK(events[0] ==
+        "CePimCommand type 0 count 2 ids " + std::to_string(ids[0]) + " " + std::to_string(ids[1]));
 }
