@@ -16,6 +16,7 @@
 #include "phone/DialPlugin.h"
 #include "phone/PhoneDevice.h"
 #include "plugins/PluginManager.h"
+#include "storage/contact/Contact.h"
 
 using namespace plugintest;
 
@@ -251,4 +252,23 @@ TEST_CASE("an id past the add-ins goes to the shell's extensions, which without 
   CHECK_FALSE(manager.Invoke(kFirst + 1, ArrayOf(std::vector<CEOID>{12})));
   CHECK(JournalEvents("sampleaddin").empty());
   CHECK(JournalEvents("sampleext").empty());
+}
+
+TEST_CASE("the add-in's dial mode hands the contact alone to the dialer, without its number") {
+  ClearAll();
+  AddAddIn(L"Sample", SampleAddInPath(), L"Sample add-in");
+  AddAddIn(L"Dialer", CopyOfAddIn(L"BtDialer.dll"), L"Headset");
+  GetPluginManager()->Init(kFirst);
+  Contact contact;
+  contact.oid = 4711;
+  contact.text[ContactField::MobilePhone] = L"+44 7700 900123";
+  testpaths::ClearDeviceJournal();
+  CHECK(Dial(nullptr, L"+44 7700 900123", &contact, DialModePlugin, nullptr) == 0);
+  const std::vector<std::string> events = JournalEvents("sampleaddin");
+  REQUIRE_FALSE(events.empty());
+  CHECK(events[0] == "CePimCommand type 0 count 1 ids 4711");
+  // Without a contact there is nothing to hand over.
+  testpaths::ClearDeviceJournal();
+  CHECK(Dial(nullptr, L"+44 7700 900123", nullptr, DialModePlugin, nullptr) == -1);
+  CHECK(JournalEvents("sampleaddin").empty());
 }
