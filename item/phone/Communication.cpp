@@ -9,6 +9,7 @@
 #include "phone/PhoneChars.h"
 #include "phone/PhoneDevice.h"
 #include "phone/ToneDialDlg.h"
+#include "plugins/PimObjectModel.h"
 #include "resources/PhoneIds.h"
 #include "resources/resource.h"
 #include "storage/contact/Contact.h"
@@ -258,8 +259,4 @@ BOOL ShellOpen(const wchar_t* file, HWND owner) {
   return opened;
 }
 
-BOOL BeamContacts(const Array<CEOID>&) {
-  // LATER(plug-ins): the platform's object model that sends contacts by infrared isn't reached yet, so
-  // nothing is sent; returns false.
-  return FALSE;
-}
+BOOL BeamContacts(const Array<CEOID>& ids) { return GetPimObjectModel()->BeamContacts(ids); }

@@ -16,23 +16,24 @@ class PimObjectModel {
   enum State { NotTried = -1, Unavailable = 0, Ready = 1 };
 
   PimObjectModel();
+  // Logs off and lets go of the object model.
   virtual ~PimObjectModel();
 
   // Logs the object model on, on the first call only; true while it is logged on. A failed first
   // attempt is never repeated.
   virtual BOOL Ensure();
-  // Sends the contacts `ids` by infrared as one list; an empty list is a success.
+  // Sends the contacts `ids` by infrared as one list; an empty list is a success and sends nothing.
   virtual BOOL BeamContacts(const Array<CEOID>& ids);
-  // Makes a 15-minute appointment from `start`, saves it and shows it in the calendar for editing.
+  // Makes an appointment of 15 minutes from `start`, saves it and shows it in the calendar, which is
+  // then asked to open it for editing. An empty body leaves the appointment's notes alone.
   virtual BOOL MakeAppointment(const Str& subject, const Str& body, const SYSTEMTIME& start);
-  // Logs off and lets go of the object model; Ensure doesn't log on again afterwards.
-  virtual void Shutdown();
 
   State GetState() const { return state; }
 
  private:
   IPOutlookApp* app;
   State state;
+  bool ownsCom;  // this object's CoInitializeEx succeeded
 };
 
 PimObjectModel* GetPimObjectModel();

@@ -2,6 +2,7 @@
 // and the talk key.
 #include "foundation/Str.h"
 #include "manager/datasource/ContactDataSource.h"
+#include "plugins/PimObjectModel.h"
 #include "resources/resource.h"
 #include "storage/contact/Contact.h"
 #include "today/ItemMessages.h"
@@ -111,8 +112,12 @@ void PopupWnd::OnMakeAppointment() {
   if (!source->ReadAt(at.group, at.item, contact)) return;
   Str subject, body;
   ComposeAppointment(contact, subject, body);
-  // LATER(plug-ins): the appointment goes to the platform's object model through the plug-in
-  // manager's bridge; until that bridge exists the composed appointment is dropped.
+  // It starts now; the calendar opens it for editing, where the user gives it its time.
+  SYSTEMTIME now;
+  GetLocalTime(&now);
+  now.wSecond = 0;
+  now.wMilliseconds = 0;
+  GetPimObjectModel()->MakeAppointment(subject, body, now);
 }
 
 void PopupWnd::OnHotKey(WPARAM wParam, LPARAM lParam) {
