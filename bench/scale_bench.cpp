@@ -74,8 +74,8 @@ class ScaledSearch {
   // The keypad or text search as the contact manager runs it on its aids, in its three stages.
   void Search(const std::wstring& query, bool keypad, std::vector<uint32_t>& out) {
     Match(query, keypad);
-    ReadOff(result);
-    Rank(query, keypad, result);
+    ReadOff(result, &resultAt);
+    Rank(query, keypad, result, &resultAt);
     out.assign(result.GetData(), result.GetData() + result.GetSize());
   }
 
@@ -84,13 +84,13 @@ class ScaledSearch {
     aids.Match(keypad ? keys : words, Str(query.c_str()), keypad ? TRUE : FALSE, hits);
   }
 
-  // The match in name-list order.
-  void ReadOff(Array<CEOID>& out) const { aids.ReadOff(hits, 0, out); }
+  // The match in name-list order, with the position of each contact when `at` is given.
+  void ReadOff(Array<CEOID>& out, Array<int32_t>* at = nullptr) const { aids.ReadOff(hits, 0, out, at); }
 
   // From two characters on: the contacts with a word of the last name beginning with the query
   // first, then of the first name, then of the company, each part in list order.
-  void Rank(const std::wstring& query, bool keypad, Array<CEOID>& out) {
-    aids.Rank(Str(query.c_str()), keypad ? TRUE : FALSE, TRUE, records, nullptr, out);
+  void Rank(const std::wstring& query, bool keypad, Array<CEOID>& out, const Array<int32_t>* at) {
+    aids.Rank(Str(query.c_str()), keypad ? TRUE : FALSE, TRUE, records, nullptr, out, keypad ? at : nullptr);
   }
 
   MemoryIndexStore& Store() { return store; }
@@ -109,6 +109,7 @@ class ScaledSearch {
   NoRecords records;
   PositionSet hits;
   Array<CEOID> result;
+  Array<int32_t> resultAt;
 };
 
 struct CountFigures {
@@ -139,9 +140,10 @@ void Measure(const QuerySet& queries, ScaledSearch& search, NaivePeer& naive, Co
     const bool keypad = IsKeypadKind(kind);
     long long hits = 0;
     std::vector<Array<CEOID>> ordered(list.size());
+    std::vector<Array<int32_t>> orderedAt(list.size());
     for (size_t q = 0; q < list.size(); ++q) {
       search.Match(list[q], keypad);
-      search.ReadOff(ordered[q]);
+      search.ReadOff(ordered[q], &orderedAt[q]);
       search.Search(list[q], keypad, found);
       hits += static_cast<long long>(found.size());
     }
@@ -177,7 +179,7 @@ void Measure(const QuerySet& queries, ScaledSearch& search, NaivePeer& naive, Co
     for (int r = 0; r < kSearchRepeats; ++r) {
       std::vector<Array<CEOID>> work(ordered);
       const double start = NowMs();
-      for (size_t q = 0; q < list.size(); ++q) search.Rank(list[q], keypad, work[q]);
+      for (size_t q = 0; q < list.size(); ++q) search.Rank(list[q], keypad, work[q], &orderedAt[q]);
       times.push_back(NowMs() - start);
     }
     std::sort(times.begin(), times.end());

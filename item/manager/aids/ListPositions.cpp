@@ -73,7 +73,7 @@ int PositionSet::Next(int from) const {
 
 // --- ListPositions -------------------------------------------------------------------------------------
 
-ListPositions::ListPositions() : valid(FALSE) {}
+ListPositions::ListPositions() : valid(FALSE), generation(0) {}
 
 ListPositions::~ListPositions() {}
 
@@ -85,6 +85,7 @@ void ListPositions::Clear() {
   tableOids.RemoveAll();
   tablePositions.RemoveAll();
   valid = FALSE;
+  ++generation;
 }
 
 BOOL ListPositions::Sync(const IndexStore& store) {
@@ -99,6 +100,7 @@ BOOL ListPositions::Sync(const IndexStore& store) {
   if (valid && SameList(nameList, names, nameCount) && SameList(fileAsList, fileAs, fileAsCount)) return TRUE;
   CopyList(nameList, names, nameCount);
   CopyList(fileAsList, fileAs, fileAsCount);
+  ++generation;
   valid = Index();
   if (!valid) {
     // Kept as a copy, so that the same lists aren't judged again on every search.

@@ -55,6 +55,9 @@ class ListPositions {
   const Array<int32_t>& FileAsOrder() const { return fileAsOrder; }
   // Where name position `position` stands in the File As list.
   int FileAsRankOf(int position) const { return fileAsRank[position]; }
+  // Changes whenever the positions are made again or cleared, so that what is kept by position can
+  // tell that it is out of date.
+  uint32_t Generation() const { return generation; }
 
  private:
   ListPositions(const ListPositions&);
@@ -71,4 +74,5 @@ class ListPositions {
   Array<uint32_t> tableOids;
   Array<int32_t> tablePositions;
   BOOL valid;
+  uint32_t generation;
 };

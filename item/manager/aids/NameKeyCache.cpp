@@ -26,7 +26,7 @@ const wchar_t kNoPairs = 0xFFFF;
 
 }  // namespace
 
-NameKeyCache::NameKeyCache() : used(0), livePool(0) {}
+NameKeyCache::NameKeyCache() : used(0), livePool(0), version(0) {}
 
 NameKeyCache::~NameKeyCache() {}
 
@@ -159,6 +159,19 @@ int NameKeyCache::RankByPair(const wchar_t* run, uint32_t length, int pair) cons
   return RankNone;
 }
 
+int NameKeyCache::PairsOf(CEOID oid, uint16_t* into, int room) const {
+  const int slot = FindSlot(static_cast<uint32_t>(oid));
+  if (slot < 0) return -1;
+  const wchar_t* tail = pool.GetData() + table[slot].start + table[slot].length - 1;
+  const int pairs = *tail;
+  if (pairs == kNoPairs || pairs > room) return -1;
+  const uint32_t made = static_cast<uint32_t>(tail[-2]) | (static_cast<uint32_t>(tail[-1]) << 16);
+  if (made != g_keypadGroups.Generation()) return -1;
+  const wchar_t* kept = tail - 2 - pairs;
+  for (int k = 0; k < pairs; ++k) into[k] = static_cast<uint16_t>(kept[k]);
+  return pairs;
+}
+
 void NameKeyCache::Remember(CEOID oid, const Str& last, const Str& first, const Str& company) {
   const uint32_t id = static_cast<uint32_t>(oid);
   if (id == 0) return;
@@ -189,6 +202,7 @@ void NameKeyCache::Remember(CEOID oid, const Str& last, const Str& first, const 
   entry.length = length;
   ++used;
   livePool += length;
+  ++version;
 }
 
 void NameKeyCache::Forget(CEOID oid) {
@@ -196,6 +210,7 @@ void NameKeyCache::Forget(CEOID oid) {
   if (slot < 0) return;
   RemoveAt(slot);
   Compact();
+  ++version;
 }
 
 void NameKeyCache::Clear() {
@@ -203,6 +218,7 @@ void NameKeyCache::Clear() {
   pool.RemoveAll();
   used = 0;
   livePool = 0;
+  ++version;
 }
 
 void NameKeyCache::Compact() {

@@ -56,6 +56,13 @@ class NameKeyCache {
   // The key pair that a keypad query of two keys or more begins with, for the keypad groups of now;
   // 0 when there is none (a key the groups don't have, or too many keys to number).
   static int KeyPairOf(const wchar_t* query, int count);
+  // The key pairs kept for `oid` into `into`, each the name's rank in the high byte and the pair in the
+  // low byte, in the order of the names. Their number, or -1 when the entry is missing, has no pairs of
+  // the keypad groups of now, or has more than `room`.
+  int PairsOf(CEOID oid, uint16_t* into, int room) const;
+  // Changes with every entry made or dropped, so that what is copied from the cache can tell that it
+  // is out of date.
+  uint32_t Version() const { return version; }
 
  private:
   NameKeyCache(const NameKeyCache&);
@@ -88,4 +95,5 @@ class NameKeyCache {
   int used;
   Array<wchar_t> pool;
   uint32_t livePool;  // characters of the pool that live entries use
+  uint32_t version;
 };

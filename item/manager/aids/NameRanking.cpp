@@ -53,7 +53,7 @@ bool NameBeginsWith(const Str& name, const Str& query, BOOL keypad, const WordSe
 }  // namespace
 
 BOOL PositionSearch::Rank(const Str& query, BOOL keypad, BOOL useCache, NameSource& source,
-                          RankingCancel* cancel, Array<CEOID>& out) const {
+                          RankingCancel* cancel, Array<CEOID>& out, const Array<int32_t>* at) const {
   // One character would read a large part of all contacts on the first key press.
   if (query.GetLength() < 2 || out.GetSize() < 2) return TRUE;
   Str wanted(query);
@@ -72,10 +72,26 @@ BOOL PositionSearch::Rank(const Str& query, BOOL keypad, BOOL useCache, NameSour
   const wchar_t* chars = wanted;
   const int count = wanted.GetLength();
   const int pair = keypad ? NameKeyCache::KeyPairOf(chars, count) : 0;
+  // The key pairs by position answer a keypad query without a lookup for each contact: wholly for two
+  // keys, and for more they pass over a contact none of whose words begins with the first two.
+  const int32_t* where = nullptr;
+  if (useCache && pair != 0 && at != nullptr && at->GetSize() == total) {
+    pairRows.Refresh(positions, nameKeys);
+    where = at->GetData();
+  }
   Str last, first, company;
   for (int k = 0; k < total; ++k) {
     if (cancel != nullptr && cancel->Cancelled()) return FALSE;
     const CEOID oid = found[k];
+    // A position that no longer holds this contact leaves it to the cache.
+    const int position = where != nullptr ? where[k] : -1;
+    if (position >= 0 && position < positions.Count() && positions.OidAt(position) == oid) {
+      const int byRow = pairRows.RankOf(position, pair);
+      if (byRow == RankNone || (byRow != RankUnknown && count == 2)) {
+        part[byRow][filled[byRow]++] = oid;
+        continue;
+      }
+    }
     const int kept = useCache ? nameKeys.RankOf(oid, chars, count, keypad, pair) : RankUnknown;
     if (kept != RankUnknown) {
       part[kept][filled[kept]++] = oid;

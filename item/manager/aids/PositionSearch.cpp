@@ -73,29 +73,39 @@ void PositionSearch::Match(const SearchTree& tree, const Str& query, BOOL keypad
   }
 }
 
-void PositionSearch::ReadOff(const PositionSet& hits, int sortKind, Array<CEOID>& out) const {
+void PositionSearch::ReadOff(const PositionSet& hits, int sortKind, Array<CEOID>& out,
+                             Array<int32_t>* at) const {
   const int count = positions.Count();
   const int found = hits.Count();
   out.SetSize(found);
-  int at = 0;
+  Array<int32_t> unused;
+  Array<int32_t>& where = at != nullptr ? *at : unused;
+  where.SetSize(at != nullptr ? found : 0);
+  int32_t* place = at != nullptr ? where.GetData() : nullptr;
+  int next = 0;
+  // Each contact read off goes to `out`, and its position beside it when asked for.
+  auto take = [&](int position) {
+    if (place != nullptr) place[next] = position;
+    out[next++] = positions.OidAt(position);
+  };
   if (sortKind != 1) {
-    for (int position = hits.Next(0); position >= 0; position = hits.Next(position + 1))
-      out[at++] = positions.OidAt(position);
+    for (int position = hits.Next(0); position >= 0; position = hits.Next(position + 1)) take(position);
     return;
   }
   const Array<int32_t>& order = positions.FileAsOrder();
   if (found * kSortedFileAsShare >= count) {
     for (int k = 0; k < count; ++k) {
-      if (hits.Contains(order[k])) out[at++] = positions.OidAt(order[k]);
+      if (hits.Contains(order[k])) take(order[k]);
     }
     return;
   }
   Array<uint32_t> ranks;
   ranks.SetSize(found);
+  int ranked = 0;
   for (int position = hits.Next(0); position >= 0; position = hits.Next(position + 1))
-    ranks[at++] = static_cast<uint32_t>(positions.FileAsRankOf(position));
+    ranks[ranked++] = static_cast<uint32_t>(positions.FileAsRankOf(position));
   SortIds(ranks);
-  for (int k = 0; k < found; ++k) out[k] = positions.OidAt(order[static_cast<int>(ranks[k])]);
+  for (int k = 0; k < found; ++k) take(order[static_cast<int>(ranks[k])]);
 }
 
 BOOL PositionSearch::Fill(NameSource& source, DWORD budgetMs) {

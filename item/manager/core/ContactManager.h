@@ -280,9 +280,10 @@ class ContactManager : public ContactDatabase, public DbEventTarget, public Name
   BOOL PlainOrder(BOOL emptyQuery, const Array<CEOID>& match, int sortKind, const CategoryFilter& filter,
                   Array<CEOID>& out);
   // The match of a query in the order of sorted list `sortKind`, restricted to the filter, through
-  // the list positions; false with `handled` false when the positions can't serve.
+  // the list positions; false with `handled` false when the positions can't serve. `at`, when given,
+  // receives the name-list position of each contact of `out` for the ranking.
   BOOL OrderedMatch(const Str& query, BOOL keypad, int sortKind, const CategoryFilter& filter,
-                    Array<CEOID>& out, BOOL& handled);
+                    Array<CEOID>& out, BOOL& handled, Array<int32_t>* at = nullptr);
   // Drops the SIM contacts when HideSim is on and a SIM source is attached.
   void HideSimStage(Array<CEOID>& ids);
   // The digits of every phone of record `oid`, its eleven phone properties first, then the extended
@@ -293,8 +294,9 @@ class ContactManager : public ContactDatabase, public DbEventTarget, public Name
   BOOL WidenByPhone(const Str& query, int sortKind, const CategoryFilter& filter, Array<CEOID>& out,
                     SearchCancel* cancel);
   // Moves the contacts whose last name, first name or company has a word beginning with the query to
-  // the front; false on cancel.
-  BOOL ReorderByName(const Str& query, BOOL keypad, Array<CEOID>& out, SearchCancel* cancel);
+  // the front; false on cancel. `at`: the positions OrderedMatch gave for `out`, or null.
+  BOOL ReorderByName(const Str& query, BOOL keypad, Array<CEOID>& out, SearchCancel* cancel,
+                     const Array<int32_t>* at = nullptr);
   BOOL RunGroupedSearch(const Str& query, BOOL keypad, const CategoryFilter& filter, Array<uint32_t>& flat,
                         Array<Str>& titles, SearchCancel* cancel);
   // The category mask of the filter's categories; all zeros (one byte) when none of them is known.

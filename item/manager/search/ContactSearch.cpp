@@ -32,13 +32,14 @@ BOOL ContactManager::KeypadSearch(const Str& query, int sortKind, const Category
   return NoteRead([&]() -> BOOL {
     out.RemoveAll();
     BOOL handled = FALSE;
-    if (!OrderedMatch(query, TRUE, sortKind, filter, out, handled)) return FALSE;
+    Array<int32_t> at;
+    if (!OrderedMatch(query, TRUE, sortKind, filter, out, handled, &at)) return FALSE;
     if (!handled) {
       Array<CEOID> match;
       if (!KeypadMatch(query, match)) return FALSE;
       if (!PlainOrder(query.IsEmpty(), match, sortKind, filter, out)) return FALSE;
     }
-    if (!ReorderByName(query, TRUE, out, nullptr)) return FALSE;
+    if (!ReorderByName(query, TRUE, out, nullptr, handled ? &at : nullptr)) return FALSE;
     HideSimStage(out);
     return TRUE;
   }());

@@ -12,8 +12,9 @@ void ContactManager::SetSearchAids(BOOL on) {
 }
 
 BOOL ContactManager::OrderedMatch(const Str& query, BOOL keypad, int sortKind, const CategoryFilter& filter,
-                                  Array<CEOID>& out, BOOL& handled) {
+                                  Array<CEOID>& out, BOOL& handled, Array<int32_t>* at) {
   out.RemoveAll();
+  if (at != nullptr) at->RemoveAll();
   handled = FALSE;
   if (!searchAids || !index.IsOpen()) return TRUE;
   if (sortKind != SortKindName && sortKind != SortKindFileAs) {
@@ -46,7 +47,7 @@ BOOL ContactManager::OrderedMatch(const Str& query, BOOL keypad, int sortKind, c
       hits.Intersect(passing);
     }
   }
-  aids.ReadOff(hits, sortKind, out);
+  aids.ReadOff(hits, sortKind, out, at);
   return TRUE;
 }
 

@@ -24,7 +24,8 @@ bool ContactManager::ReadNames(CEOID oid, Str& last, Str& first, Str& company) {
   return ReadNameFields(oid, last, first, company);
 }
 
-BOOL ContactManager::ReorderByName(const Str& query, BOOL keypad, Array<CEOID>& out, SearchCancel* cancel) {
+BOOL ContactManager::ReorderByName(const Str& query, BOOL keypad, Array<CEOID>& out, SearchCancel* cancel,
+                                   const Array<int32_t>* at) {
   CancelOfSearch asked(cancel);
-  return aids.Rank(query, keypad, searchAids, *this, &asked, out);
+  return aids.Rank(query, keypad, searchAids, *this, &asked, out, at);
 }
