@@ -87,3 +87,23 @@ TEST_CASE("the sample add-in's command under \"Outlook Plugin\" runs for two mar
   CHECK(events[0] ==
         "CePimCommand type 0 count 2 ids " + std::to_string(ids[0]) + " " + std::to_string(ids[1]));
 }
+
+TEST_CASE("the pad's centre held on a row opens the same menu, whose add-in command runs for that contact") {
+  const std::vector<unsigned long> ids = IdsOf("Harper, Gale", "Ide, Hanna");
+  REQUIRE(ids.size() == 2);
+  ClearAll();
+  AddAddIn(L"Sample", SampleAddInPath(), L"Sample add-in");
+  ClearDeviceJournal();
+  // Down moves the caret to the second row; the held centre opens the menu there.
+  const std::string script =
+      "wait 2500\r\ntap 60 47\r\nwait 1200\r\nkey down\r\nwait 300\r\n"
+      "keydown action\r\nwait 900\r\nkeyup action\r\n"
+      "keydown up\r\nkeyup up\r\nkeydown right\r\nkeyup right\r\nwait 400\r\n"
+      "shot C:\\Temp\\plugins-held-menu.png\r\n"
+      "keydown 13\r\nkeyup 13\r\nwait 1500\r\n"
+      "quit\r\n";
+  CHECK(RunScript(script) == 0);
+  const std::vector<std::string> events = JournalEvents("sampleaddin");
+  REQUIRE_FALSE(events.empty());
+  CHECK(events[0] == "CePimCommand type 0 count 1 ids " + std::to_string(ids[1]));
+}
