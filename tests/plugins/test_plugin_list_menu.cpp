@@ -41,6 +41,22 @@ class TestSource : public ContactDataSource {
   }
 };
 
+// A listener that counts the appointments asked for and ignores all else.
+class Listener : public ContactListListener {
+ public:
+  int appointments = 0;
+  void OnKeyDown(HWND, UINT, LPARAM) override {}
+  void OnActivate(int, int) override {}
+  void OnClicked(int, int, BOOL) override {}
+  void OnDoubleClicked(int, int) override {}
+  void OnCaretChanged(int, int) override {}
+  void OnPhoneMenuUsed(CEOID) override {}
+  void OnMakeAppointment() override { ++appointments; }
+  void OnDialed() override {}
+  void OnQueryHighlight(const Str&, Array<int>&) override {}
+  void OnChar(HWND, WPARAM, LPARAM) override {}
+};
+
 // The list with its long-press menu read instead of tracked, and answered with `answer`.
 class TestList : public ContactList {
  public:
@@ -58,6 +74,7 @@ class TestList : public ContactList {
 struct ListFixture {
   HWND parent = nullptr;
   TestSource source;
+  Listener listener;
   TestList list;
 
   ListFixture() {
@@ -79,6 +96,7 @@ struct ListFixture {
     source.Put(L"Edith", L"Frost", 56);
     source.Show({12, 34, 56});
     list.SetSource(&source);
+    list.SetListener(&listener);
     Pump();
   }
   ~ListFixture() {
@@ -165,4 +183,28 @@ TEST_CASE("with neither add-ins nor extensions the long-press menu gains nothing
   REQUIRE_FALSE(f.list.menu.empty());
   CHECK(Last(f.list.menu).find("Outlook Plugin") == std::string::npos);
   CHECK(Last(f.list.menu) == "Make Appointment... #41211");
+}
+
+TEST_CASE("a command below the add-ins' ids stays with the list while an add-in is installed") {
+  ClearAll();
+  AddAddIn(L"Sample", SampleAddInPath(), L"Sample add-in");
+  GetPluginManager()->Init(kFirst);
+  ListFixture f;
+  f.list.Control().SetCaret(0);
+  Pump();
+  testpaths::ClearDeviceJournal();
+  // "Make Appointment..." (41211) is the list's own, below the add-ins' ids.
+  f.list.answer = kFirst - 11;
+  f.LongPress(0);
+  REQUIRE(f.list.menu.size() >= 2);
+  CHECK(f.list.menu[f.list.menu.size() - 3] == "Make Appointment... #41211");
+  CHECK(f.listener.appointments == 1);
+  CHECK(JournalEvents("sampleaddin").empty());
+  // The add-in's own id runs the add-in and nothing of the list.
+  f.list.answer = kFirst;
+  f.LongPress(0);
+  CHECK(f.listener.appointments == 1);
+  const std::vector<std::string> events = JournalEvents("sampleaddin");
+  REQUIRE_FALSE(events.empty());
+  CHECK(events[0] == "CePimCommand type 0 count 1 ids 12");
 }
