@@ -17,6 +17,7 @@
 #include "ManagerTestSupport.h"
 #include "MessagePump.h"
 #include "WideText.h"
+#include "foundation/Settings.h"
 #include "lists/ContactList.h"
 #include "manager/datasource/ContactDataSource.h"
 #include "phone/PhoneDevice.h"
@@ -895,6 +896,8 @@ TEST_CASE(
     "CallContact dials the chosen number and tells the listener; an empty number or contact calls "
     "nothing") {
   ListFixture f;
+  // The talk key's chooser stays down: it is tested with the chooser itself.
+  SetSettingDword(SECTION_SETTINGS, L"DialType", 1, TRUE);
   Contact withPhone = With(Person(L"Adams", L"Ann"), ContactField::MobilePhone, L"555-0105");
   withPhone.text[ContactField::WorkPhone] = L"555-0100";
   withPhone.defaultItem = kMobileId;
