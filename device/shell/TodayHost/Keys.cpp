@@ -5,6 +5,7 @@
 // the Today screen to the front. The pad's centre sends its own code (134) and a Return, pressed and
 // released together. On the Today screen itself the keys go to the selected item (Host.cpp).
 #include "TodayHost.h"
+#include "HardwareKeys.h"
 
 #include <DeviceJournal.h>
 #include <DeviceShell.h>
@@ -91,6 +92,11 @@ HWND Host::KeyTarget(UINT vk, bool up) {
       PostMessageW(front, WM_HOTKEY, vk, MAKELPARAM(up ? MOD_KEYUP : 0, vk));
       return nullptr;
     }
+  }
+  // The application keys that no window took over start their programs (HardwareKeys.cpp).
+  if (IsHardwareKey(vk)) {
+    if (!up) StartHardwareKeyProgram(vk);
+    return nullptr;
   }
   HWND target = FocusOf(front);
   DeviceJournalWrite(kJournalSource, L"key %u %ls to %ls", vk, up ? L"up" : L"down",

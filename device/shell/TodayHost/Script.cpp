@@ -10,7 +10,8 @@
 //                    press at X1,Y1, move in STEPS even steps (default 8) to X2,Y2, release there
 //   key NAME|VK      a hardware key as the device delivers it (see Keys.cpp): up, down, left, right,
 //                    enter (or action), talk, end, home, back, soft1, soft2, or a virtual-key code in
-//                    decimal or 0x hexadecimal
+//                    decimal or 0x hexadecimal; app1 to app5 (or 0x40C1 to 0x40C5) are the
+//                    application keys, which start what the registry names (HardwareKeys.cpp)
 //   keydown NAME|VK  only the press of a key, which stays held
 //   keyup NAME|VK    only its release
 //   ok               the OK button of the navigation bar, for the window in front
@@ -27,6 +28,7 @@
 // painting is waiting, so each command sees the effects of the one before. The pen events of one
 // command (a hold's release, a drag's moves) come one a timer message, like the commands.
 #include "TodayHost.h"
+#include "HardwareKeys.h"
 
 #include <DeviceJournal.h>
 #include <aygshell.h>
@@ -128,6 +130,7 @@ UINT ParseKey(const std::wstring& text) {
   if (name == L"back") return VK_TBACK;
   if (name == L"soft1") return VK_TSOFT1;
   if (name == L"soft2") return VK_TSOFT2;
+  if (UINT hardware = ParseHardwareKey(text)) return hardware;
   long vk = 0;
   if (ParseNumber(text, &vk) && vk > 0 && vk < 256) return static_cast<UINT>(vk);
   return 0;
