@@ -82,6 +82,9 @@ LRESULT PhoneSelectWnd::WindowProc(HWND window, UINT message, WPARAM wParam, LPA
 }
 
 void PhoneSelectWnd::OnCommand(UINT command) {
+  // Only a window that is up acts: the pad's centre comes up as two keys, Return and its own, and a
+  // tap's release comes later by a posted message.
+  if (!shown) return;
   const int row = list.Selected();
   switch (command) {
     case kCommandDial: {

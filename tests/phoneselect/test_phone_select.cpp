@@ -412,6 +412,27 @@ TEST_CASE("Return and the pad's centre dial the selection; End closes without a 
   CHECK_FALSE(AnyCall(mark));
 }
 
+TEST_CASE("the pad's centre comes up as Return and as its own key: one call, and nothing once closed") {
+  Fixture f;
+  Contact contact = ThreeNumbers();
+  REQUIRE(f.Chooser().Show(f.parent, &contact, nullptr));
+  size_t mark = JournalMark();
+  SendMessageW(f.ListWindow(), WM_KEYUP, VK_RETURN, 0xC0000001);
+  SendMessageW(f.ListWindow(), WM_KEYUP, PhoneSelectWnd::kActionKey, 0xC0000001);
+  Pump();
+  CHECK(JournalContains(mark, "phone", Call("555-0100")));
+  Pump(500);
+  int calls = 0;
+  for (const std::string& event : EventsSince(mark, "phone")) calls += event.find("PhoneMakeCall") == 0;
+  CHECK(calls == 1);
+  // Commands that reach a closed window do nothing.
+  mark = JournalMark();
+  SendMessageW(f.Window(), WM_COMMAND, PhoneSelectWnd::kCommandDial, 0);
+  SendMessageW(f.Window(), WM_COMMAND, PhoneSelectWnd::kCommandSms, 0);
+  CHECK_FALSE(AnyCall(mark, 500));
+  CHECK(EventsSince(mark, "tmail").empty());
+}
+
 TEST_CASE("Up at the first row and Down at the last do nothing; the selection stays in the rows") {
   Fixture f;
   Contact contact = ThreeNumbers();
