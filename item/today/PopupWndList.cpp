@@ -55,7 +55,9 @@ void PopupWnd::OnDoubleClicked(int group, int item) { SendToOwner(WM_ITEM_RESERV
 
 void PopupWnd::OnCaretChanged(int, int) {}
 
-void PopupWnd::OnPhoneMenuUsed(CEOID) {}
+void PopupWnd::OnPhoneMenuUsed(CEOID) {
+  // Nothing more for the popup: the list has stored the contact's new default and repainted its row.
+}
 
 void PopupWnd::OnDialed() {}
 
