@@ -49,6 +49,8 @@ PhoneSelectWnd::PhoneSelectWnd()
 }
 
 PhoneSelectWnd::~PhoneSelectWnd() {
+  // Going down, the window defends nothing.
+  shown = 0;
   list.Destroy();
   if (hwnd && IsWindow(hwnd)) DestroyWindow(hwnd);
 }
