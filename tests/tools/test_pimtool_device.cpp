@@ -383,18 +383,25 @@ struct PhotoFile {
 bool ReadPhotoFile(const std::string& name, PhotoFile& file) {
   HBITMAP bitmap = ImageLoadPng(DataFile(name).c_str(), &file.width, &file.height);
   if (!bitmap) return false;
-  DIBSECTION section = {};
-  GetObjectW(bitmap, sizeof section, &section);
-  const BYTE* bits = static_cast<const BYTE*>(section.dsBm.bmBits);
-  const bool topDown = section.dsBmih.biHeight < 0;
+  // The rows asked for top-down, whichever way the bitmap holds them.
+  const int stride = (file.width * 3 + 3) & ~3;
+  std::vector<BYTE> rows(static_cast<size_t>(stride) * file.height);
+  BITMAPINFO info = {};
+  info.bmiHeader.biSize = sizeof(info.bmiHeader);
+  info.bmiHeader.biWidth = file.width;
+  info.bmiHeader.biHeight = -file.height;
+  info.bmiHeader.biPlanes = 1;
+  info.bmiHeader.biBitCount = 24;
+  HDC dc = GetDC(nullptr);
+  const int copied = GetDIBits(dc, bitmap, 0, file.height, rows.data(), &info, DIB_RGB_COLORS);
+  ReleaseDC(nullptr, dc);
+  DeleteObject(bitmap);
   for (int y = 0; y < file.height; ++y) {
-    const BYTE* row =
-        bits + static_cast<size_t>(topDown ? y : file.height - 1 - y) * section.dsBm.bmWidthBytes;
+    const BYTE* row = rows.data() + static_cast<size_t>(y) * stride;
     for (int x = 0; x < file.width; ++x)
       file.pixels.push_back(RGB(row[x * 3 + 2], row[x * 3 + 1], row[x * 3]));
   }
-  DeleteObject(bitmap);
-  return true;
+  return copied == file.height;
 }
 
 bool Near(COLORREF a, COLORREF b, int tolerance) {
@@ -412,11 +419,14 @@ TEST_CASE(
   // Files of earlier runs would make the names unique with a counter.
   for (const char* name : {"Greta_Hollis.png", "Walter_Wide.png", "Bea_Bitmap.png", "Dan_Damaged.png"})
     DeleteFileW(DataFile(name).c_str());
-  const std::string png = Encode(GUID_ContainerFormatPng, 40, 30,
-                                 [](int x, int) { return x < 20 ? RGB(200, 40, 40) : RGB(40, 40, 200); });
-  const std::string jpeg =
-      Encode(GUID_ContainerFormatJpeg, 960, 640, [](int, int) { return RGB(40, 160, 60); });
-  const std::string bmp = Encode(GUID_ContainerFormatBmp, 16, 16, [](int, int) { return RGB(250, 200, 0); });
+  // Each picture is told apart at its top from its bottom, so that a picture turned over shows.
+  const std::string png = Encode(GUID_ContainerFormatPng, 40, 30, [](int x, int y) {
+    return y < 6 ? RGB(20, 180, 20) : x < 20 ? RGB(200, 40, 40) : RGB(40, 40, 200);
+  });
+  const std::string jpeg = Encode(GUID_ContainerFormatJpeg, 960, 640,
+                                  [](int, int y) { return y < 320 ? RGB(40, 160, 60) : RGB(200, 200, 40); });
+  const std::string bmp = Encode(GUID_ContainerFormatBmp, 16, 16,
+                                 [](int, int y) { return y < 8 ? RGB(250, 200, 0) : RGB(0, 0, 250); });
   REQUIRE_FALSE(png.empty());
   REQUIRE_FALSE(jpeg.empty());
   REQUIRE_FALSE(bmp.empty());
@@ -461,7 +471,8 @@ TEST_CASE(
   REQUIRE(ReadPhotoFile("Greta_Hollis.png", photo));
   CHECK(photo.width == 40);
   CHECK(photo.height == 30);
-  CHECK(photo.At(5, 5) == RGB(200, 40, 40));
+  CHECK(photo.At(5, 2) == RGB(20, 180, 20));
+  CHECK(photo.At(5, 15) == RGB(200, 40, 40));
   CHECK(photo.At(35, 25) == RGB(40, 40, 200));
 
   // A picture larger than a phone shows is scaled down to fit 480 pixels, its proportions kept.
@@ -470,13 +481,15 @@ TEST_CASE(
   REQUIRE(ReadPhotoFile("Walter_Wide.png", wide));
   CHECK(wide.width == 480);
   CHECK(wide.height == 320);
-  CHECK(Near(wide.At(240, 160), RGB(40, 160, 60), 12));
+  CHECK(Near(wide.At(240, 80), RGB(40, 160, 60), 12));
+  CHECK(Near(wide.At(240, 240), RGB(200, 200, 40), 12));
 
   CHECK(PhotoLine(IdOf("Bitmap, Bea")) == "Bea_Bitmap.png");
   PhotoFile small;
   REQUIRE(ReadPhotoFile("Bea_Bitmap.png", small));
   CHECK(small.width == 16);
-  CHECK(small.At(8, 8) == RGB(250, 200, 0));
+  CHECK(small.At(8, 2) == RGB(250, 200, 0));
+  CHECK(small.At(8, 12) == RGB(0, 0, 250));
 
   // The damaged picture: no photo, no file; the rest of the card is there.
   const std::string dan = IdOf("Damaged, Dan");

@@ -148,27 +148,37 @@ HBITMAP LoadWithLibrary(const std::string& bytes, bool png, std::wstring& why) {
 }
 
 // The bitmap's pixels as a photo, scaled down to fit kImportedPhotoSide when larger. Deletes `bitmap`.
+// The rows are asked for top-down, whichever way the bitmap holds them.
 bool PhotoFromBitmap(HBITMAP bitmap, ContactPhoto& photo, std::wstring& why) {
-  DIBSECTION section = {};
-  const bool readable = GetObjectW(bitmap, sizeof section, &section) == sizeof section &&
-                        section.dsBm.bmBitsPixel == 24 && section.dsBm.bmBits != nullptr;
-  if (!readable) {
+  BITMAP shape = {};
+  if (GetObjectW(bitmap, sizeof shape, &shape) == 0 || shape.bmWidth <= 0 || shape.bmHeight == 0) {
     DeleteObject(bitmap);
     why = L"the picture's pixels can't be read";
     return false;
   }
-  const int width = section.dsBm.bmWidth;
-  const int height = section.dsBm.bmHeight;
-  const int stride = section.dsBm.bmWidthBytes;
-  const unsigned char* bits = static_cast<const unsigned char*>(section.dsBm.bmBits);
-  // A bottom-up section has its top row last.
-  const bool topDown = section.dsBmih.biHeight < 0;
-  const unsigned char* top = topDown ? bits : bits + static_cast<size_t>(height - 1) * stride;
+  const int width = shape.bmWidth;
+  const int height = shape.bmHeight < 0 ? -shape.bmHeight : shape.bmHeight;
+  const int stride = (width * 3 + 3) & ~3;
+  std::vector<unsigned char> rows(static_cast<size_t>(stride) * height);
+  BITMAPINFO info = {};
+  info.bmiHeader.biSize = sizeof(info.bmiHeader);
+  info.bmiHeader.biWidth = width;
+  info.bmiHeader.biHeight = -height;
+  info.bmiHeader.biPlanes = 1;
+  info.bmiHeader.biBitCount = 24;
+  info.bmiHeader.biCompression = BI_RGB;
+  HDC dc = GetDC(nullptr);
+  const int copied = GetDIBits(dc, bitmap, 0, static_cast<UINT>(height), rows.data(), &info, DIB_RGB_COLORS);
+  ReleaseDC(nullptr, dc);
+  DeleteObject(bitmap);
+  if (copied != height) {
+    why = L"the picture's pixels can't be read";
+    return false;
+  }
   int fitWidth = width, fitHeight = height;
   if (width > kImportedPhotoSide || height > kImportedPhotoSide)
     FitIntoSquare(width, height, kImportedPhotoSide, fitWidth, fitHeight);
-  photo = AveragedPhoto(top, topDown ? stride : -stride, width, height, fitWidth, fitHeight);
-  DeleteObject(bitmap);
+  photo = AveragedPhoto(rows.data(), stride, width, height, fitWidth, fitHeight);
   if (photo.IsEmpty()) {
     why = L"no memory for the picture";
     return false;
