@@ -44,7 +44,10 @@ void ContactTextWindow::Layout() {
     }
     if (text.right < text.left) text.right = text.left;
     if (!item.text.IsEmpty()) {
-      item.text.Draw(dc, &text, kMarkupMeasureFlags);
+      // A value too wide for its line breaks as an address would, after an "@" or a ".".
+      item.text.Draw(
+          dc, &text,
+          item.kind == ItemField ? kMarkupMeasureFlags | kMarkupAddressBreak : kMarkupMeasureFlags);
     } else {
       // Nothing to measure: the text takes no room.
       text.right = text.left;

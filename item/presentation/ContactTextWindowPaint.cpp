@@ -145,9 +145,9 @@ void ContactTextWindow::PaintField(HDC dc, ContactTextItem& item, bool selected,
     Fill(dc, mark, brush);
   }
   if (selected)
-    item.text.DrawColored(dc, &value, kDrawFlags, text);
+    item.text.DrawColored(dc, &value, kDrawFlags | kMarkupAddressBreak, text);
   else
-    item.text.Draw(dc, &value, kDrawFlags);
+    item.text.Draw(dc, &value, kDrawFlags | kMarkupAddressBreak);
   if (item.image) {
     // The icon fills its cell, and no more than the row's height: an icon resource of another size
     // would otherwise spill over the next row.

@@ -19,6 +19,9 @@
 const UINT kMarkupEndEllipsis = 0x0040;
 // What the painted windows pass to measure a text: DT_CALCRECT, DT_WORDBREAK and 0x800.
 const UINT kMarkupMeasureFlags = 0x0C10;
+// With DT_WORDBREAK: a word too wide for its line (a mail address, a web address, a path) breaks after
+// the last "@", ".", "/", "\\", "-" or "_" that fits on the line, and only without one at a character.
+const UINT kMarkupAddressBreak = 0x10000;
 
 // The lines of a text at one width: the character count and drawn width of each line, and the
 // blanks at wrap points, which are not drawn.

@@ -16,6 +16,11 @@ void CloseLine(MarkupLines& lines, int count, int width) {
   lines.width.Add(width);
 }
 
+// The characters after which an address may go on on the next line.
+bool IsAddressBreak(wchar_t ch) {
+  return ch == L'@' || ch == L'.' || ch == L'/' || ch == L'\\' || ch == L'-' || ch == L'_';
+}
+
 int SumWidths(const int32_t* widths, int from, int to) {
   int sum = 0;
   for (int i = from; i < to; ++i) sum += widths[i];
@@ -111,6 +116,18 @@ void MarkupText::BreakLines(int rectWidth, UINT flags, MarkupLines& lines) const
       width = SumWidths(advances, start, i + 1);
       if (count <= 1 || width <= rectWidth) continue;
       // The word behind the blank is too wide by itself: it is cut like a line without blanks.
+    }
+    if ((flags & DT_WORDBREAK) && (flags & kMarkupAddressBreak)) {
+      int after = -1;
+      for (int j = i - 1; j >= start && after < 0; --j)
+        if (IsAddressBreak(chars[j])) after = j;
+      if (after >= 0) {
+        CloseLine(lines, after - start + 1, SumWidths(advances, start, after + 1));
+        start = after + 1;
+        count = i - after;
+        width = SumWidths(advances, start, i + 1);
+        if (count <= 1 || width <= rectWidth) continue;
+      }
     }
     CloseLine(lines, count - 1, width - advances[i]);
     start = i;

@@ -154,6 +154,9 @@ void CPimToday::SetPopupMode(int newMode) {
   if (!window) return;
   SetWindowLongW(window, GWL_EXSTYLE, GetWindowLongW(window, GWL_EXSTYLE) & ~WS_EX_NOACTIVATE);
   ShowWindow(window, keepFocus ? SW_SHOWNA : SW_SHOW);
+  // The page shown before the popup was visible couldn't take the focus then; the popup's activation
+  // doesn't give it either, so a one-result search would leave the keys with the item window.
+  GiveFocus();
 }
 
 RECT CPimToday::PopupRect() const {

@@ -7,6 +7,7 @@
 #include "MessagePump.h"
 #include "ViewTestSupport.h"
 #include "presentation/Skin.h"
+#include "presentation/UserFonts.h"
 
 using namespace viewtest;
 
@@ -281,4 +282,191 @@ TEST_CASE("keys: Up and Down select rows, Left reports no row, Return and Right 
   SendMessageW(page.Window(), WM_KEYDOWN, 'Q', 1);
   SendMessageW(page.Window(), WM_KEYUP, VK_F4, 0xC0000001);
   CHECK(ParentMessages() == std::vector<UINT>{WM_KEYDOWN, WM_KEYUP});
+}
+
+namespace {
+
+// Sends the note control's request for its copy menu once, from a timer of the thread, so that a menu it
+// might open runs inside the watch of PumpWatchingMenu.
+HWND g_menuTarget = nullptr;
+HWND g_menuNote = nullptr;
+
+void CALLBACK AskForNoteMenu(HWND, UINT, UINT_PTR timer, DWORD) {
+  KillTimer(nullptr, timer);
+  NMHDR header = {g_menuNote, static_cast<UINT_PTR>(GetDlgCtrlID(g_menuNote)),
+                  ContactTextWindow::kNoteMenuNotify};
+  SendMessageW(g_menuTarget, WM_NOTIFY, header.idFrom, reinterpret_cast<LPARAM>(&header));
+}
+
+std::wstring WindowText(HWND window) {
+  wchar_t text[512] = L"";
+  GetWindowTextW(window, text, 512);
+  return text;
+}
+
+}  // namespace
+
+TEST_CASE("the note's copy menu: a hold selects the note and Copy puts its text on the clipboard") {
+  TextFixture page;
+  page.Rows(2);
+  const std::string note = "Prefers calls after ten.\r\nAsk about the map collection.";
+  page.text.SetNote(reinterpret_cast<const BYTE*>(note.data()), static_cast<uint32_t>(note.size()), 12);
+  page.text.Relayout();
+  Pump(50);
+  HWND control = page.text.NoteWindow();
+  REQUIRE(IsWindowVisible(control));
+  const std::wstring shown = WindowText(control);
+  REQUIRE(shown.find(L"Prefers calls after ten.") == 0);
+
+  // Nothing selected in the note: its request brings no menu.
+  SetClipboardText(L"before");
+  g_menuTarget = page.Window();
+  g_menuNote = control;
+  SetTimer(nullptr, 0, 10, AskForNoteMenu);
+  CHECK(PumpWatchingMenu(300, true) == 0);
+  CHECK(ClipboardText() == L"before");
+
+  // A hold in the note selects its text and asks for the menu: the one entry "Copy" copies the note.
+  RECT noteRect;
+  GetClientRect(control, &noteRect);
+  POINT at = {noteRect.right / 2, 4};
+  Down(control, at);
+  std::vector<std::wstring> entries;
+  CHECK(PumpWatchingMenu(900, true, &entries) == 1);
+  Up(control, at);
+  CHECK(entries == std::vector<std::wstring>{L"Copy"});
+  CHECK(SendMessageW(control, ContactTextWindow::kNoteHasSelection, 0, 0) != 0);
+  CHECK(ClipboardText() == shown);
+  // The rows' own selection and reports are not touched by the note's menu.
+  CHECK(page.text.SelEnd() == -1);
+  CHECK(Reports().empty());
+
+  // The menu dismissed: nothing is copied.
+  SetClipboardText(L"before");
+  Down(control, at);
+  CHECK(PumpWatchingMenu(900, false) == 1);
+  Up(control, at);
+  CHECK(ClipboardText() == L"before");
+}
+
+TEST_CASE("a drag beyond the rows' edge scrolls every 200 ms by its distance, extending the selection") {
+  TextFixture page;
+  page.Rows(30);
+  const int unit = (Skin::dpiY * 10 + 48) / 96;
+  RECT client;
+  GetClientRect(page.Window(), &client);
+  int lastInView = -1;
+  for (int i = 0; i < page.text.ItemCount(); ++i)
+    if (page.text.ItemTop(i) + page.text.Item(i).rect.bottom <= client.bottom) lastInView = i;
+  REQUIRE(lastInView > 0);
+  REQUIRE(lastInView < page.text.ItemCount() - 1);
+
+  POINT at;
+  REQUIRE(TextPoint(page.text, 0, at));
+  Down(page.Window(), at);
+  Move(page.Window(), Offset(at, 0, 4));
+  CHECK(page.text.SelAnchor() == 0);
+  // Two units below the edge: each tick moves (2 units + 1 unit) / unit = 3 steps.
+  POINT below = {at.x, client.bottom + 2 * unit};
+  Move(page.Window(), below);
+  CHECK(page.text.AllPos() == 0);
+  Pump(500);
+  const int moved = page.text.AllPos();
+  CHECK(moved >= 3);
+  CHECK(moved % 3 == 0);
+  CHECK(moved <= 9);
+  CHECK(page.text.SelAnchor() == 0);
+  CHECK(page.text.SelEnd() > lastInView);
+  CHECK(GetScrollPos(page.Window(), SB_VERT) == moved);
+
+  // Back inside: the scrolling stops, and the selection follows the pointer.
+  Move(page.Window(), at);
+  Pump(450);
+  CHECK(page.text.AllPos() == moved);
+
+  // Above the top, half a unit out: one step back on each tick, until the release stops it.
+  POINT above = {at.x, -unit / 2};
+  Move(page.Window(), above);
+  Pump(450);
+  const int back = page.text.AllPos();
+  CHECK(back < moved);
+  CHECK(back >= moved - 3);
+  CHECK(page.text.SelEnd() < page.text.ItemCount());
+  Up(page.Window(), above);
+  Pump(450);
+  CHECK(page.text.AllPos() == back);
+  CHECK(Reports().empty());
+}
+
+TEST_CASE("a mail address too wide for its row breaks after the '@', not inside a word") {
+  TextFixture page;
+  page.text.Clear();
+  const Str mail(L"<#004080><I>greta.hollis@quarrylane-antiquarian-booksellers.example</I></#>");
+  page.text.AddField(Str(L"E-mail"), mail, Str(), 2, 8, Skin::Get()->GetMailIcon());
+  page.text.Relayout();
+  Pump(50);
+  REQUIRE(page.text.ItemCount() == 1);
+  const ContactTextItem& row = page.text.Item(0);
+  const wchar_t* plain = row.text.GetPlainText();
+  REQUIRE(plain != nullptr);
+  const int width = row.textRect.right - row.textRect.left;
+  MarkupLines lines;
+  row.text.BreakLines(width, kMarkupMeasureFlags | kMarkupAddressBreak, lines);
+  REQUIRE(lines.GetCount() >= 2);
+  CHECK(row.textRect.bottom - row.textRect.top == lines.GetCount() * row.text.GetLineHeight());
+  int start = 0;
+  for (int i = 0; i < lines.GetCount(); ++i) {
+    const int count = lines.charCount[i];
+    CHECK(lines.width[i] <= width);
+    // Every line but the last ends after a character an address breaks at.
+    if (i + 1 < lines.GetCount()) CHECK(wcschr(L"@.-/\\_", plain[start + count - 1]) != nullptr);
+    start += count;
+  }
+  CHECK(start == row.text.GetLength());
+
+  // At a width that holds "greta.hollis@quarry": the line ends after the "@"; without the address rule
+  // the address is cut inside the word "quarrylane".
+  const std::wstring text = plain;
+  const int fits = static_cast<int>(text.find(L"quarry")) + 6;
+  int held = 0;
+  for (int i = 0; i < fits; ++i) held += row.text.GetAdvance(i);
+  MarkupLines byAddress, cut;
+  row.text.BreakLines(held, kMarkupMeasureFlags | kMarkupAddressBreak, byAddress);
+  row.text.BreakLines(held, kMarkupMeasureFlags, cut);
+  REQUIRE(byAddress.GetCount() >= 2);
+  REQUIRE(cut.GetCount() >= 2);
+  CHECK(text.substr(0, byAddress.charCount[0]) == L"greta.hollis@");
+  CHECK(text.substr(0, cut.charCount[0]) == L"greta.hollis@quarry");
+  // The rest goes on after a hyphen in the same way.
+  const std::wstring second = text.substr(byAddress.charCount[0], byAddress.charCount[1]);
+  CHECK(second.back() == L'-');
+}
+
+TEST_CASE("the page's head asks for its name in bold Tahoma and for the rest of it in plain Tahoma") {
+  TextFixture page;
+  page.text.SetFonts(GetViewFont(true), GetViewFont(false));
+  page.text.Clear();
+  page.text.SetHead(nullptr, Str(L"<B>Greta Hollis</B> Owner"), 0, 8, FALSE);
+  page.text.Relayout();
+  Pump(50);
+  REQUIRE(page.text.ItemCount() == 1);
+  const MarkupText& head = page.text.Item(0).text;
+  REQUIRE(head.GetFontCache() != nullptr);
+  const MarkupCharAttr* attrs = head.GetAttrs();
+  REQUIRE(attrs != nullptr);
+  LOGFONTW name = {}, title = {}, label = {};
+  REQUIRE(GetObjectW(head.GetFontCache()->GetFont(attrs[0].fontIndex, nullptr), sizeof name, &name) != 0);
+  REQUIRE(GetObjectW(head.GetFontCache()->GetFont(attrs[head.GetLength() - 1].fontIndex, nullptr),
+                     sizeof title, &title) != 0);
+  REQUIRE(GetObjectW(GetViewFont(true), sizeof label, &label) != 0);
+  CHECK(std::wstring(name.lfFaceName) == L"Tahoma");
+  CHECK(name.lfWeight == FW_BOLD);
+  CHECK(std::wstring(title.lfFaceName) == L"Tahoma");
+  CHECK(title.lfWeight == FW_NORMAL);
+  CHECK(name.lfHeight == title.lfHeight);
+  // 8 points at the screen's density.
+  CHECK(name.lfHeight == -static_cast<LONG>(Skin::dpiY * 8 / 72.0 + 0.5));
+  // The labels' font is the bold one of the same face.
+  CHECK(std::wstring(label.lfFaceName) == L"Tahoma");
+  CHECK(label.lfWeight == FW_BOLD);
 }

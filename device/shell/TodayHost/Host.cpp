@@ -19,6 +19,13 @@ constexpr COLORREF kBand = RGB(16, 52, 124);
 constexpr COLORREF kBandText = RGB(255, 255, 255);
 constexpr COLORREF kSeparator = RGB(214, 214, 214);
 
+int ScreenDpi() {
+  HDC dc = GetDC(nullptr);
+  const int dpi = GetDeviceCaps(dc, LOGPIXELSY);
+  ReleaseDC(nullptr, dc);
+  return dpi;
+}
+
 // Whether the system lists the face. (Asked by enumeration: a font made for a face that isn't there yet
 // would be remembered with its substitute.)
 bool FaceKnown(const wchar_t* face) {
@@ -40,6 +47,10 @@ bool FaceKnown(const wchar_t* face) {
 
 // The device's screen font is Tahoma. When the system doesn't know it, the screen adds it for its own
 // process, where the items run: from the system's font folder, else from the emulator's data folder.
+// The emulator's bold Tahoma is bold only in its small bitmap sizes, which a 96-dpi screen draws; its
+// outlines, which the larger text of a denser screen is drawn from, are those of the plain face, so
+// that bold would look plain there. A denser screen takes the plain face alone, and the system makes
+// its bold from that.
 void AddScreenFont() {
   if (FaceKnown(L"Tahoma")) {
     DeviceJournalWrite(kJournalSource, L"font Tahoma present");
@@ -59,10 +70,11 @@ void AddScreenFont() {
     const std::wstring regular = folder + L"tahoma.ttf", bold = folder + L"tahomabd.ttf";
     if (GetFileAttributesW(regular.c_str()) == INVALID_FILE_ATTRIBUTES) continue;
     int added = AddFontResourceExW(regular.c_str(), FR_PRIVATE, nullptr);
-    if (GetFileAttributesW(bold.c_str()) != INVALID_FILE_ATTRIBUTES)
-      added += AddFontResourceExW(bold.c_str(), FR_PRIVATE, nullptr);
+    const bool boldFace = ScreenDpi() <= 96 && GetFileAttributesW(bold.c_str()) != INVALID_FILE_ATTRIBUTES;
+    if (boldFace) added += AddFontResourceExW(bold.c_str(), FR_PRIVATE, nullptr);
     if (added > 0 && FaceKnown(L"Tahoma")) {
-      DeviceJournalWrite(kJournalSource, L"font Tahoma added from %ls", folder.c_str());
+      DeviceJournalWrite(kJournalSource, L"font Tahoma added from %ls%ls", folder.c_str(),
+                         boldFace ? L"" : L", its bold made from the plain face");
       return;
     }
   }

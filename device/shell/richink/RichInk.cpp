@@ -74,22 +74,22 @@ void DecodeParagraph(const BYTE* p, size_t length, std::wstring& out) {
   }
 }
 
-// An ink note: a 14-byte header, then records of a 6-byte head (type, sub, id, size in 4-byte units)
-// and a body; the paragraphs (type 65) hold the text from the 24th byte of their body.
+// An ink note: a 14-byte header ("{\\pwi", 15 00 00, 01 01, a 16-bit version and 0), then records of a
+// 6-byte head (16-bit type, id and size in 4-byte units; an object's data record counts its size in
+// bytes, with the id as the high word) and a body; the paragraphs (type 65) hold the text from the
+// 24th byte of their body.
 bool DecodeInk(const std::string& data, std::wstring& out) {
   const BYTE* p = reinterpret_cast<const BYTE*>(data.data());
   size_t length = data.size();
   if (length < 14 || data.compare(0, 5, "{\\pwi") != 0) return false;
-  bool header = true;
-  for (size_t i = 5; i < 14; ++i)
-    if (p[i] >= 10) header = false;
-  if (!header) return false;
+  if (p[5] != 0x15 || p[6] != 0 || p[7] != 0 || p[8] != 1 || p[9] != 1) return false;
   size_t offset = 14;
   bool first = true;
   while (offset + 7 <= length) {
-    BYTE type = p[offset], sub = p[offset + 1];
+    uint16_t type = U16(p + offset);
+    size_t id = U16(p + offset + 2);
     size_t size = U16(p + offset + 4);
-    size_t body = (type == 85 || type == 111) ? size + (static_cast<size_t>(sub) << 16) : size * 4;
+    size_t body = type == 85 ? size + (id << 16) : size * 4;
     if (body > length - offset - 6) break;
     const BYTE* start = p + offset + 6;
     if (type == 65 && body >= 24) {
@@ -225,8 +225,12 @@ LRESULT StreamIn(HWND window, Control& control, WPARAM format, EDITSTREAM* strea
   control.text = Decode(data);
   control.firstLine = 0;
   control.selected = false;
-  // The journal gets the first line of the text, so that a test can tell which note was shown.
-  std::wstring first = control.text.substr(0, control.text.find_first_of(L"\r\n"));
+  // The journal gets the first line of the text that isn't empty (a document may begin with an empty
+  // paragraph), so that a test can tell which note was shown.
+  const size_t begin = control.text.find_first_not_of(L"\r\n");
+  std::wstring first = begin == std::wstring::npos
+                           ? std::wstring()
+                           : control.text.substr(begin, control.text.find_first_of(L"\r\n", begin) - begin);
   if (first.size() > 80) first.resize(80);
   DeviceJournalWrite(kSource, L"stream in format 0x%lx, %lu bytes, %lu characters: %ls",
                      static_cast<unsigned long>(format), static_cast<unsigned long>(data.size()),

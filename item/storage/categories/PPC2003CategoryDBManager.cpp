@@ -6,6 +6,10 @@
 #include "storage/categories/CategoryMask.h"
 #include "storage/db/StepScope.h"
 
+// The categories library owns its database's name; the contacts library, which opens that database
+// beside its own, takes it from here.
+const wchar_t kCategoriesDatabaseName[] = L"\\Categories Database";
+
 namespace {
 
 // The largest position a 16-bit record field can hold.

@@ -5,7 +5,6 @@
 #include <string.h>
 
 const wchar_t kContactsDatabaseName[] = L"Contacts Database";
-const wchar_t kCategoriesDatabaseName[] = L"\\Categories Database";
 
 namespace {
 

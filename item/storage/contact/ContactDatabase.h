@@ -17,7 +17,7 @@
 #include <stdint.h>
 
 extern const wchar_t kContactsDatabaseName[];    // "Contacts Database"
-extern const wchar_t kCategoriesDatabaseName[];  // "\Categories Database"
+extern const wchar_t kCategoriesDatabaseName[];  // "\Categories Database", of the categories library
 // The categories database is opened in the order of the category positions.
 const CEPROPID kCategoryPositionId = MAKE_CEPROPID(0x4002, CEVT_I2);
 const CEPROPID kCompanyId = MAKE_CEPROPID(0x3A16, CEVT_LPWSTR);
