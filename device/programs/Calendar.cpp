@@ -56,7 +56,10 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
     AppointmentRecord record;
     if (LoadAppointmentRecord(static_cast<CEOID>(oid), record)) {
       DeviceJournalWrite(kSource, L"show %lu %ls", oid, DescribeAppointment(record).c_str());
-      shown = record.subject;
+      wchar_t when[64];
+      swprintf(when, 64, L"\n%04u-%02u-%02u %02u:%02u, %ld minutes", record.start.wYear, record.start.wMonth,
+               record.start.wDay, record.start.wHour, record.start.wMinute, record.durationMinutes);
+      shown = record.subject + when;
     } else {
       DeviceJournalWrite(kSource, L"show %lu missing", oid);
     }

@@ -70,6 +70,15 @@ void CheckAppointmentJournal(size_t mark, const std::string& description) {
   CHECK(calendar[1] == "command 105");
 }
 
+// The device without its calendar program for as long as it lives.
+struct CalendarAway {
+  bool moved;
+  CalendarAway() : moved(MoveFileW(L"\\windows\\calendar.exe", L"\\windows\\calendar.exe.away") != FALSE) {}
+  ~CalendarAway() {
+    if (moved) MoveFileW(L"\\windows\\calendar.exe.away", L"\\windows\\calendar.exe");
+  }
+};
+
 }  // namespace
 
 TEST_CASE("an appointment of 15 minutes is saved, shown in the calendar and opened there for editing") {
@@ -89,13 +98,13 @@ TEST_CASE("an appointment of 15 minutes is saved, shown in the calendar and open
 }
 
 TEST_CASE("a calendar that can't be started fails the appointment after its first save") {
-  REQUIRE(MoveFileW(L"\\windows\\calendar.exe", L"\\windows\\calendar.exe.away"));
+  CalendarAway away;
+  REQUIRE(away.moved);
   PimObjectModel model;
   size_t mark = JournalMark();
   SYSTEMTIME start = {};
   GetLocalTime(&start);
   CHECK_FALSE(model.MakeAppointment(Str(L"Otto Quinn"), Str(), start));
-  MoveFileW(L"\\windows\\calendar.exe.away", L"\\windows\\calendar.exe");
   std::vector<std::string> events = EventsSince(mark, "pimstore");
   CHECK(omtest::CountStartingWith(events, "appointment save ") == 1);
   CHECK(omtest::CountStartingWith(events, "appointment display ") == 1);

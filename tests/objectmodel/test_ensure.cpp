@@ -2,8 +2,10 @@
 // the end.
 #include <doctest/doctest.h>
 #include <windows.h>
+#include <objbase.h>
 
 #include "ObjectModelSupport.h"
+#include "OwnThread.h"
 #include "plugins/PimObjectModel.h"
 
 using omtest::CountStartingWith;
@@ -58,4 +60,27 @@ TEST_CASE("without a registered object model the state is 0 and the attempt is n
 TEST_CASE("the item's one object model is the same object on every call") {
   CHECK(GetPimObjectModel() != nullptr);
   CHECK(GetPimObjectModel() == GetPimObjectModel());
+}
+
+TEST_CASE("a thread that already runs COM in a single-threaded apartment logs on as well") {
+  size_t mark = JournalMark();
+  HRESULT apartment = E_FAIL;
+  BOOL ensured = FALSE;
+  PimObjectModel::State state = PimObjectModel::NotTried;
+  ownthread::RunChecked([&] {
+    apartment = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    {
+      PimObjectModel model;
+      ensured = model.Ensure();
+      state = model.GetState();
+    }
+    if (SUCCEEDED(apartment)) CoUninitialize();
+  });
+  CHECK(apartment == S_OK);
+  CHECK(ensured);
+  CHECK(state == PimObjectModel::Ready);
+  std::vector<std::string> events = EventsSince(mark, "pimstore");
+  REQUIRE(events.size() == 3);
+  CHECK(events[0] == "logon window=0");
+  CHECK(events[1] == "logoff");
 }
