@@ -28,6 +28,8 @@ prepare_device() {
   local pimtool samples="${PAGEMARK_SAMPLE_CONTACTS:-200}"
   pimtool="$(winepath -w "$PAGEMARK_BUILD_DIR/bin/pimtool.exe")"
   (cd "$WINEPREFIX/drive_c" && wine "$pimtool" import "$(winepath -w "$root/tests/data/addressbook.vcf")" >/dev/null)
+  # The contact the tour opens as a page: a photo, numbers, mails, a web page, an address and a note.
+  (cd "$WINEPREFIX/drive_c" && wine "$pimtool" import "$(winepath -w "$root/scripts/tour-contact.vcf")" >/dev/null)
   if ((samples > 0)); then
     (cd "$WINEPREFIX/drive_c" && wine "$pimtool" generate "$samples" --seed 1 >/dev/null)
   fi
