@@ -2,7 +2,9 @@
 //   pimtool generate N [--seed S]   add N synthetic contacts (the same N and S give the same contacts)
 //   pimtool import FILE.vcf         add the cards of a vCard file; malformed cards are reported and skipped;
 //                                   an embedded photo becomes the contact's photo file in the data folder
-//   pimtool list                    one line per contact: record id in hexadecimal and list name
+//   pimtool list                    one line per contact: record id in hexadecimal and list name; when
+//                                   the device's store was salvaged from a damaged file with records
+//                                   lost, says so on standard error and exits with status 1
 //   pimtool dump ID [ID ...]        every stored field of the contact with that record id, the Note's
 //                                   text and the extended data read back from the Note; several
 //                                   contacts one after the other, a blank line between them
@@ -36,6 +38,7 @@
 #include "Generator.h"
 #include "Output.h"
 #include "PhotoImport.h"
+#include "StoreSalvage.h"
 #include "VCard.h"
 #include "extended/NoteBlob.h"
 #include "foundation/DataFolder.h"
@@ -183,6 +186,15 @@ int List() {
     PrintLine(line);
   }
   PrintLine(std::to_wstring(entries.GetSize()) + L" contacts");
+  // Contacts a salvage of the store couldn't recover are missing from the list: that is a failure,
+  // not something for the store's own log alone.
+  StoreSalvage salvage;
+  ReadStoreSalvage(salvage);
+  const std::wstring notice = SalvageNotice(salvage);
+  if (!notice.empty()) {
+    PrintError(notice);
+    return 1;
+  }
   return 0;
 }
 
