@@ -70,6 +70,8 @@ class ScriptedManager : public ContactManager {
                            Array<Str>& titles) override;
 
   ContactManagerListener* GivenListener() const { return listener; }
+  // As a manager whose index has no room for more contacts; the index it has holds none.
+  void SetOverCapacity(BOOL over) { overCapacity = over; }
 
  private:
   BOOL Plain(const char* name, const Str& query, int sortKind, const CategoryFilter& filter,

@@ -572,6 +572,26 @@ TEST_CASE(
   CHECK(group == -1);
   CHECK(row == -1);
 
+  // Stored but left out of a full index: false, and why, with the contact's oid set.
+  s.manager->nextOid = 79;
+  s.manager->SetOverCapacity(TRUE);
+  Contact unindexed;
+  SetLastError(0);
+  CHECK_FALSE(s.source.AddContact(unindexed, group, row));
+  CHECK(GetLastError() == kMappingFullError);
+  CHECK(unindexed.oid == 79u);
+  CHECK(group == -1);
+  CHECK(row == -1);
+  // One that the search shows is placed, full index or not.
+  s.manager->addShows = true;
+  s.manager->nextOid = 80;
+  Contact shown;
+  REQUIRE(s.source.AddContact(shown, group, row));
+  CHECK(group == 0);
+  CHECK(row >= 0);
+  s.manager->SetOverCapacity(FALSE);
+  s.manager->addShows = false;
+
   // Refused: false, no position, nothing searched.
   s.manager->writeResult = FALSE;
   Contact refused;

@@ -104,7 +104,9 @@ class ContactDataSource : public ContactManagerListener, public SyncMessageHandl
   // owns the contact; the pointer is good until the contact is evicted.
   virtual BOOL GetCachedContact(int group, int row, Contact*& contact, int photoSize);
   // Adds a contact through the manager, runs the search again and gives the new contact's position,
-  // (-1, -1) when the result doesn't hold it.
+  // (-1, -1) when the result doesn't hold it. A contact stored but left out of the index, which has no
+  // room for it (ContactManager::IsOverCapacity), gives false with kMappingFullError and its oid set:
+  // it stands in the database, but no search shows it.
   virtual BOOL AddContact(Contact& contact, int& group, int& row);
   // Writes an edited contact through the manager, gives the cached copy the new data and runs the
   // search again.

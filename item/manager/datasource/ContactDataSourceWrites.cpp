@@ -3,6 +3,7 @@
 
 #include "manager/core/ContactManager.h"
 #include "storage/contact/Contact.h"
+#include "storage/mapped/MappedFile.h"
 #include "sync/PimSync.h"
 
 BOOL ContactDataSource::AddContact(Contact& contact, int& group, int& row) {
@@ -18,6 +19,11 @@ BOOL ContactDataSource::AddContact(Contact& contact, int& group, int& row) {
   if (contact.oid != 0) {
     Refresh();
     FindPosition(contact.oid, group, row);
+  }
+  // Stored, but the index had no room for it: no search can show it, and the caller hears why.
+  if (added && group < 0 && manager->IsOverCapacity() && !manager->Index().Find(contact.oid, nullptr)) {
+    SetLastError(kMappingFullError);
+    return FALSE;
   }
   SetLastError(error);
   return added;
