@@ -5,6 +5,7 @@
 # Usage: scripts/fuzz.sh [COUNT] [PROGRAM...]
 #   COUNT      inputs per target (default 1000000)
 #   PROGRAM    test programs to run (default all that hold mutation cases)
+# PAGEMARK_FUZZ_JOBS programs run side by side (default 1), each on a device of its own.
 # The build folder is $PAGEMARK_BUILD_DIR, by default ./build, built beforehand (scripts/build.sh).
 # A crash or a hang leaves its input as fuzz-TARGET-fault.bin or fuzz-TARGET-hang.bin in the
 # device's temporary folder; the program's output is kept in BUILD/fuzz/PROGRAM.log.
@@ -28,16 +29,45 @@ device_refresh_template
 logs="$PAGEMARK_BUILD_DIR/fuzz"
 mkdir -p "$logs"
 
+jobs="${PAGEMARK_FUZZ_JOBS:-1}"
 rows=()
 failed=0
-for program in "${programs[@]}"; do
-  exe="$PAGEMARK_BUILD_DIR/bin/$program.exe"
-  [[ -f "$exe" ]] || { echo "fuzz: $program is not built" >&2; failed=1; continue; }
-  log="$logs/$program.log"
+
+# One program's run: its output in BUILD/fuzz/PROGRAM.log and its exit status in PROGRAM.status.
+run_program() {
+  local program="$1"
+  local log="$logs/$program.log"
   echo "fuzz: $program, $count inputs per target" >&2
   PAGEMARK_DEVICE="fuzz-$program" PAGEMARK_FUZZ_COUNT="$count" \
-    "$PAGEMARK_BUILD_DIR/wine-run" "$exe" --test-case='mutations: *' >"$log" 2>&1
-  status=$?
+    "$PAGEMARK_BUILD_DIR/wine-run" "$PAGEMARK_BUILD_DIR/bin/$program.exe" --test-case='mutations: *' \
+    >"$log" 2>&1
+  echo $? >"$logs/$program.status"
+}
+
+built=()
+for program in "${programs[@]}"; do
+  if [[ -f "$PAGEMARK_BUILD_DIR/bin/$program.exe" ]]; then
+    built+=("$program")
+  else
+    echo "fuzz: $program is not built" >&2
+    failed=1
+  fi
+done
+running=0
+for program in "${built[@]}"; do
+  rm -f "$logs/$program.status"
+  if ((running >= jobs)); then
+    wait -n
+    running=$((running - 1))
+  fi
+  run_program "$program" &
+  running=$((running + 1))
+done
+wait
+
+for program in "${built[@]}"; do
+  log="$logs/$program.log"
+  status=$(cat "$logs/$program.status" 2>/dev/null || echo 1)
   # A finished target prints its summary; a hang prints its own line; a crash ends the program
   # without either for the target it was in.
   summaries=$(grep -o 'mutations [a-z0-9-]*: [0-9]* inputs in [0-9.]* s ([0-9]* per second), [0-9]* wrong' "$log")

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <map>
 
 #include "IndexFixture.h"
 #include "storage/index/ContactFeed.h"
@@ -257,6 +258,65 @@ TEST_CASE("an index that fills its mapping refuses the contact that doesn't fit 
   Contact small = Named(refused, L"Small", L"");
   f.Add(small, L"fits now");
   CHECK(f.Prefix(WordTree, L"fits") == Ids_{refused});
+  CHECK(CheckReport(f.index).empty());
+}
+
+TEST_CASE("in a full index every update and add that finds no room fails with the full mapping's error") {
+  IndexFixture f(L"contacts_full_updates");
+  // Many contacts of middling notes, until the mapping is full.
+  RandomContacts random(78);
+  std::vector<uint32_t> added;
+  std::map<uint32_t, std::wstring> notes;
+  for (uint32_t oid = 1; oid < 4000; ++oid) {
+    std::wstring note;
+    for (int w = 0; w < 160; ++w) {
+      note += L"w" + std::to_wstring(oid) + L"y" + std::to_wstring(w);
+      for (int k = 0; k < 6; ++k) note += static_cast<wchar_t>(L'a' + random.Below(26));
+      note += L' ';
+    }
+    Contact c = Named(oid, (L"Cap" + std::to_wstring(oid)).c_str(), L"Person");
+    c.text[ContactField::Company] = Str((L"Firm" + std::to_wstring(oid % 97)).c_str());
+    f.keys.Put(c);
+    if (!f.index.AddContact(c, note.c_str())) {
+      CHECK(GetLastError() == kMappingFullError);
+      f.keys.Drop(oid);
+      break;
+    }
+    added.push_back(oid);
+    notes[oid] = note;
+  }
+  REQUIRE(added.size() > 100);
+  CHECK(CheckReport(f.index).empty());
+  // Updates that need more room, as another program's changes would: a longer company and a note
+  // with new words. Each works or fails for want of room, and the index holds together after each.
+  int failed = 0;
+  for (size_t k = 0; k < added.size() && failed < 5; k += added.size() / 40) {
+    const uint32_t oid = added[k];
+    CAPTURE(oid);
+    Contact c = Named(oid, (L"Cap" + std::to_wstring(oid)).c_str(), L"Person");
+    c.text[ContactField::Company] = Str((L"Firm" + std::to_wstring(oid % 97) + L" Ltd").c_str());
+    std::wstring note = notes[oid];
+    for (int w = 0; w < 40; ++w) note += L" more" + std::to_wstring(oid) + L"z" + std::to_wstring(w);
+    f.keys.Put(c);
+    SetLastError(0);
+    if (!f.index.UpdateContact(c, note.c_str())) {
+      CHECK(GetLastError() == kMappingFullError);
+      ++failed;
+      f.keys.Drop(oid);
+    }
+    CHECK(CheckReport(f.index).empty());
+  }
+  CHECK(failed > 0);
+  // New contacts of a few words: taken while there is room, then refused for want of it.
+  for (uint32_t oid = 5000; oid < 5400; ++oid) {
+    Contact c = Named(oid, (L"Late" + std::to_wstring(oid)).c_str(), L"Comer");
+    f.keys.Put(c);
+    SetLastError(0);
+    if (!f.index.AddContact(c, L"late note")) {
+      CHECK(GetLastError() == kMappingFullError);
+      f.keys.Drop(oid);
+    }
+  }
   CHECK(CheckReport(f.index).empty());
 }
 

@@ -47,14 +47,14 @@ Image Saved(IndexFixture& f) {
   return image;
 }
 
-// Three indexes of a few hundred contacts: one made by single adds, one with many removed and updated
+// Three indexes of `contacts` contacts or so: one made by single adds, one with many removed and updated
 // since (a free ring of many blocks), and one written by a full rebuild.
-std::vector<Image> BuildImages() {
+std::vector<Image> BuildImages(uint32_t contacts) {
   std::vector<Image> images;
   {
     IndexFixture f(L"damage_build_adds");
     RandomContacts random(41);
-    for (uint32_t k = 0; k < 300; ++k) {
+    for (uint32_t k = 0; k < contacts; ++k) {
       std::wstring note;
       Contact c = random.Make(10 + k * 3, &note);
       f.Add(c, note.c_str());
@@ -64,13 +64,13 @@ std::vector<Image> BuildImages() {
   {
     IndexFixture f(L"damage_build_changed");
     RandomContacts random(42);
-    for (uint32_t k = 0; k < 320; ++k) {
+    for (uint32_t k = 0; k < contacts * 16 / 15; ++k) {
       std::wstring note;
       Contact c = random.Make(20 + k * 5, &note);
       f.Add(c, note.c_str());
     }
-    for (uint32_t k = 0; k < 320; k += 4) f.Remove(20 + k * 5);
-    for (uint32_t k = 1; k < 320; k += 8) {
+    for (uint32_t k = 0; k < contacts * 16 / 15; k += 4) f.Remove(20 + k * 5);
+    for (uint32_t k = 1; k < contacts * 16 / 15; k += 8) {
       std::wstring note;
       Contact c = random.Make(20 + k * 5, &note);
       f.Update(c, note.c_str());
@@ -80,7 +80,7 @@ std::vector<Image> BuildImages() {
   {
     IndexFixture f(L"damage_build_bulk");
     BulkBuilder builder;
-    for (int k = 0; k < 250; ++k) {
+    for (int k = 0; k < static_cast<int>(contacts * 5 / 6); ++k) {
       std::wstring note;
       Contact c = Generated(7, k, 500 + static_cast<uint32_t>(k) * 2, &note);
       f.keys.Put(c);
@@ -93,7 +93,14 @@ std::vector<Image> BuildImages() {
 }
 
 const std::vector<Image>& Images() {
-  static const std::vector<Image> images = BuildImages();
+  static const std::vector<Image> images = BuildImages(300);
+  return images;
+}
+
+// The same kinds of index of some 60 contacts, for the mutation loop: every structure is there, and a
+// damaged byte lands in a structure more often than in the text of a word.
+const std::vector<Image>& SmallImages() {
+  static const std::vector<Image> images = BuildImages(60);
   return images;
 }
 
@@ -123,9 +130,9 @@ class DamagedIndexRun {
 
   // The pristine image that `input` most likely came from: the most bytes alike in its head.
   const Image& Closest(const Bytes& input) const {
-    const Image* best = &Images()[0];
+    const Image* best = &(*images)[0];
     size_t bestSame = 0;
-    for (const Image& image : Images()) {
+    for (const Image& image : *images) {
       size_t same = 0;
       const size_t n = std::min<size_t>(4096, std::min(image.index.size(), input.size()));
       for (size_t k = 0; k < n; ++k) same += image.index[k] == input[k];
@@ -143,7 +150,12 @@ class DamagedIndexRun {
     const Image& image = Closest(input);
     keys.keys = image.keys;
     index.CloseStores();
-    if (!testpaths::WriteFileBytes(indexPath, input) || !testpaths::WriteFileBytes(propsPath, image.props)) {
+    if (inMemory) {
+      // The same opens, over the bytes themselves instead of files.
+      index.Store().File().UseImage(input.data(), static_cast<uint32_t>(input.size()));
+      index.Props().File().UseImage(image.props.data(), static_cast<uint32_t>(image.props.size()));
+    } else if (!testpaths::WriteFileBytes(indexPath, input) ||
+               !testpaths::WriteFileBytes(propsPath, image.props)) {
       why = "the test couldn't write its files";
       return false;
     }
@@ -163,6 +175,10 @@ class DamagedIndexRun {
   }
 
   bool opened = false;
+  // The pristine images the damaged ones are made from.
+  const std::vector<Image>* images = &Images();
+  // Whether the files are opened from memory (MappedFile::UseImage) rather than written and read.
+  bool inMemory = false;
 
  private:
   // Ids of every list, lookup and word search; false when one failed. Failures must be damage.
@@ -268,25 +284,32 @@ class DamagedIndexRun {
   // ERROR_INVALID_DATA, every id found is a word of the file (nothing is read from outside it), and
   // after a failure the index says it is damaged; the check and the walk then end.
   bool Deferred(const Bytes& input, std::string& why) {
-    // What the data holds: the file at first, and after the changes the data as they left it.
-    std::vector<uint32_t> words;
-    auto take = [&words](const uint8_t* bytes, size_t size) {
-      for (size_t at = 0; at + 4 <= size; at += 4) {
-        uint32_t word;
-        memcpy(&word, bytes + at, 4);
-        words.push_back(word);
-      }
-      std::sort(words.begin(), words.end());
-      words.erase(std::unique(words.begin(), words.end()), words.end());
-    };
-    take(input.data(), input.size());
+    // What the data holds: the file at first, and after the changes the data as they left it. Every
+    // id found must stand in it as a word; the words are looked up in the few ids found rather than
+    // the other way round.
+    std::vector<std::pair<const uint8_t*, size_t>> sources{{input.data(), input.size()}};
     auto fromFile = [&](const std::vector<std::vector<uint32_t>>& results) {
-      for (const auto& ids : results)
-        for (uint32_t id : ids)
-          if (!std::binary_search(words.begin(), words.end(), id)) {
-            why = "a lookup found " + std::to_string(id) + ", which stands nowhere in the data";
-            return false;
-          }
+      std::vector<uint32_t> ids;
+      for (const auto& found : results) ids.insert(ids.end(), found.begin(), found.end());
+      std::sort(ids.begin(), ids.end());
+      ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
+      std::vector<bool> seen(ids.size(), false);
+      size_t unseen = ids.size();
+      for (const auto& source : sources) {
+        for (size_t at = 0; at + 4 <= source.second && unseen > 0; at += 4) {
+          uint32_t word;
+          memcpy(&word, source.first + at, 4);
+          const auto hit = std::lower_bound(ids.begin(), ids.end(), word);
+          if (hit == ids.end() || *hit != word || seen[hit - ids.begin()]) continue;
+          seen[hit - ids.begin()] = true;
+          --unseen;
+        }
+      }
+      for (size_t k = 0; k < ids.size(); ++k) {
+        if (seen[k]) continue;
+        why = "a lookup found " + std::to_string(ids[k]) + ", which stands nowhere in the data";
+        return false;
+      }
       return true;
     };
     std::vector<std::vector<uint32_t>> results;
@@ -323,7 +346,7 @@ class DamagedIndexRun {
       if (!damageOnly(index.UpdateContact(changed, L""), "updating a contact")) return false;
     }
     IndexStore& store = index.Store();
-    if (store.Data() != nullptr) take(store.Data(), store.Length());
+    if (store.Data() != nullptr) sources.emplace_back(store.Data(), store.Length());
     results.clear();
     failure.clear();
     Lookups(results, failure);
@@ -344,9 +367,9 @@ class DamagedIndexRun {
   MapKeySource keys;
 };
 
-std::vector<Bytes> IndexCorpus() {
+std::vector<Bytes> IndexCorpus(const std::vector<Image>& images) {
   std::vector<Bytes> corpus;
-  for (const Image& image : Images()) corpus.push_back(image.index);
+  for (const Image& image : images) corpus.push_back(image.index);
   return corpus;
 }
 
@@ -565,9 +588,11 @@ TEST_CASE("the arena is given back what isn't a block: nothing changes, and the 
 
 TEST_CASE("mutations: the index file") {
   DamagedIndexRun run(L"damage_mutations");
+  run.inMemory = true;
+  run.images = &SmallImages();
   uint64_t serial = 0, opened = 0;
   const mutation::Summary summary = mutation::Run(
-      "index-file", IndexCorpus(),
+      "index-file", IndexCorpus(SmallImages()),
       [&](const mutation::Bytes& input, std::string& why) {
         // Both ways of opening, each on its own copy of the file.
         bool right = true;

@@ -72,11 +72,16 @@ TEST_CASE("references: offsets from the data's start, null for 0, valid through 
   ArenaWalk walk = WalkStore(store);
   REQUIRE(walk.ok());
   CHECK(walk.blocks.size() == 1);
+  // Every refusal says why.
   ArenaRef none;
+  SetLastError(0);
   CHECK_FALSE(store.Allocate(0, &none));
+  CHECK(GetLastError() == ERROR_INVALID_PARAMETER);
   CHECK(none.IsNull());
   store.Close();
+  SetLastError(0);
   CHECK_FALSE(store.Allocate(8, &none));
+  CHECK(GetLastError() == ERROR_INVALID_HANDLE);
   CHECK(none.IsNull());
 }
 
@@ -158,7 +163,9 @@ TEST_CASE("a store filled until its mapping is full is refused cleanly, with the
   }
   for (uint32_t size : {1u, 8u, 4096u, 102400u, 0x7FFFFFF0u}) {
     ArenaRef ref;
+    SetLastError(0);
     CHECK_FALSE(store.Allocate(size, &ref));
+    CHECK(GetLastError() == kMappingFullError);
     CHECK(store.Length() == MappedFile::kMaxLength);
   }
   CHECK(AllIntact(store, stored));

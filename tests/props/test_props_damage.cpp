@@ -85,7 +85,10 @@ class DamagedStoreRun {
 
   bool Run(const Bytes& input, bool deferred, std::string& why) {
     store.Close();
-    if (!WriteFileBytes(path, input)) {
+    if (inMemory) {
+      // The same opens, over the bytes themselves instead of a file.
+      store.File().UseImage(input.data(), static_cast<uint32_t>(input.size()));
+    } else if (!WriteFileBytes(path, input)) {
       why = "the test couldn't write its file";
       return false;
     }
@@ -93,6 +96,7 @@ class DamagedStoreRun {
     const BOOL opened = deferred ? store.OpenDeferred() : store.Open(TRUE);
     if (!opened) {
       this->opened = false;
+      ++refusals[GetLastError()];
       if (GetLastError() == 0) {
         why = "the open was refused without an error";
         return false;
@@ -110,6 +114,9 @@ class DamagedStoreRun {
   }
 
   bool opened = false;
+  std::map<DWORD, int> refusals;
+  // Whether the file is opened from memory (MappedFile::UseImage) rather than written and read.
+  bool inMemory = false;
 
  private:
   ModelRecord Fresh() const {
@@ -253,6 +260,7 @@ TEST_CASE("every byte of the props store's header and pool header changed to 0, 
 
 TEST_CASE("mutations: the props store file") {
   DamagedStoreRun run(L"damage_mutations.dat");
+  run.inMemory = true;
   uint64_t serial = 0, opened = 0;
   const mutation::Summary summary = mutation::Run(
       "props-file", Corpus(),
@@ -264,6 +272,8 @@ TEST_CASE("mutations: the props store file") {
       },
       3000, 22);
   for (const std::string& reason : summary.firstWrong) MESSAGE(reason);
+  for (const auto& refusal : run.refusals)
+    MESSAGE("refused with error " << refusal.first << ": " << refusal.second);
   CHECK(summary.wrong == 0);
   CHECK(opened * 4 > summary.inputs);
 }

@@ -174,7 +174,21 @@ Summary Run(const char* target, const std::vector<Bytes>& corpus, const Check& c
     replay.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
   }
   const auto started = std::chrono::steady_clock::now();
+  // A long run says how far it got once a minute.
+  const bool longRun = getenv("PAGEMARK_FUZZ_COUNT") != nullptr;
+  auto lastProgress = started;
   for (uint64_t i = 0; i < (replaying ? 1 : count); ++i) {
+    if (longRun && i % 256 == 0 && i > 0) {
+      const auto now = std::chrono::steady_clock::now();
+      if (now - lastProgress >= std::chrono::seconds(60)) {
+        lastProgress = now;
+        const double seconds = std::chrono::duration<double>(now - started).count();
+        printf("mutations %s: %llu of %llu inputs so far (%.0f per second), %llu wrong\n", target,
+               static_cast<unsigned long long>(i), static_cast<unsigned long long>(count), i / seconds,
+               static_cast<unsigned long long>(summary.wrong));
+        fflush(stdout);
+      }
+    }
     const Bytes& base = corpus[mutator.Below(static_cast<uint32_t>(corpus.size()))];
     Bytes input = replaying ? replay : i % 10 == 0 ? base : mutator.Mutate(base, corpus);
     current.input = &input;

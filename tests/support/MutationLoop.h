@@ -5,6 +5,7 @@
 // In CI a test runs a few thousand inputs. scripts/fuzz.sh runs the same cases with
 // PAGEMARK_FUZZ_COUNT (a million by default there) and reads the summary line each run prints:
 //   mutations TARGET: N inputs in S s (R per second), W wrong
+// and, once a minute while it runs, a line of how far it got ("... N of M inputs so far ...").
 // A crash ends the program; the input that faulted last is kept as fuzz-TARGET-fault.bin in the
 // temporary folder. An input that runs longer than PAGEMARK_FUZZ_HANG_MS (10 s) is kept as
 // fuzz-TARGET-hang.bin, and the program ends with status kHangStatus. The first input with a wrong

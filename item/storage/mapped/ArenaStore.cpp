@@ -73,7 +73,14 @@ uint32_t ArenaStore::ToOffset(const void* pointer) {
 
 BOOL ArenaStore::Allocate(uint32_t size, ArenaRef* ref) {
   *ref = NullArenaRef();
-  if (data == nullptr || size == 0) return FALSE;
+  if (data == nullptr) {
+    SetLastError(ERROR_INVALID_HANDLE);
+    return FALSE;
+  }
+  if (size == 0) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
+  }
   if (damaged) {
     SetLastError(ERROR_INVALID_DATA);
     return FALSE;
@@ -113,7 +120,13 @@ BOOL ArenaStore::Allocate(uint32_t size, ArenaRef* ref) {
     Attach();
     arena.Extend(length - oldLength);
     payload = arena.Alloc(size);
-    if (ArenaBroke() || payload == nullptr) return FALSE;
+    if (ArenaBroke()) return FALSE;
+    if (payload == nullptr) {
+      // The new room, as large as the request at least, isn't where the arena's blocks say: the
+      // arena doesn't hold together.
+      NoteDamage();
+      return FALSE;
+    }
   }
   ++changes;
   ref->base = &data;

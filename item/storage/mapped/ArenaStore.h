@@ -37,8 +37,10 @@ class ArenaStore {
   virtual ArenaRef MakeRef(uint32_t offset);
   virtual BYTE* ToPointer(uint32_t offset);
   virtual uint32_t ToOffset(const void* pointer);
-  // Allocates `size` bytes, growing the store when the arena is full. False, with a null reference,
-  // for size 0, for a store that isn't open and for a growth refused at the end of the mapping.
+  // Allocates `size` bytes, growing the store when the arena is full. False, with a null reference
+  // and the last error, for a store that isn't open (ERROR_INVALID_HANDLE), for size 0
+  // (ERROR_INVALID_PARAMETER), for a growth refused at the end of the mapping (kMappingFullError) and
+  // for a damaged store (ERROR_INVALID_DATA).
   virtual BOOL Allocate(uint32_t size, ArenaRef* ref);
   virtual void FreeOffset(uint32_t offset);
   virtual void FreeRef(const ArenaRef& ref);

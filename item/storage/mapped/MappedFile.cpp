@@ -42,7 +42,8 @@ bool IsFlagSet(const LONG* flag) { return InterlockedCompareExchange(const_cast<
 }  // namespace
 
 MappedFile::MappedFile()
-    : cancel(0), hurry(0), beforeSave(nullptr), loadFrom(0), loadSize(0), loadLength(0), loadFailed(FALSE) {
+    : cancel(0), hurry(0), beforeSave(nullptr), loadFrom(0), loadSize(0), loadLength(0), loadFailed(FALSE),
+      image(nullptr), imageSize(0), imageDirty(0) {
   path[0] = 0;
 }
 
@@ -199,6 +200,7 @@ BOOL MappedFile::Open(const wchar_t* filePath, uint32_t minimumLength) {
     SetLastError(kMappingFullError);
     return FALSE;
   }
+  if (image != nullptr) return OpenImage();
   BOOL first = FALSE;
   if (!MapForOpen(&first)) return FALSE;
   if (!first) {
@@ -216,6 +218,7 @@ BOOL MappedFile::Open(const wchar_t* filePath, uint32_t minimumLength) {
 BOOL MappedFile::OpenInBackground(const wchar_t* filePath, uint32_t headBytes) {
   Close();
   if (!RememberPath(filePath)) return FALSE;
+  if (image != nullptr) return OpenImage();
   BOOL first = FALSE;
   if (!MapForOpen(&first)) return FALSE;
   if (!first) return TRUE;
@@ -242,6 +245,49 @@ BOOL MappedFile::OpenInBackground(const wchar_t* filePath, uint32_t headBytes) {
     file = static_cast<KernelHandle&&>(loadFile);
   }
   return ReadWhole(file.Get(), size, L"OpenInBackground");
+}
+
+BOOL MappedFile::OpenImage() {
+  const BYTE* bytes = image;
+  const uint32_t size = imageSize;
+  image = nullptr;
+  imageSize = 0;
+  // As a file larger than the mapping: nothing of it is taken.
+  if (size > kMaxLength + 4) {
+    LogTooLarge(L"Open", __LINE__, size, path);
+    SetLastError(kMappingFullError);
+    return FALSE;
+  }
+  // Without a name: nobody else can attach to it, and nobody has to be kept out while it is filled.
+  if (imageSection.IsEmpty()) {
+    imageSection.Reset(
+        CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, kMappingSize, nullptr));
+    if (imageSection.IsEmpty()) {
+      const DWORD error = GetLastError();
+      LogFailure(L"CreateFileMappingW", error, path, L"OpenImage", __LINE__);
+      SetLastError(error);
+      return FALSE;
+    }
+    imageDirty = 0;
+  }
+  view.Reset(MapViewOfFile(imageSection.Get(), kViewAccess, 0, 0, 0));
+  if (view.IsEmpty()) {
+    const DWORD error = GetLastError();
+    LogFailure(L"MapViewOfFile", error, path, L"OpenImage", __LINE__);
+    SetLastError(error);
+    return FALSE;
+  }
+  // All zeros again, as a new mapping is, whatever the last image left.
+  memset(view.Get(), 0, imageDirty);
+  imageDirty = 4 + size;
+  if (size > 0) memcpy(Data(), bytes, size);
+  if (!IsValidImage(size, size >= 8 ? ReadWord(Data() + size - 8) : 0)) {
+    SetLength(kFailedLength);
+    SetLastError(ERROR_INVALID_DATA);
+    return FALSE;
+  }
+  SetLength(size - 4);
+  return TRUE;
 }
 
 BOOL MappedFile::ReadWhole(HANDLE file, DWORD size, const wchar_t* caller) {
@@ -382,6 +428,8 @@ void MappedFile::Close() {
   // Whoever attaches later finds the whole file, not the part copied so far.
   WaitLoaded();
   FinishSave();
+  // The data of an image may have grown since its open: the next open clears that far.
+  if (!imageSection.IsEmpty() && !view.IsEmpty() && 4 + Length() > imageDirty) imageDirty = 4 + Length();
   Unmap();
   loadFailed = FALSE;
 }

@@ -71,6 +71,16 @@ class MappedFile {
   // this returns; the rest is copied by a thread of its own. Until WaitLoaded has said true, nothing
   // behind the head may be read or written. Length() is the file's length at once.
   virtual BOOL OpenInBackground(const wchar_t* path, uint32_t headBytes);
+  // The next Open or OpenInBackground of this object reads its data from `bytes` instead of the
+  // backing file, and judges them as it judges a file (its size and check word); the data then lives
+  // in a mapping of this object alone, which no other process attaches to, and OpenInBackground copies
+  // all of it at once. The path is still the one that Save writes to. `bytes` must stay as they are
+  // until that open, which takes them: the open after it reads the file again. For running a store
+  // over many images in one process without the file system.
+  void UseImage(const BYTE* bytes, uint32_t size) {
+    image = bytes;
+    imageSize = size;
+  }
   // Waits for the copy that OpenInBackground began. True when the data is the file's whole, or when
   // no copy was begun; false when the copy failed (the data behind the head is then not the file's).
   virtual BOOL WaitLoaded();
@@ -137,6 +147,10 @@ class MappedFile {
   BOOL ReadWhole(HANDLE file, DWORD size, const wchar_t* caller);
   // Reads `count` bytes of the file from `offset` into the data at the same offset.
   static BOOL ReadSpan(HANDLE file, BYTE* data, DWORD offset, DWORD count);
+  // The open of an image given by UseImage: a mapping of this object alone, cleared, then filled and
+  // judged as a new mapping is from its file. Takes the image, so that later opens read the file
+  // again.
+  BOOL OpenImage();
   // Waits until the write-back thread has ended, then closes its handle.
   void WaitForWriteBack();
 
@@ -164,4 +178,11 @@ class MappedFile {
   DWORD loadSize;
   uint32_t loadLength;
   BOOL loadFailed;
+  // What UseImage gave, until the open that reads it.
+  const BYTE* image;
+  uint32_t imageSize;
+  // The mapping of those opens, kept from one to the next since a new mapping is slow to take into
+  // use, and how many of its bytes the last of them may have written.
+  KernelHandle imageSection;
+  uint32_t imageDirty;
 };
