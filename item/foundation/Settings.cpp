@@ -235,7 +235,8 @@ BOOL DeleteSettingKey(const wchar_t* subkey) {
 }
 
 BOOL FlushSettings(const wchar_t* /*subkey*/) {
-  // LATER(registry flush): written values are left to the platform to keep, and the call returns true.
+  // The platform's registry keeps what was written without being asked; callers still mark the end of
+  // a group of writes here, so that a registry that needs a flush has one place to do it.
   return TRUE;
 }
 
