@@ -297,3 +297,30 @@ TEST_CASE("the keypad tree is replaced alone when the letters change, and the ol
   CHECK(f.Header(kWordRootSlot) == 0);
   CHECK(CheckReport(f.index).empty());
 }
+
+TEST_CASE("a full rebuild of more contacts than the mapping holds fails with the full mapping's error") {
+  IndexFixture f(L"bulk_too_many");
+  BulkBuilder builder;
+  // Contacts of many unique words, some 12 MB of index in all.
+  for (uint32_t oid = 1; oid <= 900; ++oid) {
+    std::wstring note;
+    for (int w = 0; w < 300; ++w) note += L"b" + std::to_wstring(oid) + L"v" + std::to_wstring(w) + L"qz ";
+    Contact c = Named(oid, (L"Bulk" + std::to_wstring(oid)).c_str(), L"Many");
+    f.keys.Put(c);
+    REQUIRE(builder.AddContact(new Contact(c), note.c_str()));
+  }
+  SetLastError(0);
+  CHECK_FALSE(f.index.WriteBulk(builder));
+  CHECK(GetLastError() == kMappingFullError);
+  // Half of them fit, and make an index that holds together.
+  BulkBuilder half;
+  for (uint32_t oid = 1; oid <= 300; ++oid) {
+    std::wstring note;
+    for (int w = 0; w < 300; ++w) note += L"b" + std::to_wstring(oid) + L"v" + std::to_wstring(w) + L"qz ";
+    REQUIRE(half.AddContact(new Contact(Named(oid, (L"Bulk" + std::to_wstring(oid)).c_str(), L"Many")),
+                            note.c_str()));
+  }
+  REQUIRE(f.index.WriteBulk(half));
+  CHECK(f.index.ContactCount() == 300);
+  CHECK(CheckReport(f.index).empty());
+}
