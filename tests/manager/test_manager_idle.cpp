@@ -277,3 +277,82 @@ TEST_CASE("a slave whose walk finds damage reports it and writes nothing") {
       testpaths::ReadFileBytes(static_cast<const wchar_t*>(IndexStore::DefaultPath()));
   CHECK(after == before);
 }
+
+TEST_CASE(
+    "a stale start takes the changes in before the walk, which then runs in idle time and finds nothing") {
+  FreshDevice();
+  std::vector<CEOID> ids = WriteGenerated(70);
+  IndexAndPlant([](ContactManager&) {});
+  REQUIRE(TouchRecord(ids[3], L"Changed Meanwhile"));
+  REQUIRE(TouchRecord(ids[40], L"Changed Too"));
+  OpenedManager m;
+  REQUIRE(m.opened);
+  const IndexOpenReport& report = m.manager.LastOpenReport();
+  CHECK(report.state == IndexStale);
+  CHECK(report.inspected);
+  CHECK_FALSE(report.rebuilt);
+  CHECK(report.changed == 2);
+  // The inspection wrote without the walk: it is all still to come.
+  CHECK(m.manager.Index().WalkSlices() == 0);
+  CHECK(m.manager.Index().IsWalkDue());
+  REQUIRE(WaitIdle(m.manager));
+  CHECK(m.manager.Index().WalksEnded() == 1);
+  CHECK_FALSE(m.manager.Index().WalkFoundDamage());
+  CHECK_FALSE(m.manager.LastOpenReport().rebuilt);
+  Array<CEOID> found;
+  CHECK(m.manager.Search(Str(L"meanwhile"), SortKindName, CategoryFilter(), found, nullptr));
+  REQUIRE(found.GetSize() == 1);
+  CHECK(found[0] == ids[3]);
+  CHECK(CheckIndex(m.manager) == "");
+}
+
+TEST_CASE(
+    "a stale index with a broken free ring tag is rebuilt, by the inspection's write or by the idle walk") {
+  FreshDevice();
+  std::vector<CEOID> ids = WriteGenerated(60);
+  IndexAndPlant(BreakFreeRingTag);
+  REQUIRE(TouchRecord(ids[10], L"Changed Meanwhile"));
+  FreshProgramLog();
+  OpenedManager m;
+  REQUIRE(m.opened);
+  CHECK(m.manager.LastOpenReport().state == IndexStale);
+  CHECK(m.manager.LastOpenReport().inspected);
+  REQUIRE(WaitIdle(m.manager));
+  CHECK(m.manager.LastOpenReport().rebuilt);
+  // Said once, by whichever met it first: an allocation of the inspection's write, or the walk.
+  const std::vector<std::string> lines = DroppedLines();
+  REQUIRE(lines.size() == 1);
+  const bool byWrite = lines[0].find("the inspection met a structure") != std::string::npos;
+  const bool byWalk =
+      lines[0].find("pim_index1.dat and pim_index2.dat don't hold together: ") != std::string::npos;
+  CHECK(byWrite != byWalk);
+  CHECK(m.manager.LastOpenReport().damageFound == (byWalk ? TRUE : FALSE));
+  CHECK(m.listener.Count("reloaded") == (byWalk ? 1 : 0));
+  CHECK(m.manager.Index().ContactCount() == 60);
+  CHECK(CheckIndex(m.manager) == "");
+  Array<CEOID> found;
+  CHECK(m.manager.Search(Str(L"meanwhile"), SortKindName, CategoryFilter(), found, nullptr));
+  REQUIRE(found.GetSize() == 1);
+  CHECK(found[0] == ids[10]);
+}
+
+TEST_CASE("a start in step reads the counts from the files' heads: the same as once the copy is whole") {
+  FreshDevice();
+  WriteGenerated(90);
+  IndexAndPlant([](ContactManager&) {});
+  OpenedManager m;
+  REQUIRE(m.opened);
+  CHECK(m.manager.LastOpenReport().state == IndexInStep);
+  ContactIndex::Heads before;
+  REQUIRE(m.manager.Index().ReadHeads(before));
+  CHECK(before.contacts == 90);
+  CHECK(before.records == 90);
+  REQUIRE(m.manager.Index().EnsureLoaded());
+  ContactIndex::Heads after;
+  REQUIRE(m.manager.Index().ReadHeads(after));
+  CHECK(after.contacts == before.contacts);
+  CHECK(after.records == before.records);
+  CHECK(after.indexLength == before.indexLength);
+  CHECK(CompareFileTime(&after.stamp, &before.stamp) == 0);
+  CHECK(m.manager.Index().ContactCount() == 90);
+}

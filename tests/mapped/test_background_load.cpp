@@ -144,3 +144,65 @@ TEST_CASE("a deferred arena store is judged by its size word; its walk finds a b
   }
   DeleteFileW(path.c_str());
 }
+
+TEST_CASE(
+    "before WaitLoaded a background open reads spans of the file in at their places; none past the end") {
+  const std::wstring path = TempFile(L"background_fetch.dat");
+  DeleteFileW(path.c_str());
+  const std::vector<uint8_t> data = SavedFile(path, kLength, 11);
+  MappedFile file;
+  REQUIRE(file.OpenInBackground(path.c_str(), 4096));
+  const uint32_t middle = kLength / 2 + 3;
+  REQUIRE(file.FetchSpan(middle, 40));
+  CHECK(std::memcmp(file.Data() + middle, data.data() + middle, 40) == 0);
+  // The last bytes of the file are the image's size word, behind the data.
+  CHECK(file.FetchSpan(kLength - 36, 40));
+  CHECK_FALSE(file.FetchSpan(kLength - 36, 41));
+  CHECK_FALSE(file.FetchSpan(kLength + 8, 1));
+  REQUIRE(file.WaitLoaded());
+  CHECK(std::memcmp(file.Data(), data.data(), kLength - 4) == 0);
+  // Once whole, the data is there already.
+  CHECK(file.FetchSpan(middle, 40));
+  file.Close();
+  DeleteFileW(path.c_str());
+}
+
+TEST_CASE("the head written before WaitLoaded is the mapping's afterwards, for every process and the save") {
+  const std::wstring path = TempFile(L"background_head.dat");
+  DeleteFileW(path.c_str());
+  std::vector<uint8_t> data = SavedFile(path, kLength, 13);
+  MappedFile file;
+  REQUIRE(file.OpenInBackground(path.c_str(), 4096));
+  file.Data()[100] = static_cast<BYTE>(data[100] ^ 0x5A);
+  data[100] ^= 0x5A;
+  REQUIRE(file.WaitLoaded());
+  CHECK(std::memcmp(file.Data(), data.data(), kLength - 4) == 0);
+  MappedFile other;
+  REQUIRE(other.Open(path.c_str(), 0));
+  CHECK(other.Data()[100] == data[100]);
+  other.Close();
+  REQUIRE(file.Save(FALSE));
+  file.Close();
+  const std::vector<uint8_t> saved = ReadFileBytes(path);
+  REQUIRE(saved.size() == kLength + 4);
+  CHECK(saved[100] == data[100]);
+  DeleteFileW(path.c_str());
+}
+
+TEST_CASE("a background open of a file whose mapping another object holds takes the live data at once") {
+  const std::wstring path = TempFile(L"background_live.dat");
+  DeleteFileW(path.c_str());
+  const std::vector<uint8_t> data = SavedFile(path, kLength, 17);
+  MappedFile holder;
+  REQUIRE(holder.Open(path.c_str(), 0));
+  holder.Data()[kLength / 2] = static_cast<BYTE>(data[kLength / 2] ^ 0xFF);
+  MappedFile file;
+  REQUIRE(file.OpenInBackground(path.c_str(), 4096));
+  CHECK_FALSE(file.IsLoading());
+  REQUIRE(file.Data() != nullptr);
+  CHECK(file.Data()[kLength / 2] == static_cast<BYTE>(data[kLength / 2] ^ 0xFF));
+  CHECK(file.WaitLoaded());
+  file.Close();
+  holder.Close();
+  DeleteFileW(path.c_str());
+}

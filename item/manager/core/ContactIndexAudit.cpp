@@ -30,15 +30,9 @@ struct ContactBatch {
 
 BOOL ContactManager::Inspect() {
   openReport.inspected = TRUE;
-  // 1. The index's own list; a duplicate or an empty list can't be patched.
-  Array<CEOID> indexed;
-  if (!ListIndexedIds(indexed) || indexed.GetSize() == 0) {
-    openReport.rebuilt = TRUE;
-    return FullRebuild();
-  }
-
   // 2 and 3 read the table once, in its order: every record's oid and quick checksum from its raw
-  // properties. Only the few records that differ are read whole, afterwards.
+  // properties. Only the few records that differ are read whole, afterwards. The pass needs nothing
+  // of the index, so it comes first, while the index files are still being copied in.
   Array<RecordSum> sums;
   DbDatabase& table = Contacts();
   table.SetAtEnd(false);
@@ -51,6 +45,13 @@ BOOL ContactManager::Inspect() {
     }
     sums.Add(record);
     table.SeekNext();
+  }
+
+  // 1. The index's own list; a duplicate or an empty list can't be patched.
+  Array<CEOID> indexed;
+  if (!ListIndexedIds(indexed) || indexed.GetSize() == 0) {
+    openReport.rebuilt = TRUE;
+    return FullRebuild();
   }
 
   // 2. Contacts that are gone from the database.

@@ -152,7 +152,8 @@ int ContactManager::OpenIndex() {
   repairDue = FALSE;
   // The props store refuses a file whose in-change byte is set, so a write that was cut off leaves
   // the index unusable and the master rebuilds it. The headers, the structures they name and the two
-  // files' counts are judged here, once the files are copied in; the walk over both files (a contact
+  // files' counts are judged here from what the open read of the files, while they are copied in
+  // behind it; the first search or write waits for the copy, and the walk over both files (a contact
   // listed twice among it) follows in idle time, or before the first write.
   if (!index.OpenStores(TRUE)) {
     ReportDropped(DescribeUnusableIndex(index.IndexPath(), index.PropsPath(), GetLastError()), L"OpenIndex",
@@ -162,8 +163,8 @@ int ContactManager::OpenIndex() {
   FILETIME time;
   DWORD count = 0;
   GetCountAndTime(time, count);
-  PropsStore& props = index.Props();
-  if (index.IsDamaged()) {
+  ContactIndex::Heads heads;
+  if (!index.ReadHeads(heads)) {
     Str why;
     why.Format(L"%s names structures past its end, or %s or %s couldn't be copied whole",
                BareFileName(index.IndexPath()), BareFileName(index.IndexPath()),
@@ -174,8 +175,8 @@ int ContactManager::OpenIndex() {
   }
   // Both files describe one database: the index file's contacts are the props store's records, one
   // each. Files of two different databases, or of two different times, never pass as in step.
-  const uint32_t records = props.RecordCount();
-  const int contacts = index.ContactCount();
+  const uint32_t records = heads.records;
+  const int contacts = static_cast<int>(heads.contacts);
   if (contacts < 0 || static_cast<uint32_t>(contacts) != records) {
     Str why;
     why.Format(L"%s names %d contacts and %s holds %u records: the files don't belong together",
@@ -186,13 +187,13 @@ int ContactManager::OpenIndex() {
   }
   // The stamp is the database's time at the last change the index took in. With the same time, an
   // index holding fewer contacts than the database is one that had no room for the others.
-  const FILETIME stamp = props.GetDbState();
+  const FILETIME stamp = heads.stamp;
   const BOOL sameTime =
       stamp.dwLowDateTime == time.dwLowDateTime && stamp.dwHighDateTime == time.dwHighDateTime;
   if (!sameTime || records > count) return IndexStale;
   // Fewer contacts than the database at the same time: the index had no room for the others, if it
   // has filled a good part of its mapping; otherwise a change it never took in.
-  if (records < count && index.Store().Length() < MappedFile::kMaxLength / 2) return IndexStale;
+  if (records < count && heads.indexLength < MappedFile::kMaxLength / 2) return IndexStale;
   if (records < count) {
     overCapacity = TRUE;
     indexHolds = contacts;
@@ -207,10 +208,16 @@ int ContactManager::OpenIndex() {
 
 BOOL ContactManager::ListIndexedIds(Array<CEOID>& sorted) {
   sorted.RemoveAll();
-  // Whoever lists the ids goes on to write: the walk's part for writes comes first, and damage is as
-  // good as a duplicate.
-  if (!index.WalkForWrites()) {
-    ReportDamage(L"ListIndexedIds", __LINE__);
+  // Whoever lists the ids goes on to write: the files must have been copied whole, and damage is as
+  // good as a duplicate. The walk over both files stays in idle time; what it finds after the
+  // inspection's writes leads to the rebuild as ever.
+  if (!index.EnsureLoaded()) {
+    Str why;
+    why.Format(
+        L"%s and %s don't hold together: load: a file couldn't be copied whole, or its header names "
+        L"structures past its end",
+        BareFileName(index.IndexPath()), BareFileName(index.PropsPath()));
+    ReportDropped(why, L"ListIndexedIds", __LINE__);
     return FALSE;
   }
   if (!index.ListAll(SortByName, sorted)) return FALSE;

@@ -233,8 +233,8 @@ class ContactManager : public ContactDatabase, public DbEventTarget, public Name
   // What an opened index needs: nothing when in step, the audit when stale, a full rebuild when
   // unusable. A process that may not write only takes what it finds; an unusable index is a failure.
   BOOL BringInStep(int state);
-  // The ids of the open index's name list, ascending; false when one of them stands there twice, and
-  // when the walk that writes rely on finds the index damaged.
+  // The ids of the open index's name list, ascending, once the files are copied in; false when one of
+  // them stands there twice, and when the copy failed or the list can't be read.
   BOOL ListIndexedIds(Array<CEOID>& sorted);
   // Whether a failed read met the end of the table: the platform's "no more items", or the stepping
   // layer's end of file.

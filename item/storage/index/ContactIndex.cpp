@@ -98,6 +98,28 @@ BOOL ContactIndex::OpenStores(BOOL deferred) {
 
 BOOL ContactIndex::IsLoading() const { return store.IsLoading() || props.IsLoading(); }
 
+BOOL ContactIndex::ReadHeads(Heads& heads) const {
+  if (!IsOpen() || !props.IsOpen()) {
+    SetLastError(ERROR_INVALID_HANDLE);
+    return FALSE;
+  }
+  // During a copy the data holds the head and the count words the deferred open fetched.
+  if (IsDamaged() || !store.CheckLayout(nullptr)) {
+    SetLastError(ERROR_INVALID_DATA);
+    return FALSE;
+  }
+  const uint32_t map = store.HeaderWord(kContactMapSlot);
+  heads.contacts = 0;
+  if (map != 0 && !store.CountedAt(map, sizeof(ContactMapEntry), &heads.contacts)) {
+    SetLastError(ERROR_INVALID_DATA);
+    return FALSE;
+  }
+  heads.records = props.RecordCount();
+  heads.stamp = props.GetDbState();
+  heads.indexLength = store.Length();
+  return TRUE;
+}
+
 BOOL ContactIndex::EnsureLoaded() const {
   if (loadState == StoresLoaded && !store.IsDamaged()) return TRUE;
   if (loadState == StoresLoaded) {

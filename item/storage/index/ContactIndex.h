@@ -87,6 +87,17 @@ class ContactIndex : public IndexKeySink {
   BOOL EnsureLoaded() const;
   // Whether a copy of a deferred open still runs, without waiting for it.
   BOOL IsLoading() const;
+  // What a start judges the two files by, read without waiting for a copy: the props store's record
+  // count and stamp, the index file's length and its contact count as its contact map's count word
+  // says it. False, with ERROR_INVALID_DATA, when the index is known to be damaged or its header names
+  // a structure past the file's end; ERROR_INVALID_HANDLE when the files aren't open.
+  struct Heads {
+    uint32_t records;
+    FILETIME stamp;
+    uint32_t contacts;
+    uint32_t indexLength;
+  };
+  BOOL ReadHeads(Heads& heads) const;
   // Whether the index is known to be damaged: a copy failed, the header names structures past the
   // file's end, or an operation met a structure that doesn't hold together (IndexStore::IsDamaged).
   // Every read and write of it fails with ERROR_INVALID_DATA then, until it is made anew.

@@ -59,6 +59,18 @@ BOOL IndexStore::OpenDeferred() {
     SetLastError(ERROR_INVALID_DATA);
     return FALSE;
   }
+  static const uint32_t kCountedSlots[] = {kWordReverseSlot, kKeypadReverseSlot, kNameListSlot,
+                                           kFileAsListSlot, kContactMapSlot};
+  for (uint32_t slot : kCountedSlots) {
+    const uint32_t at = HeaderWord(slot);
+    // A link past the end is CheckLayout's to find; one that can't be read makes the file unusable.
+    if (at != 0 && IsInside(at, 4) && !FetchSpan(at, 4)) {
+      const DWORD error = GetLastError();
+      Close();
+      SetLastError(error);
+      return FALSE;
+    }
+  }
   return TRUE;
 }
 

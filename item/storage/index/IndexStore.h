@@ -39,9 +39,10 @@ class IndexStore : public ArenaStore {
   // `minimumLength` above the present length extends the data by the difference.
   virtual BOOL Open(uint32_t minimumLength);
   // The index file for a quick start: the same rule of mark and version, judged from the file's head
-  // while the rest is copied in the background (ArenaStore::OpenDeferred). Once WaitLoaded has said
-  // true, CheckLayout tells whether the header's structures lie inside the data; the walks of Check
-  // and VerifyArena are the owner's to run.
+  // while the rest is copied in the background (ArenaStore::OpenDeferred). The count words of the
+  // structures the header names are read from the file at once, so that CheckLayout can tell before
+  // the copy has ended whether they lie inside the data; the walks of Check and VerifyArena are the
+  // owner's to run.
   virtual BOOL OpenDeferred();
   // Whether every structure that the header names lies inside the data: each link 0 or past the header,
   // and the counted entries of the sorted lists, the reverse maps and the contact map within the data.

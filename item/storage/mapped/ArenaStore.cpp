@@ -201,6 +201,13 @@ BOOL ArenaStore::OpenDeferred(const wchar_t* path, uint32_t headBytes) {
   return TRUE;
 }
 
+BOOL ArenaStore::WaitLoaded() {
+  const BOOL whole = file.WaitLoaded();
+  // The data was a stand-in while the copy ran.
+  if (data != file.Data()) Attach();
+  return whole;
+}
+
 BOOL ArenaStore::VerifyArena() const {
   const uint32_t smallestArena =
       ArenaAllocator::kHeaderBytes + ArenaAllocator::kTagBytes + ArenaAllocator::kMinimumPayload;

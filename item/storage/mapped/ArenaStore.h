@@ -54,11 +54,15 @@ class ArenaStore {
   virtual BOOL Open(const wchar_t* path);
   // The same store for a quick start: the file is copied in the background (MappedFile::
   // OpenInBackground) with the first `headBytes` of the data read at once, and only the arena's size
-  // word is judged here. Until WaitLoaded has said true nothing behind the head may be touched; the
-  // walk over the arena that Open runs is VerifyArena, left to the owner.
+  // word is judged here. Until WaitLoaded has said true nothing behind the head may be touched but
+  // what FetchSpan brought in; the walk over the arena that Open runs is VerifyArena, left to the
+  // owner.
   virtual BOOL OpenDeferred(const wchar_t* path, uint32_t headBytes);
-  // Waits for the background copy; false when it failed.
-  BOOL WaitLoaded() { return file.WaitLoaded(); }
+  // Waits for the background copy, and takes the data anew, which is the mapping's from then on;
+  // false when the copy failed.
+  BOOL WaitLoaded();
+  // While the copy runs, reads a span of the file into the data at its place (MappedFile::FetchSpan).
+  BOOL FetchSpan(uint32_t offset, uint32_t count) { return file.FetchSpan(offset, count); }
   BOOL IsLoading() const { return file.IsLoading(); }
   // Whether the arena holds together: its blocks tile it with matching tags and its free ring is a
   // ring of exactly the free blocks (ArenaAllocator::Verify). Reads nothing outside the data.

@@ -42,8 +42,9 @@ bool IsFlagSet(const LONG* flag) { return InterlockedCompareExchange(const_cast<
 }  // namespace
 
 MappedFile::MappedFile()
-    : cancel(0), hurry(0), beforeSave(nullptr), loadFrom(0), loadSize(0), loadLength(0), loadFailed(FALSE),
-      image(nullptr), imageSize(0), imageDirty(0) {
+    : cancel(0), hurry(0), beforeSave(nullptr), loadSize(0), loadLength(0), loadFailed(FALSE),
+      loadError(NO_ERROR), loadAttached(FALSE), standIn(nullptr), standInHead(0), image(nullptr),
+      imageSize(0), imageDirty(0) {
   path[0] = 0;
 }
 
@@ -160,12 +161,15 @@ void MappedFile::Unmap() {
   mapping.Reset();
 }
 
-BYTE* MappedFile::Data() const { return view.IsEmpty() ? nullptr : static_cast<BYTE*>(view.Get()) + 4; }
+BYTE* MappedFile::Data() const {
+  if (standIn != nullptr) return standIn;
+  return view.IsEmpty() ? nullptr : static_cast<BYTE*>(view.Get()) + 4;
+}
 
 uint32_t MappedFile::Length() const {
-  if (view.IsEmpty()) return 0;
   // While this object's copy runs, the word says so to other processes; here the length is known.
-  if (!loader.IsEmpty()) return loadLength;
+  if (standIn != nullptr) return loadLength;
+  if (view.IsEmpty()) return 0;
   const uint32_t length = ReadWord(static_cast<BYTE*>(view.Get()));
   return length == kFailedLength ? 0 : length;
 }
@@ -219,32 +223,72 @@ BOOL MappedFile::OpenInBackground(const wchar_t* filePath, uint32_t headBytes) {
   Close();
   if (!RememberPath(filePath)) return FALSE;
   if (image != nullptr) return OpenImage();
+  // A mapping some process holds has the live data, whatever the file says: it is attached at once.
+  if (!IsMappingHeld() && OpenWithStandIn(headBytes)) return TRUE;
   BOOL first = FALSE;
   if (!MapForOpen(&first)) return FALSE;
   if (!first) return TRUE;
   KernelHandle file;
   DWORD size = 0;
   if (!OpenBackingFile(file, &size)) return FALSE;
-  // The check word first, from the file's end: a file that fails it, or one that is hardly longer
-  // than the head, is read whole at once as Open reads it.
-  const BOOL valid = size >= 8 && ReadSpan(file.Get(), Data(), size - 8, 8) &&
-                     IsValidImage(size, ReadWord(Data() + size - 8));
-  const DWORD head = headBytes < size ? headBytes : size;
-  if (valid && size - head > kSliceSize && ReadSpan(file.Get(), Data(), 0, head)) {
-    loadFile = static_cast<KernelHandle&&>(file);
-    loadFrom = head;
-    loadSize = size;
-    loadLength = size - 4;
-    loadFailed = FALSE;
-    HANDLE thread = CreateThread(nullptr, 0, LoadThread, this, 0, nullptr);
-    if (thread != nullptr) {
-      loader.Reset(thread);
-      return TRUE;
-    }
-    LogFailure(L"CreateThread", GetLastError(), path, L"OpenInBackground", __LINE__);
-    file = static_cast<KernelHandle&&>(loadFile);
-  }
   return ReadWhole(file.Get(), size, L"OpenInBackground");
+}
+
+BOOL MappedFile::IsMappingHeld() const {
+  wchar_t name[MAX_PATH];
+  // A name too long for a mapping: the open that follows says so.
+  if (!MappingName(path, name, MAX_PATH)) return TRUE;
+  HANDLE held = OpenFileMappingW(FILE_MAP_READ, FALSE, name);
+  if (held == nullptr) return FALSE;
+  CloseHandle(held);
+  return TRUE;
+}
+
+BOOL MappedFile::OpenWithStandIn(uint32_t headBytes) {
+  KernelHandle file(CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                FILE_ATTRIBUTE_NORMAL, nullptr));
+  // Whatever fails here is found again, and said, by the open that reads the file whole.
+  if (file.IsEmpty()) return FALSE;
+  DWORD high = 0;
+  const DWORD size = GetFileSize(file.Get(), &high);
+  if (size == INVALID_FILE_SIZE || high != 0 || size < 8 || size > kMaxLength + 4) return FALSE;
+  BYTE* memory =
+      static_cast<BYTE*>(VirtualAlloc(nullptr, kMappingSize, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE));
+  if (memory == nullptr) return FALSE;
+  const DWORD head = headBytes < size ? headBytes : size;
+  // The check word first, from the file's end: a file that fails it is read whole, as Open reads it.
+  if (!ReadSpan(file.Get(), memory, size - 8, 8) || !IsValidImage(size, ReadWord(memory + size - 8)) ||
+      !ReadSpan(file.Get(), memory, 0, head)) {
+    VirtualFree(memory, 0, MEM_RELEASE);
+    return FALSE;
+  }
+  loadFile = static_cast<KernelHandle&&>(file);
+  loadSize = size;
+  loadLength = size - 4;
+  loadFailed = FALSE;
+  loadError = NO_ERROR;
+  loadAttached = FALSE;
+  standIn = memory;
+  standInHead = head;
+  HANDLE thread = CreateThread(nullptr, 0, LoadThread, this, 0, nullptr);
+  if (thread != nullptr) {
+    loader.Reset(thread);
+    return TRUE;
+  }
+  LogFailure(L"CreateThread", GetLastError(), path, L"OpenInBackground", __LINE__);
+  standIn = nullptr;
+  VirtualFree(memory, 0, MEM_RELEASE);
+  loadFile.Reset();
+  return FALSE;
+}
+
+BOOL MappedFile::FetchSpan(uint32_t offset, uint32_t count) {
+  if (standIn == nullptr) return Data() != nullptr;
+  if (offset > loadSize || count > loadSize - offset) {
+    SetLastError(ERROR_HANDLE_EOF);
+    return FALSE;
+  }
+  return ReadSpan(loadFile.Get(), standIn, offset, count);
 }
 
 BOOL MappedFile::OpenImage() {
@@ -347,11 +391,12 @@ BOOL MappedFile::OpenBackingFile(KernelHandle& file, DWORD* fileSize) {
 
 BOOL MappedFile::ReadSpan(HANDLE file, BYTE* data, DWORD offset, DWORD count) {
   if (count == 0) return TRUE;
-  if (SetFilePointer(file, static_cast<LONG>(offset), nullptr, FILE_BEGIN) == INVALID_SET_FILE_POINTER &&
-      GetLastError() != NO_ERROR)
-    return FALSE;
+  // At an offset of its own rather than the file's pointer: the copy's thread and FetchSpan read the
+  // same handle at once.
+  OVERLAPPED at = {};
+  at.Offset = offset;
   DWORD read = 0;
-  if (!ReadFile(file, data + offset, count, &read, nullptr)) return FALSE;
+  if (!ReadFile(file, data + offset, count, &read, &at)) return FALSE;
   if (read != count) {
     SetLastError(ERROR_HANDLE_EOF);
     return FALSE;
@@ -361,33 +406,67 @@ BOOL MappedFile::ReadSpan(HANDLE file, BYTE* data, DWORD offset, DWORD count) {
 
 DWORD WINAPI MappedFile::LoadThread(void* parameter) {
   MappedFile* self = static_cast<MappedFile*>(parameter);
-  return self->LoadRest() ? 0 : 1;
+  return self->LoadInBackground() ? 0 : 1;
 }
 
-BOOL MappedFile::LoadRest() {
+BOOL MappedFile::LoadInBackground() {
+  BOOL first = FALSE;
+  if (!MapForOpen(&first)) {
+    loadError = GetLastError();
+    loadFailed = TRUE;
+    return FALSE;
+  }
+  BYTE* target = static_cast<BYTE*>(view.Get()) + 4;
+  if (!first) {
+    // Another process made the mapping since the look at it, from the same file: its data is the live
+    // one. What was judged from the head must still be what it holds.
+    loadAttached = TRUE;
+    if (ReadWord(static_cast<BYTE*>(view.Get())) != loadLength || memcmp(target, standIn, standInHead) != 0) {
+      loadError = ERROR_INVALID_DATA;
+      loadFailed = TRUE;
+    }
+    return !loadFailed;
+  }
+  const BOOL ok = CopyWholeFile();
+  if (!ok) {
+    loadError = GetLastError() != NO_ERROR ? GetLastError() : ERROR_READ_FAULT;
+    loadFailed = TRUE;
+  }
+  // Other processes may use the data from here on; the length word says when.
+  InterlockedExchange(static_cast<LONG*>(view.Get()), static_cast<LONG>(ok ? loadLength : kFailedLength));
+  return ok;
+}
+
+BOOL MappedFile::CopyWholeFile() {
+  BYTE* target = static_cast<BYTE*>(view.Get()) + 4;
   // Through a view of the file rather than ReadFile into the mapping: a read into memory not yet
   // touched holds the platform's lock of the address space while it runs, and the opener's thread
   // would wait on it. The handle's sharing keeps writers of the file away meanwhile.
-  BOOL ok = FALSE;
   KernelHandle section(CreateFileMappingW(loadFile.Get(), nullptr, PAGE_READONLY, 0, 0, nullptr));
   if (!section.IsEmpty()) {
     MappedView source(MapViewOfFile(section.Get(), FILE_MAP_READ, 0, 0, 0));
     if (!source.IsEmpty()) {
-      memcpy(Data() + loadFrom, static_cast<const BYTE*>(source.Get()) + loadFrom, loadSize - loadFrom);
-      ok = TRUE;
+      memcpy(target, source.Get(), loadSize);
+      return TRUE;
     }
   }
   // Without a view, in slices, so that the lock is never held for long.
-  for (DWORD at = loadFrom; !ok && at < loadSize;) {
+  for (DWORD at = 0; at < loadSize;) {
     const DWORD slice = loadSize - at < kLoadSlice ? loadSize - at : kLoadSlice;
-    if (!ReadSpan(loadFile.Get(), Data(), at, slice)) break;
+    if (!ReadSpan(loadFile.Get(), target, at, slice)) return FALSE;
     at += slice;
-    if (at == loadSize) ok = TRUE;
   }
-  if (!ok) loadFailed = TRUE;
-  // Other processes may use the data from here on; the length word says when.
-  InterlockedExchange(static_cast<LONG*>(view.Get()), static_cast<LONG>(ok ? loadLength : kFailedLength));
-  return ok;
+  return TRUE;
+}
+
+void MappedFile::DropStandIn() {
+  if (standIn == nullptr) return;
+  // A copy of this process's own takes the head as the opener may have changed it meanwhile.
+  if (!loadFailed && !loadAttached && !view.IsEmpty())
+    memcpy(static_cast<BYTE*>(view.Get()) + 4, standIn, standInHead);
+  VirtualFree(standIn, 0, MEM_RELEASE);
+  standIn = nullptr;
+  standInHead = 0;
 }
 
 BOOL MappedFile::WaitLoaded() {
@@ -396,8 +475,9 @@ BOOL MappedFile::WaitLoaded() {
     LogFailure(L"WaitForSingleObject", GetLastError(), path, L"WaitLoaded", __LINE__);
   loader.Reset();
   loadFile.Reset();
+  DropStandIn();
   if (loadFailed) {
-    LogFailure(L"ReadFile", ERROR_READ_FAULT, path, L"WaitLoaded", __LINE__);
+    LogFailure(L"ReadFile", loadError, path, L"WaitLoaded", __LINE__);
     SetLastError(ERROR_READ_FAULT);
     return FALSE;
   }
@@ -409,11 +489,12 @@ BOOL MappedFile::IsLoading() const {
 }
 
 BOOL MappedFile::Grow(uint32_t newLength) {
+  // During a copy the mapping is the copy's thread's until it has ended.
+  WaitLoaded();
   if (view.IsEmpty()) {
     SetLastError(ERROR_INVALID_HANDLE);
     return FALSE;
   }
-  WaitLoaded();
   if (newLength <= Length()) return TRUE;
   if (newLength > kMaxLength) {
     LogTooLarge(L"Grow", __LINE__, newLength, path);
@@ -443,12 +524,12 @@ uint32_t MappedFile::StampImage() {
 }
 
 BOOL MappedFile::Save(BOOL background) {
-  if (view.IsEmpty()) {
+  if (!IsMapped()) {
     SetLastError(ERROR_INVALID_HANDLE);
     return FALSE;
   }
   // Never an image of a copy that failed: the file on disk is the better one.
-  if (!WaitLoaded()) {
+  if (!WaitLoaded() || view.IsEmpty()) {
     SetLastError(ERROR_INVALID_DATA);
     return FALSE;
   }

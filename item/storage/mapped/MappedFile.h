@@ -23,9 +23,16 @@
 // fails the word says kFailedLength: an attached process lets go and tries again, and copies the file
 // itself once the failed opener has let go too. Making or attaching a mapping and setting its first
 // word happen under a named mutex of the mapping, so that nobody reads the word of a mapping whose
-// maker hasn't set it yet. OpenInBackground
-// copies all but the data's first bytes on a thread of its own, so that the opener can go on at once
-// with what the head holds; WaitLoaded waits for the rest.
+// maker hasn't set it yet.
+//
+// OpenInBackground lets the opener go on at once with what the data's first bytes hold. When no
+// process holds the mapping yet, the opener reads those bytes (and whatever else FetchSpan asks for)
+// from the file into a stand-in of its own, as large as the mapping, and a thread of its own makes the
+// mapping and copies the file into it: the first write into a new mapping costs time in proportion to
+// the mapping's size, and it is paid there. Until WaitLoaded, Data() is the stand-in, which holds the
+// fetched bytes at their places and zeros elsewhere; WaitLoaded waits for the copy and gives the
+// mapping from then on (with the head as the opener left it), so whoever keeps Data() takes it again
+// after WaitLoaded.
 #pragma once
 
 #include <windows.h>
@@ -67,10 +74,16 @@ class MappedFile {
   // from it. A file that can't be opened or read whole closes the mapping and fails; a file that
   // fails the validity check fails and leaves the mapping open.
   virtual BOOL Open(const wchar_t* path, uint32_t minimumLength);
-  // Open, but a new mapping gets only the data's first `headBytes` (and the file's check word) before
-  // this returns; the rest is copied by a thread of its own. Until WaitLoaded has said true, nothing
-  // behind the head may be read or written. Length() is the file's length at once.
+  // Open, but when no process holds the mapping only the data's first `headBytes` (and the file's
+  // check word) are read before this returns, into the stand-in; the mapping is made and filled by a
+  // thread of its own. Until WaitLoaded has said true nothing behind the head may be read but what
+  // FetchSpan brought in, and nothing may be written but the head. Length() is the file's length at
+  // once.
   virtual BOOL OpenInBackground(const wchar_t* path, uint32_t headBytes);
+  // While that copy runs: reads `count` bytes of the file at data offset `offset` into the stand-in,
+  // at the same offset, so that they can be read before the copy has ended. True at once when the
+  // data is the mapping's already. False when the span passes the file's end or can't be read.
+  BOOL FetchSpan(uint32_t offset, uint32_t count);
   // The next Open or OpenInBackground of this object reads its data from `bytes` instead of the
   // backing file, and judges them as it judges a file (its size and check word); the data then lives
   // in a mapping of this object alone, which no other process attaches to, and OpenInBackground copies
@@ -81,8 +94,9 @@ class MappedFile {
     image = bytes;
     imageSize = size;
   }
-  // Waits for the copy that OpenInBackground began. True when the data is the file's whole, or when
-  // no copy was begun; false when the copy failed (the data behind the head is then not the file's).
+  // Waits for the copy that OpenInBackground began, and from then on Data() is the mapping. True when
+  // the data is the file's whole, or when no copy was begun; false when the copy failed (the data is
+  // then not the file's, or there is none).
   virtual BOOL WaitLoaded();
   // True while that copy runs, without waiting for it.
   BOOL IsLoading() const;
@@ -106,11 +120,12 @@ class MappedFile {
 
   void SetBeforeSaveCallback(BeforeSaveCallback function) { beforeSave = function; }
 
-  // The data (mapping offset 4), or null when nothing is mapped.
+  // The data (mapping offset 4), or null when nothing is mapped; the stand-in while a copy of
+  // OpenInBackground runs.
   BYTE* Data() const;
   // L, or 0 when nothing is mapped.
   uint32_t Length() const;
-  BOOL IsMapped() const { return !view.IsEmpty(); }
+  BOOL IsMapped() const { return standIn != nullptr || !view.IsEmpty(); }
   // True while a write-back thread runs.
   BOOL IsSaving() const;
   // True while CancelSave waits for the write-back to stop; the write-back thread asks it too.
@@ -157,7 +172,18 @@ class MappedFile {
   static DWORD WINAPI WriteBackThread(void* parameter);
   BOOL WriteBack();
   static DWORD WINAPI LoadThread(void* parameter);
-  BOOL LoadRest();
+  // Whether a mapping of the path exists, made by any process.
+  BOOL IsMappingHeld() const;
+  // The background open when no process holds the mapping: reads the file's check word and head into
+  // a new stand-in and starts the copy's thread. False, with nothing held, when the file can't be
+  // judged so (missing, too large, failing its check word) or the thread can't start.
+  BOOL OpenWithStandIn(uint32_t headBytes);
+  // The copy's thread: makes or attaches the mapping and copies the file into a new one.
+  BOOL LoadInBackground();
+  // Copies the whole file into the mapping.
+  BOOL CopyWholeFile();
+  // Lets the stand-in go, once the copy has ended: the head written meanwhile goes into the mapping.
+  void DropStandIn();
 
   KernelHandle mapping;
   MappedView view;
@@ -171,13 +197,19 @@ class MappedFile {
   LONG hurry;
   BeforeSaveCallback beforeSave;
   // The copy of OpenInBackground: its thread until WaitLoaded has seen it end, the file it reads, the
-  // part it copies, the length that the data will have, and whether it succeeded.
+  // file's size, the length that the data will have, whether it succeeded (and the error of a
+  // failure), and whether it found the mapping made by another process. While the thread runs it
+  // alone touches `mapping` and `view`; this side reads the stand-in, its head of `standInHead` bytes
+  // and `loadLength`.
   KernelHandle loader;
   KernelHandle loadFile;
-  DWORD loadFrom;
   DWORD loadSize;
   uint32_t loadLength;
   BOOL loadFailed;
+  DWORD loadError;
+  BOOL loadAttached;
+  BYTE* standIn;
+  uint32_t standInHead;
   // What UseImage gave, until the open that reads it.
   const BYTE* image;
   uint32_t imageSize;

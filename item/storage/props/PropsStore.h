@@ -107,7 +107,12 @@ class PropsStore {
   // owner.
   virtual BOOL OpenDeferred();
   // Waits for the background copy; false when it failed.
-  BOOL WaitLoaded() { return file.WaitLoaded(); }
+  BOOL WaitLoaded() {
+    const BOOL whole = file.WaitLoaded();
+    // The data was a stand-in while the copy ran: the mapping's is taken from here on.
+    if (data != file.Data()) Attach(file.Length());
+    return whole;
+  }
   BOOL IsLoading() const { return file.IsLoading(); }
   // Finishes a running write-back, then unmaps.
   virtual void Close();
