@@ -363,10 +363,14 @@ CEOID ReadProps(HANDLE hDbase, DWORD dwFlags, LPWORD lpcPropID, CEPROPID* rgProp
   }
   Record* r = (*c.order)[index];
 
-  std::vector<Slot> slots;
+  // One list of slots for every read of the process, kept between calls: the reads of a walk over a
+  // table then allocate nothing. The process lock keeps it to one call at a time.
+  static std::vector<Slot>& slots = *new std::vector<Slot>();
+  slots.clear();
   size_t found = 0;
   if (!rgPropID) {
     PropIter it(r->props);
+    slots.reserve(it.Count());
     PropView v;
     while (it.Next(&v)) slots.push_back(Slot{v.propid, true, v});
     found = slots.size();
