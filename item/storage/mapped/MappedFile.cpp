@@ -44,7 +44,7 @@ bool IsFlagSet(const LONG* flag) { return InterlockedCompareExchange(const_cast<
 MappedFile::MappedFile()
     : cancel(0), hurry(0), beforeSave(nullptr), loadSize(0), loadLength(0), loadFailed(FALSE),
       loadError(NO_ERROR), loadAttached(FALSE), standIn(nullptr), standInHead(0), image(nullptr),
-      imageSize(0), imageDirty(0) {
+      imageSize(0), imageOpen(FALSE), imageDirty(0) {
   path[0] = 0;
 }
 
@@ -314,13 +314,17 @@ BOOL MappedFile::OpenImage() {
     }
     imageDirty = 0;
   }
-  view.Reset(MapViewOfFile(imageSection.Get(), kViewAccess, 0, 0, 0));
-  if (view.IsEmpty()) {
-    const DWORD error = GetLastError();
-    LogFailure(L"MapViewOfFile", error, path, L"OpenImage", __LINE__);
-    SetLastError(error);
-    return FALSE;
+  if (imageView.IsEmpty()) {
+    imageView.Reset(MapViewOfFile(imageSection.Get(), kViewAccess, 0, 0, 0));
+    if (imageView.IsEmpty()) {
+      const DWORD error = GetLastError();
+      LogFailure(L"MapViewOfFile", error, path, L"OpenImage", __LINE__);
+      SetLastError(error);
+      return FALSE;
+    }
   }
+  view = static_cast<MappedView&&>(imageView);
+  imageOpen = TRUE;
   // All zeros again, as a new mapping is, whatever the last image left.
   memset(view.Get(), 0, imageDirty);
   imageDirty = 4 + size;
@@ -509,8 +513,13 @@ void MappedFile::Close() {
   // Whoever attaches later finds the whole file, not the part copied so far.
   WaitLoaded();
   FinishSave();
-  // The data of an image may have grown since its open: the next open clears that far.
-  if (!imageSection.IsEmpty() && !view.IsEmpty() && 4 + Length() > imageDirty) imageDirty = 4 + Length();
+  // The view of an image stays for the next; the data may have grown since its open, and the next
+  // open clears that far.
+  if (imageOpen) {
+    if (4 + Length() > imageDirty) imageDirty = 4 + Length();
+    imageView = static_cast<MappedView&&>(view);
+    imageOpen = FALSE;
+  }
   Unmap();
   loadFailed = FALSE;
 }

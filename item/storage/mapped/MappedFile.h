@@ -213,8 +213,11 @@ class MappedFile {
   // What UseImage gave, until the open that reads it.
   const BYTE* image;
   uint32_t imageSize;
-  // The mapping of those opens, kept from one to the next since a new mapping is slow to take into
-  // use, and how many of its bytes the last of them may have written.
+  // The mapping of those opens and its view, kept from one to the next since mapping and unmapping
+  // are slow, whether the view is the one open now, and how many of its bytes the last open may have
+  // written.
   KernelHandle imageSection;
+  MappedView imageView;
+  BOOL imageOpen;
   uint32_t imageDirty;
 };
