@@ -592,6 +592,40 @@ TEST_CASE("the checksum adds the default item, the oid, the dates, the text hash
   CHECK(contact.ComputeChecksum() == expected);
 }
 
+TEST_CASE("the text and Note hashes, summed in pairs, agree with a character by character model") {
+  // The model: each character or byte in turn, shifted by a half (text) or a byte (Note) every second
+  // step.
+  auto textModel = [](const std::wstring& text) {
+    uint32_t sum = 0;
+    for (size_t i = 0; i < text.size(); ++i) sum += static_cast<uint32_t>(text[i]) << (i % 2 == 0 ? 0 : 16);
+    return sum;
+  };
+  auto blobModel = [](const std::vector<BYTE>& bytes) {
+    uint32_t sum = static_cast<uint32_t>(bytes.size());
+    for (size_t i = 0; i < bytes.size(); ++i) sum += static_cast<uint32_t>(bytes[i]) << (i % 2 == 0 ? 0 : 8);
+    return sum;
+  };
+  uint32_t state = 12345;
+  auto next = [&state]() {
+    state = state * 1103515245u + 12345u;
+    return state >> 8;
+  };
+  for (int round = 0; round < 400; ++round) {
+    CAPTURE(round);
+    const size_t length = next() % 3000;
+    std::wstring text;
+    std::vector<BYTE> bytes;
+    for (size_t i = 0; i < length; ++i) {
+      // Characters of the whole range but NUL, high ones too, so that the sums wrap.
+      text.push_back(static_cast<wchar_t>(1 + next() % 0xFFFF));
+      bytes.push_back(static_cast<BYTE>(next()));
+    }
+    CHECK(Contact::TextHash(text.c_str()) == textModel(text));
+    CHECK(Contact::BlobHash(bytes.empty() ? nullptr : bytes.data(), static_cast<uint32_t>(bytes.size())) ==
+          blobModel(bytes));
+  }
+}
+
 TEST_CASE("the shared byte buffer: one empty block, copies by reference, equality by bytes") {
   ByteBuffer empty;
   ByteBuffer alsoEmpty(nullptr, 0);

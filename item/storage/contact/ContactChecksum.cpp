@@ -2,27 +2,30 @@
 // quick checksum of the raw record (ContactDatabase::QuickChecksum): both must add the same terms.
 #include "storage/contact/Contact.h"
 
+#include <wchar.h>
+
 uint32_t Contact::TextHash(const wchar_t* text) {
-  uint32_t sum = 0;
   if (text == nullptr) return 0;
-  // Characters in pairs: the first as it is, the second in the high half.
-  for (const wchar_t* p = text; *p != 0; ++p) {
-    sum += static_cast<uint32_t>(*p);
-    ++p;
-    if (*p == 0) break;
-    sum += static_cast<uint32_t>(*p) << 16;
-  }
+  // Characters in pairs: the first as it is, the second in the high half, and a last one alone. The
+  // length first, so that the sum runs over the pairs without a test for the end in between (which a
+  // start's pass over every record of the book notices).
+  const size_t length = wcslen(text);
+  uint32_t sum = 0;
+  size_t i = 0;
+  for (; i + 1 < length; i += 2)
+    sum += static_cast<uint32_t>(text[i]) + (static_cast<uint32_t>(text[i + 1]) << 16);
+  if (i < length) sum += static_cast<uint32_t>(text[i]);
   return sum;
 }
 
 uint32_t Contact::BlobHash(const BYTE* data, uint32_t length) {
   uint32_t sum = length;
-  uint32_t shift = 0;
-  for (uint32_t i = 0; i < length; ++i) {
-    sum += static_cast<uint32_t>(data[i]) << (shift * 8);
-    // The step counter runs 0, 1, 0, 1, ...
-    shift = (shift + 1) & 0x11;
-  }
+  // The bytes in pairs: the first as it is, the second shifted by a byte (the step counter of the
+  // shift runs 0, 1, 0, 1, ...), and a last one alone.
+  uint32_t i = 0;
+  for (; i + 1 < length; i += 2)
+    sum += static_cast<uint32_t>(data[i]) + (static_cast<uint32_t>(data[i + 1]) << 8);
+  if (i < length) sum += static_cast<uint32_t>(data[i]);
   return sum;
 }
 
