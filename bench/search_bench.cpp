@@ -30,17 +30,14 @@
 #include <string>
 #include <vector>
 
+#include "BenchBook.h"
 #include "BenchFolder.h"
 #include "BenchLetters.h"
 #include "BenchTimer.h"
 #include "NaivePeer.h"
 #include "SearchQueries.h"
-#include "DeviceContacts.h"
 #include "DeviceDatabases.h"
-#include "Generator.h"
 #include "Output.h"
-#include "ToolCategories.h"
-#include "extended/ContactNote.h"
 #include "manager/core/ContactManager.h"
 #include "manager/letters/KeypadGroups.h"
 #include "storage/contact/ContactDatabase.h"
@@ -72,58 +69,6 @@ void Progress(const char* format, ...) {
   std::vfprintf(stdout, format, args);
   va_end(args);
   std::fflush(stdout);
-}
-
-// --- the device: a contacts database of the bench's own -------------------------------------------------
-
-// The records of the database in the order they were written: record k holds generated contact k.
-std::vector<CEOID> g_records;
-
-// Writes or deletes records at the end so that the database holds generated contacts [0, count).
-bool HoldContacts(int count) {
-  const int have = static_cast<int>(g_records.size());
-  if (count == have) return true;
-  ContactDatabase database;
-  if (!database.Open(nullptr)) return false;
-  if (count < have) {
-    while (static_cast<int>(g_records.size()) > count) {
-      if (!database.DeleteContact(g_records.back())) return false;
-      g_records.pop_back();
-    }
-    return true;
-  }
-  ToolCategories categories;
-  if (!categories.Open()) return false;
-  ContactNote note;
-  for (int k = have; k < count; ++k) {
-    Contact contact;
-    if (!ToContactRecord(GenerateContact(kSearchSeed, k), categories, note, contact)) return false;
-    if (!database.AddContact(contact, true)) return false;
-    g_records.push_back(contact.oid);
-  }
-  categories.Flush();
-  return true;
-}
-
-// Another program changes the company of `kChanges` records spread over the database; `round` picks
-// other records each time. The company gets " Ltd" added, or loses it.
-bool ChangeRecords(int round) {
-  ContactDatabase database;
-  if (!database.Open(nullptr)) return false;
-  const int count = static_cast<int>(g_records.size());
-  for (int k = 0; k < kChanges; ++k) {
-    const CEOID oid = g_records[(static_cast<size_t>(k) * count / kChanges + round) % count];
-    Contact contact;
-    if (!database.LoadByOid(oid, contact)) return false;
-    Str& company = contact.text[ContactField::Company];
-    const int length = company.GetLength();
-    if (length >= 4 && wcscmp(static_cast<const wchar_t*>(company) + length - 4, L" Ltd") == 0)
-      company = company.Left(length - 4);
-    else
-      company += L" Ltd";
-    if (!database.UpdateContact(contact, true)) return false;
-  }
-  return true;
 }
 
 // --- the manager -----------------------------------------------------------------------------------------
@@ -352,7 +297,7 @@ double Median(std::vector<double> values) {
 // Brings the database to `count` contacts and makes the index anew by a start on a device without
 // one; false when the start fails (the rebuild doesn't fit). The manager is closed again.
 bool RebuildFits(int count, DWORD* error) {
-  if (!HoldContacts(count)) {
+  if (!HoldBenchContacts(count)) {
     std::printf("  the database can't hold %d contacts (error %lu)\n", count, GetLastError());
     std::exit(1);
   }
@@ -429,7 +374,7 @@ Sizes ProductSearches(const QuerySet& queries, Export& out,
 Sizes RunCount(int count, const std::wstring& outFolder, const std::vector<std::string>& notes) {
   const double begin = NowMs();
   Progress("%d contacts: writing them", count);
-  if (!HoldContacts(count)) {
+  if (!HoldBenchContacts(count)) {
     std::printf("\n  the database can't hold %d contacts (error %lu)\n", count, GetLastError());
     std::exit(1);
   }
@@ -523,7 +468,7 @@ Sizes RunCount(int count, const std::wstring& outFolder, const std::vector<std::
   times.clear();
   int rounds = 0;
   for (; rounds < kOpenRepeats; ++rounds) {
-    if (!ChangeRecords(rounds)) {
+    if (!ChangeBenchContacts(rounds, kChanges)) {
       std::printf("\n  the records can't be changed (error %lu)\n", GetLastError());
       std::exit(1);
     }
@@ -555,7 +500,7 @@ Sizes RunCount(int count, const std::wstring& outFolder, const std::vector<std::
              std::to_string(bench.error) + ")");
   }
   // The changed records get their contents back (each change toggles).
-  for (int r = 0; r < rounds; ++r) ChangeRecords(r);
+  for (int r = 0; r < rounds; ++r) ChangeBenchContacts(r, kChanges);
   Progress(" (%.1f s)\n", (NowMs() - begin) / 1000.0);
   if (g_summary) PrintSummary(out);
   return sizes;
