@@ -12,6 +12,8 @@
 #include "foundation/Settings.h"
 #include "manager/core/ContactManager.h"
 #include "manager/datasource/ContactDataSource.h"
+#include "extended/ContactNote.h"
+#include "storage/contact/ContactDatabase.h"
 
 using namespace phototest;
 using pictures::Colours;
@@ -53,7 +55,42 @@ struct PhotoSource {
   }
 };
 
+// The photo's name as the record's own Note gives it, read past the index.
+std::string NoteImage(CEOID id) {
+  ContactDatabase database;
+  REQUIRE(database.Open(nullptr));
+  Contact stored;
+  REQUIRE(database.LoadByOid(id, stored));
+  ContactNote note;
+  Str text;
+  note.GetNoteText(stored, text);
+  return U8(stored.Image);
+}
+
 }  // namespace
+
+TEST_CASE("the Note of a contact written with a photo names the photo's file, also after a rename") {
+  PhotoSource s(L"photo_source_note");
+  // Added: the name is made once the record has its id, and the Note is written again with it.
+  const CEOID ann = s.Add(L"Ann", L"Noted", MakePhoto(20, 10, kHalves));
+  CHECK(NoteImage(ann) == "Ann_Noted.png");
+  // Without names the record id names the file, which the first write of the Note couldn't know.
+  Contact nameless;
+  nameless.photo = MakePhoto(8, 8, kGreen);
+  REQUIRE(s.Manager().AddContact(nameless));
+  const std::string byId = std::to_string(nameless.oid) + ".png";
+  CHECK(NoteImage(nameless.oid) == byId);
+  const std::vector<std::wstring> files = s.data.Files();
+  CHECK(std::count(files.begin(), files.end(), std::wstring(byId.begin(), byId.end())) == 1);
+  // Renamed: the photo moves to the file of the new name, and the Note follows.
+  Contact change = s.Read(ann);
+  change.text[ContactField::LastName] = L"Moved";
+  REQUIRE(s.Manager().UpdateContact(change, TRUE));
+  CHECK(NoteImage(ann) == "Ann_Moved.png");
+  // A contact without a photo names none.
+  const CEOID bob = s.Add(L"Bob", L"Bare", ContactPhoto());
+  CHECK(NoteImage(bob).empty());
+}
 
 TEST_CASE(
     "an added contact's photo is its file, read back whole, and scaled for the rows by GetCachedContact") {

@@ -343,6 +343,9 @@ class ContactManager : public ContactDatabase, public DbEventTarget, public Name
   int keypadStep;
 
  private:
+  // After a write and SavePhoto: writes the record again when the photo's file name differs from the
+  // one `merged` into its Note; `text` gets the Note's text anew.
+  BOOL NameSavedPhoto(Contact& contact, const Str& merged, Str& text);
   ContactManager(const ContactManager&);
   ContactManager& operator=(const ContactManager&);
 };

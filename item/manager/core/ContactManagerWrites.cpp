@@ -37,6 +37,19 @@ BOOL ContactManager::ReadContact(CEOID id, Contact& contact) {
   return TRUE;
 }
 
+BOOL ContactManager::NameSavedPhoto(Contact& contact, const Str& merged, Str& text) {
+  // The Note was merged before the photo's file had its name (a new record has no id until it is
+  // written, and new names give a new file name): when the name differs, the Note takes it and the
+  // record is written again, so that the Note always names the file that holds the photo.
+  if (contact.Image == merged) return TRUE;
+  const DWORD error = GetLastError();
+  note.MergeIntoNote(contact);
+  note.GetNoteText(contact, text);
+  if (!ContactDatabase::UpdateContact(contact, true)) return FALSE;
+  SetLastError(error);
+  return TRUE;
+}
+
 BOOL ContactManager::AddContact(Contact& contact) {
   if (!BeginWrite()) return FALSE;
   dataFolder = GetDataFolder();
@@ -45,8 +58,10 @@ BOOL ContactManager::AddContact(Contact& contact) {
   note.GetNoteText(contact, text);
   if (!ContactDatabase::AddContact(contact, true)) return FALSE;
   // The photo's file takes its name now that the record has its id; the index keeps that name.
+  const Str merged = contact.Image;
   const BOOL photoSaved = SavePhoto(contact, dataFolder);
   const DWORD photoError = GetLastError();
+  if (!NameSavedPhoto(contact, merged, text)) return FALSE;
   nameKeys.Forget(contact.oid);
   contact.checksum = contact.ComputeChecksum();
   BeginIndexChange();
@@ -75,8 +90,10 @@ BOOL ContactManager::UpdateContact(Contact& contact, BOOL photoAuthoritative) {
   Str text;
   note.GetNoteText(contact, text);
   if (!ContactDatabase::UpdateContact(contact, true)) return FALSE;
+  const Str merged = contact.Image;
   const BOOL photoSaved = SavePhoto(contact, dataFolder);
   const DWORD photoError = GetLastError();
+  if (!NameSavedPhoto(contact, merged, text)) return FALSE;
   nameKeys.Forget(contact.oid);
   contact.checksum = contact.ComputeChecksum();
   BeginIndexChange();
