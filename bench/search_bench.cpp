@@ -151,9 +151,10 @@ Stages TimeStages(StagedManager& manager, QueryKind kind, const std::vector<std:
   std::vector<Str> queries;
   for (const std::wstring& query : list) queries.push_back(Str(query.c_str()));
   std::vector<Array<CEOID>> ordered(list.size());
+  std::vector<Array<int32_t>> orderedAt(list.size());
   for (size_t q = 0; q < list.size(); ++q) {
     BOOL handled = FALSE;
-    manager.OrderedMatch(queries[q], keypad, SortKindName, everyone, ordered[q], handled);
+    manager.OrderedMatch(queries[q], keypad, SortKindName, everyone, ordered[q], handled, &orderedAt[q]);
   }
   Array<CEOID> ids;
   PositionSet hits;
@@ -179,7 +180,8 @@ Stages TimeStages(StagedManager& manager, QueryKind kind, const std::vector<std:
   for (int r = 0; r < kSearchRepeats; ++r) {
     std::vector<Array<CEOID>> work(ordered);
     const double start = NowMs();
-    for (size_t q = 0; q < list.size(); ++q) manager.ReorderByName(queries[q], keypad, work[q], nullptr);
+    for (size_t q = 0; q < list.size(); ++q)
+      manager.ReorderByName(queries[q], keypad, work[q], nullptr, keypad ? &orderedAt[q] : nullptr);
     times.push_back(NowMs() - start);
   }
   std::sort(times.begin(), times.end());
