@@ -16,6 +16,7 @@
 #include "ImportHook.h"
 #include "ManagerTestSupport.h"
 #include "MessagePump.h"
+#include "StylusPoint.h"
 #include "WideText.h"
 #include "foundation/Settings.h"
 #include "lists/ContactList.h"
@@ -1191,6 +1192,8 @@ TEST_CASE("a held stylus opens the long-press menu with TrackPopupMenuEx") {
     EndMenu();
   });
   const POINT at = f.RowPoint(0);
+  // The stylus stands on the row, so that no move of the screen's pointer reads as the stylus sliding.
+  REQUIRE(stylus::PutPointerAt(f.Window(), at));
   PostMessageW(f.Window(), WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(at.x, at.y));
   CHECK(PumpUntil([] { return !seen.empty(); }, 5000));
   PostMessageW(f.Window(), WM_LBUTTONUP, 0, MAKELPARAM(at.x, at.y));
