@@ -260,6 +260,13 @@ TEST_CASE(
   CHECK(ReadFileText(probes[1]).find("list COOL.LIST") == std::string::npos);
   bool phone = GetFileAttributesW(L"\\windows\\sms.dll") != INVALID_FILE_ATTRIBUTES;
   if (phone) {
+    // Where the host sent each key, and what the probes saw, for the report of a failure.
+    std::string keys;
+    for (const JournalLine& line : ReadDeviceJournal())
+      if (line.source == "TodayHost" && line.event.rfind("key ", 0) == 0) keys += line.event + "; ";
+    INFO("host: ", keys);
+    INFO("after the first End: ", ReadFileText(probes[2]));
+    INFO("after the second End: ", ReadFileText(probes[3]));
     CHECK(ReadFileText(probes[2]).find("list COOL.LIST count 1 caret 0") != std::string::npos);
     CHECK(ReadFileText(probes[3]).find("list COOL.LIST") == std::string::npos);
   }

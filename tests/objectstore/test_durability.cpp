@@ -48,13 +48,22 @@ struct ProbeResult {
   int dbs = -1;
   int recs = -1;
   bool refused = false;
+  std::string run;  // how the probe's run went, when it didn't end by itself
 };
 
 ProbeResult Probe(const std::wstring& store) {
   ProbeResult r;
   Child c;
-  if (!c.Start(L"storehelper.exe", L"probe", store)) return r;
+  if (!c.Start(L"storehelper.exe", L"probe", store)) {
+    r.run = "the probe could not be started (error " + std::to_string(GetLastError()) + ")";
+    return r;
+  }
+  const ULONGLONG started = GetTickCount64();
   r.exitCode = c.Wait(60000);
+  const ULONGLONG took = GetTickCount64() - started;
+  if (r.exitCode != 0)
+    r.run = "the probe ended with " + std::to_string(r.exitCode) + " after " + std::to_string(took) +
+            " ms (a wait of 60000 ms that runs out ends it)";
   std::vector<std::string> out = c.RestOfOutput(1000);
   r.line = out.empty() ? std::string() : out.back();
   for (const std::string& l : out) {
@@ -243,8 +252,8 @@ TEST_CASE("damaged store files are salvaged by the next process: read consistent
     DeleteFileW(log.c_str());
     REQUIRE(WriteFileBytes(path, v.bytes));
     ProbeResult p = Probe(path);
+    INFO("probe said: ", p.line, "; ", p.run);
     CHECK(p.exitCode == 0);
-    INFO("probe said: ", p.line);
     CHECK_FALSE(p.refused);
     CHECK(p.dbs >= 0);
     CHECK(p.dbs <= base.dbs);
