@@ -34,6 +34,13 @@ void LogFailure(const wchar_t* call, DWORD error, const wchar_t* subject, const 
 // A backing file that isn't there yet is the normal state before the first save, not a failure.
 bool IsMissingFile(DWORD error) { return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND; }
 
+// The turn of the background copies: one at a time in the process.
+struct CopyTurn {
+  CopyTurn() { InitializeCriticalSection(&section); }
+  ~CopyTurn() { DeleteCriticalSection(&section); }
+  CRITICAL_SECTION section;
+};
+
 // The flags cross threads: this side writes them, the write-back thread reads them.
 void SetFlag(LONG* flag, LONG value) { InterlockedExchange(flag, value); }
 
@@ -409,8 +416,14 @@ BOOL MappedFile::ReadSpan(HANDLE file, BYTE* data, DWORD offset, DWORD count) {
 }
 
 DWORD WINAPI MappedFile::LoadThread(void* parameter) {
+  // One copy at a time in the process: the opener, which goes on meanwhile, keeps a processor to
+  // itself on a device with two, and the copies of a start's two files end no later than side by side.
+  static CopyTurn turn;
   MappedFile* self = static_cast<MappedFile*>(parameter);
-  return self->LoadInBackground() ? 0 : 1;
+  EnterCriticalSection(&turn.section);
+  const BOOL loaded = self->LoadInBackground();
+  LeaveCriticalSection(&turn.section);
+  return loaded ? 0 : 1;
 }
 
 BOOL MappedFile::LoadInBackground() {
