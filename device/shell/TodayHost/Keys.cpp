@@ -64,9 +64,14 @@ HWND Host::FrontWindow() {
     RECT rect;
     if (GetWindow(window, GW_OWNER) != nullptr || !GetWindowRect(window, &rect) || IsRectEmpty(&rect))
       continue;
+    // Keys of a host that lost the foreground: what had it and what takes the keys now.
+    wchar_t had[64], takes[64];
+    DeviceJournalWrite(kJournalSource, L"front: %ls had the foreground, keys go to %ls",
+                       ClassOf(front, had, 64), ClassOf(window, takes, 64));
     SetForegroundWindow(window);
     return window;
   }
+  DeviceJournalWrite(kJournalSource, L"front: no window of the host shows, keys go to its main window");
   return hwnd_;
 }
 
