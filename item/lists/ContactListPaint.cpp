@@ -49,13 +49,116 @@ void FillSolid(HDC dc, const RECT& rect, COLORREF color) {
   FillRect(dc, &rect, brush.Get());
 }
 
-// Draws `bitmap` at its own size at (x, y), leaving its black pixels out.
-void DrawTransparent(HDC dc, int x, int y, HBITMAP bitmap) {
+// A 32-bit top-down bitmap whose pixels can be read and written, selected into a context of its own.
+struct PixelBuffer {
+  HDC dc = nullptr;
+  HBITMAP bitmap = nullptr;
+  HGDIOBJ old = nullptr;
+  DWORD* bits = nullptr;
+  int width = 0;
+
+  PixelBuffer(HDC like, int w, int h) : width(w) {
+    BITMAPINFO info = {};
+    info.bmiHeader.biSize = sizeof(info.bmiHeader);
+    info.bmiHeader.biWidth = w;
+    info.bmiHeader.biHeight = -h;
+    info.bmiHeader.biPlanes = 1;
+    info.bmiHeader.biBitCount = 32;
+    info.bmiHeader.biCompression = BI_RGB;
+    void* data = nullptr;
+    bitmap = CreateDIBSection(like, &info, DIB_RGB_COLORS, &data, nullptr, 0);
+    dc = CreateCompatibleDC(like);
+    if (!bitmap || !dc) return;
+    old = SelectObject(dc, bitmap);
+    bits = static_cast<DWORD*>(data);
+  }
+  ~PixelBuffer() {
+    if (old) SelectObject(dc, old);
+    if (dc) DeleteDC(dc);
+    if (bitmap) DeleteObject(bitmap);
+  }
+  bool IsEmpty() const { return bits == nullptr; }
+  DWORD& At(int x, int y) { return bits[y * width + x]; }
+};
+
+// How much of each source pixel a target pixel covers when `from` pixels shrink to `to` (to < from):
+// for target t, the source span [t * from / to, (t + 1) * from / to).
+void CoverSpan(int t, int from, int to, int& first, int& last, float* weights) {
+  const float begin = t * static_cast<float>(from) / to;
+  const float end = (t + 1) * static_cast<float>(from) / to;
+  first = static_cast<int>(begin);
+  last = static_cast<int>(end);
+  if (last >= from || end <= last) last = (last >= from ? from : last) - 1;
+  for (int s = first; s <= last; ++s) {
+    const float low = s > begin ? s : begin;
+    const float high = s + 1 < end ? s + 1 : end;
+    weights[s - first] = high - low;
+  }
+}
+
+// Shrinks a picture with black as its transparent colour into `target`, whose pixels hold what lies
+// below: each target pixel averages the opaque source pixels it covers and lets the ground show
+// through as far as it covers transparent ones, so that a smaller picture keeps smooth edges.
+void ShrinkOver(PixelBuffer& picture, int width, int height, PixelBuffer& target, int tw, int th) {
+  float wx[64], wy[64];
+  for (int ty = 0; ty < th; ++ty) {
+    int y0, y1;
+    CoverSpan(ty, height, th, y0, y1, wy);
+    for (int tx = 0; tx < tw; ++tx) {
+      int x0, x1;
+      CoverSpan(tx, width, tw, x0, x1, wx);
+      float all = 0, opaque = 0, red = 0, green = 0, blue = 0;
+      for (int y = y0; y <= y1 && y - y0 < 64; ++y) {
+        for (int x = x0; x <= x1 && x - x0 < 64; ++x) {
+          const float weight = wx[x - x0] * wy[y - y0];
+          const DWORD pixel = picture.At(x, y) & 0xFFFFFF;
+          all += weight;
+          if (pixel == 0) continue;
+          opaque += weight;
+          red += weight * ((pixel >> 16) & 0xFF);
+          green += weight * ((pixel >> 8) & 0xFF);
+          blue += weight * (pixel & 0xFF);
+        }
+      }
+      if (opaque <= 0 || all <= 0) continue;
+      const float cover = opaque / all;
+      DWORD& ground = target.At(tx, ty);
+      const auto mix = [&](float sum, int shift) {
+        const float below = static_cast<float>((ground >> shift) & 0xFF);
+        return static_cast<DWORD>(below + (sum / opaque - below) * cover + 0.5f) << shift;
+      };
+      ground = mix(red, 16) | mix(green, 8) | mix(blue, 0);
+    }
+  }
+}
+
+// Draws `bitmap` into the square of `side` at (x, y), leaving its black pixels out: at its own size
+// when it fits, else shrunk evenly to the square, so that the whole picture shows in any row height.
+void DrawTransparentFitted(HDC dc, int x, int y, int side, HBITMAP bitmap) {
   BITMAP info = {};
-  if (!bitmap || !GetObjectW(bitmap, sizeof(info), &info)) return;
+  if (!bitmap || side <= 0 || !GetObjectW(bitmap, sizeof(info), &info)) return;
+  const int width = info.bmWidth;
+  const int height = info.bmHeight < 0 ? -info.bmHeight : info.bmHeight;
+  if (width <= 0 || height <= 0) return;
   HDC source = CreateCompatibleDC(dc);
   HGDIOBJ old = SelectObject(source, bitmap);
-  GdiTransparentBlt(dc, x, y, info.bmWidth, info.bmHeight, source, 0, 0, info.bmWidth, info.bmHeight, kBlack);
+  const int larger = width > height ? width : height;
+  if (larger <= side) {
+    GdiTransparentBlt(dc, x, y, width, height, source, 0, 0, width, height, kBlack);
+  } else {
+    const int tw = width * side / larger > 0 ? width * side / larger : 1;
+    const int th = height * side / larger > 0 ? height * side / larger : 1;
+    PixelBuffer picture(dc, width, height);
+    PixelBuffer target(dc, tw, th);
+    // A picture may shrink at most 64 times, which no row comes near.
+    if (!picture.IsEmpty() && !target.IsEmpty() && larger / side < 63) {
+      BitBlt(picture.dc, 0, 0, width, height, source, 0, 0, SRCCOPY);
+      BitBlt(target.dc, 0, 0, tw, th, dc, x, y, SRCCOPY);
+      GdiFlush();
+      ShrinkOver(picture, width, height, target, tw, th);
+      BitBlt(dc, x, y, tw, th, target.dc, 0, 0, SRCCOPY);
+    }
+  }
   SelectObject(source, old);
   DeleteDC(source);
 }
@@ -207,7 +310,8 @@ void ContactList::DrawPicture(HDC dc, const Contact& contact, int side) const {
   HBITMAP picture = companyOnly            ? skin->GetCompanyBitmap()
                     : contact.flag102 != 0 ? skin->GetFlaggedBitmap()
                                            : skin->GetPersonBitmap();
-  DrawTransparent(dc, ScaleX(2), ScaleX(2), picture);
+  // The picture stands ScaleX(2) in from the row's left and top; it keeps as much room below.
+  DrawTransparentFitted(dc, ScaleX(2), ScaleX(2), side - 2 * ScaleX(2), picture);
 }
 
 void ContactList::DrawDoubleLine(HDC dc, const RECT& rect, const Contact& contact, UINT state) {
@@ -333,12 +437,14 @@ void ContactList::TrimToWidth(HDC dc, Str& text, int width) const {
   SIZE size = {0, 0};
   GetTextExtentExPointW(dc, text, length, width > 0 ? width : 0, &fit, offsets.GetData(), &size);
   if (fit >= length) return;
-  const int budget = width - ellipsisWidth;
+  // The dots are measured in the font the text is drawn in, which may be the bold one.
+  SIZE dots = {0, 0};
+  const int budget = width - (GetTextExtentPoint32W(dc, L"...", 3, &dots) ? dots.cx : ellipsisWidth);
+  // Every character that fits within the budget is kept: the kept text and the dots fit the width.
   int kept = 0;
   while (kept < fit && offsets[kept] <= budget) ++kept;
-  const bool walkedToEnd = kept == fit;
   while (kept > 0 && wcschr(kSeparators, text[kept - 1]) != nullptr) --kept;
-  if (walkedToEnd || kept == 0)
+  if (kept == 0)
     text = L"...";
   else
     text = text.Left(kept) + L"...";

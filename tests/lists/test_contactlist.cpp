@@ -5,6 +5,8 @@
 #include <doctest/doctest.h>
 #include <windows.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <map>
 #include <set>
 #include <string>
@@ -1343,6 +1345,45 @@ TEST_CASE(
   ReleaseDC(f.Window(), dc);
 }
 
+TEST_CASE(
+    "TrimToWidth keeps every character that fits with the dots, also when the next one is wider than "
+    "the dots") {
+  ListFixture f;
+  HDC dc = GetDC(f.Window());
+  for (bool bold : {false, true}) {
+    CAPTURE(bold);
+    HGDIOBJ old = SelectObject(dc, GetListFont(bold));
+    const auto width = [&](const std::wstring& text) {
+      SIZE size = {0, 0};
+      GetTextExtentPoint32W(dc, text.c_str(), static_cast<int>(text.size()), &size);
+      return static_cast<int>(size.cx);
+    };
+    // The widest of a few broad characters: wider than the dots in this font.
+    std::wstring wide = L"W";
+    for (const wchar_t* candidate : {L"M", L"m", L"\u2014", L"@", L"\u0416", L"\u2030"})
+      if (width(candidate) > width(wide)) wide = candidate;
+    REQUIRE(width(wide) > width(L"..."));
+    const std::wstring text = L"Feinbau" + wide + wide + L"ritz";
+    // Room for "Feinbau" and the dots and a pixel more, but not for the broad letter.
+    for (int spare = 0; spare < width(wide) - width(L"..."); ++spare) {
+      CAPTURE(spare);
+      Str trimmed(text.c_str());
+      f.list.TrimToWidth(dc, trimmed, width(L"Feinbau...") + spare);
+      CHECK(U8(trimmed) == "Feinbau...");
+    }
+    // In a bold font the dots are bold too: the kept text and the dots fit the width.
+    for (int room = width(L"F..."); room < width(text); ++room) {
+      CAPTURE(room);
+      Str trimmed(text.c_str());
+      f.list.TrimToWidth(dc, trimmed, room);
+      CHECK(width(static_cast<const wchar_t*>(trimmed)) <= room);
+      CHECK(U8(trimmed) != "...");
+    }
+    SelectObject(dc, old);
+  }
+  ReleaseDC(f.Window(), dc);
+}
+
 // --- painting ----------------------------------------------------------------------------------------------
 
 TEST_CASE(
@@ -1571,6 +1612,189 @@ TEST_CASE("painting a double-line row with a photo: fitted into the row's square
   CHECK(row.At(h / 2, h - 1 - margin / 2) == RGB(255, 255, 255));
   // Right of the square the row's own ground.
   CHECK(row.At(h, h / 2) == ContactList::kEvenRowColor);
+}
+
+TEST_CASE("a header in a narrow list keeps as much of its company as fits, with the dots, beside its count") {
+  ListFixture f;
+  const std::wstring company = L"Brandt & S\u00f6hne Feinmechanik";
+  std::vector<Contact> people;
+  for (const wchar_t* last : {L"Abt", L"Bahr", L"Coen", L"Dorn", L"Eck", L"Funk"})
+    people.push_back(Person(last, L"Jo", company.c_str()));
+  f.source.ShowGroups({{company, f.source.PutAll(people)}});
+  f.list.SetSource(&f.source);
+
+  // The header is measured in the bold list font.
+  HDC dc = GetDC(f.Window());
+  HGDIOBJ old = SelectObject(dc, GetListFont(true));
+  const auto width = [&](const std::wstring& text) {
+    SIZE size = {0, 0};
+    GetTextExtentPoint32W(dc, text.c_str(), static_cast<int>(text.size()), &size);
+    return static_cast<int>(size.cx);
+  };
+  const std::wstring count = L" (6)";
+  const std::wstring separators = L" .,;:~@#$%^&*_-=+";
+  const int textLeft = ScaleX(6) + ScaleX(8) + ScaleX(4);
+  // What a title room of `room` pixels shows: the whole company, or its longest beginning that leaves
+  // room for the dots, with no separator before them.
+  const auto expected = [&](int room) {
+    if (width(company) <= room) return company;
+    size_t kept = 0;
+    while (kept < company.size() && width(company.substr(0, kept + 1)) + width(L"...") <= room) ++kept;
+    while (kept > 0 && separators.find(company[kept - 1]) != std::wstring::npos) --kept;
+    return company.substr(0, kept) + L"...";
+  };
+  const int widest = textLeft + width(company + count) + ScaleX(4) + 4;
+  const int narrowest = textLeft + width(L"B..." + count) + ScaleX(4);
+  int shortened = 0;
+  for (int rowWidth = narrowest; rowWidth <= widest; ++rowWidth) {
+    CAPTURE(rowWidth);
+    const int room = rowWidth - ScaleX(4) - textLeft - width(count);
+    Drawn().clear();
+    { RowPicture row(f.list, 0, 0, rowWidth); }
+    REQUIRE(Drawn().size() == 1);
+    const std::wstring title = expected(room);
+    CHECK(Drawn()[0].text == U8(title + count));
+    // The company is never lost while a letter of it and the dots fit; the whole line fits its box.
+    CHECK(Drawn()[0].text != U8(L"..." + count));
+    CHECK(width(title + count) <= rowWidth - ScaleX(4) - textLeft);
+    shortened += title != company;
+  }
+  CHECK(shortened > 10);
+  // On the screen: a list narrower than the company's name shows its beginning, the dots and the count.
+  const int narrow = textLeft + width(L"Brandt & S\u00f6hne Fei... (6)") + ScaleX(4);
+  SelectObject(dc, old);
+  ReleaseDC(f.Window(), dc);
+  MoveWindow(f.Window(), 0, 0, narrow, ScaleY(200), TRUE);
+  f.Settle();
+  InvalidateRect(f.Window(), nullptr, FALSE);
+  UpdateWindow(f.Window());
+  REQUIRE(Drawn().size() == 1);
+  const std::string shown = Drawn()[0].text;
+  CHECK(shown.rfind("Brandt & S\xc3\xb6hne", 0) == 0);
+  CHECK(shown.size() > std::string("... (6)").size());
+  CHECK(shown.substr(shown.size() - 7) == "... (6)");
+}
+
+TEST_CASE(
+    "a two-line row shows the skin's picture whole: at its own size where it fits, else shrunk evenly") {
+  ListFixture f;
+  f.list.SetDoubleSized(TRUE);
+  f.source.ShowFlat({f.source.Put(Person(L"Adams", L"Ann"))});
+  f.list.SetSource(&f.source);
+  const int width = f.ClientWidth();
+  Skin* skin = Skin::Get();
+  REQUIRE(skin != nullptr);
+  HBITMAP person = skin->GetPersonBitmap();
+  REQUIRE(person != nullptr);
+  BITMAP info;
+  REQUIRE(GetObjectW(person, sizeof(info), &info));
+  const int size = info.bmWidth;
+  REQUIRE(info.bmHeight == size);
+  // The picture's own pixels and the box of its opaque (non-black) ones.
+  std::vector<COLORREF> own;
+  int opaqueTop = size, opaqueBottom = -1;
+  {
+    HDC source = CreateCompatibleDC(nullptr);
+    HGDIOBJ old = SelectObject(source, person);
+    for (int y = 0; y < size; ++y) {
+      for (int x = 0; x < size; ++x) {
+        own.push_back(GetPixel(source, x, y));
+        if (own.back() == RGB(0, 0, 0)) continue;
+        opaqueTop = std::min(opaqueTop, y);
+        opaqueBottom = std::max(opaqueBottom, y);
+      }
+    }
+    SelectObject(source, old);
+    DeleteDC(source);
+  }
+  REQUIRE(opaqueBottom >= opaqueTop);
+
+  const LOGFONTW saved = GetListFontRecord();
+  const int inset = ScaleX(2);
+  for (LONG height : {-7L, -22L}) {
+    CAPTURE(height);
+    LOGFONTW font = saved;
+    font.lfHeight = height;
+    REQUIRE(ApplyListFont(font));
+    f.list.Recalculate();
+    const int h = f.list.Control().RowHeight();
+    const int side = h - 2 * inset;
+    const bool fits = size <= side;
+    // The small font makes a row lower than the picture with its margins, the large one a higher one.
+    CHECK(fits == (height == -22L));
+    RowPicture row(f.list, 0, 0, width);
+    // The pixels of the picture column that aren't the row's ground.
+    int top = h, bottom = -1, left = h, right = -1;
+    for (int y = 0; y < h; ++y) {
+      for (int x = 0; x < h - inset; ++x) {
+        if (row.At(x, y) == ContactList::kEvenRowColor) continue;
+        top = std::min(top, y);
+        bottom = std::max(bottom, y);
+        left = std::min(left, x);
+        right = std::max(right, x);
+      }
+    }
+    REQUIRE(bottom >= 0);
+    // Inside the square, ScaleX(2) in from each side: nothing is cut off at the row's bottom.
+    CHECK(top >= inset);
+    CHECK(left >= inset);
+    CHECK(bottom < h - inset);
+    CHECK(right < h - inset);
+    if (fits) {
+      // At its own size, pixel for pixel.
+      int same = 0, opaque = 0;
+      for (int y = 0; y < size; ++y)
+        for (int x = 0; x < size; ++x) {
+          const COLORREF pixel = own[static_cast<size_t>(y * size + x)];
+          if (pixel == RGB(0, 0, 0)) continue;
+          ++opaque;
+          same += row.At(inset + x, inset + y) == pixel;
+        }
+      CHECK(same == opaque);
+      continue;
+    }
+    // Shrunk to the square: its opaque part spans what it spans in the picture, at the square's scale.
+    const int shrunkTop = inset + opaqueTop * side / size;
+    const int shrunkBottom = inset + (opaqueBottom + 1) * side / size - 1;
+    CHECK(std::abs(top - shrunkTop) <= 1);
+    CHECK(std::abs(bottom - shrunkBottom) <= 1);
+    // Each pixel of the shrunk picture that is wholly inside it is an average of the picture's pixels
+    // it stands for: per channel between their least and their greatest (one pixel round them taken
+    // in as well, for the rounding of the span).
+    int inner = 0, between = 0;
+    for (int ty = 0; ty < side; ++ty) {
+      for (int tx = 0; tx < side; ++tx) {
+        const int x0 = std::max(0, tx * size / side - 1), x1 = std::min(size - 1, (tx + 1) * size / side + 1);
+        const int y0 = std::max(0, ty * size / side - 1), y1 = std::min(size - 1, (ty + 1) * size / side + 1);
+        int low[3] = {255, 255, 255}, high[3] = {0, 0, 0};
+        bool opaque = true;
+        for (int y = y0; y <= y1 && opaque; ++y) {
+          for (int x = x0; x <= x1 && opaque; ++x) {
+            const COLORREF pixel = own[static_cast<size_t>(y * size + x)];
+            opaque = pixel != RGB(0, 0, 0);
+            const int channels[3] = {GetRValue(pixel), GetGValue(pixel), GetBValue(pixel)};
+            for (int c = 0; c < 3; ++c) {
+              low[c] = std::min(low[c], channels[c]);
+              high[c] = std::max(high[c], channels[c]);
+            }
+          }
+        }
+        if (!opaque) continue;
+        ++inner;
+        const COLORREF shown = row.At(inset + tx, inset + ty);
+        const int channels[3] = {GetRValue(shown), GetGValue(shown), GetBValue(shown)};
+        bool inside = true;
+        for (int c = 0; c < 3; ++c)
+          inside = inside && channels[c] >= low[c] - 1 && channels[c] <= high[c] + 1;
+        between += inside;
+      }
+    }
+    CHECK(inner > side);
+    CHECK(between == inner);
+  }
+
+  REQUIRE(ApplyListFont(saved));
+  f.list.Recalculate();
 }
 
 TEST_CASE("the highlight: the characters the listener names stand on their own ground, the rest as before") {
