@@ -277,9 +277,12 @@ BOOL MappedFile::OpenWithStandIn(uint32_t headBytes) {
   loadAttached = FALSE;
   standIn = memory;
   standInHead = head;
-  HANDLE thread = CreateThread(nullptr, 0, LoadThread, this, 0, nullptr);
+  HANDLE thread = CreateThread(nullptr, 0, LoadThread, this, CREATE_SUSPENDED, nullptr);
   if (thread != nullptr) {
     loader.Reset(thread);
+    // Below the opener, which goes on with its start meanwhile; whoever waits for the copy raises it.
+    SetThreadPriority(thread, THREAD_PRIORITY_LOWEST);
+    ResumeThread(thread);
     return TRUE;
   }
   LogFailure(L"CreateThread", GetLastError(), path, L"OpenInBackground", __LINE__);
@@ -488,6 +491,7 @@ void MappedFile::DropStandIn() {
 
 BOOL MappedFile::WaitLoaded() {
   if (loader.IsEmpty()) return !loadFailed;
+  SetThreadPriority(loader.Get(), THREAD_PRIORITY_NORMAL);
   if (WaitForSingleObject(loader.Get(), INFINITE) == WAIT_FAILED)
     LogFailure(L"WaitForSingleObject", GetLastError(), path, L"WaitLoaded", __LINE__);
   loader.Reset();
