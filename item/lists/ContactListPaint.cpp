@@ -389,7 +389,18 @@ void ContactList::DrawHeaderRow(HDC dc, const RECT& rect, int group, Str title, 
                                              iconWidth, iconHeight, LR_SHARED));
   const int iconX = ScaleX(6);
   const int iconY = rect.top + (rect.bottom - rect.top - iconHeight) / 2 + (open ? 0 : ScaleY(1));
-  if (icon) DrawIconEx(dc, iconX, iconY, icon, iconWidth, iconHeight, 0, nullptr, DI_NORMAL);
+  if (icon) {
+    DrawIconEx(dc, iconX, iconY, icon, iconWidth, iconHeight, 0, nullptr, DI_NORMAL);
+    // The dark mark would vanish on the dark ground of the focused selection: there it takes the
+    // text's colour. The ground is read beside the mark, as the row's bitmap holds it.
+    if (IsSelectedFocused(state)) {
+      const COLORREF ground = GetPixel(dc, iconX - 1, iconY);
+      const COLORREF light = GetSysColor(COLOR_HIGHLIGHTTEXT);
+      for (int y = iconY; y < iconY + iconHeight; ++y)
+        for (int x = iconX; x < iconX + iconWidth; ++x)
+          if (GetPixel(dc, x, y) != ground) SetPixel(dc, x, y, light);
+    }
+  }
 
   Str count;
   count.Format(L" (%i)", source->RowsInGroup(group));

@@ -1797,6 +1797,45 @@ TEST_CASE(
   f.list.Recalculate();
 }
 
+TEST_CASE("a header selected with the focus shows its mark in the text's light colour, not dark on dark") {
+  ListFixture f;
+  f.source.ShowGroups({{L"Acme", f.source.PutAll({Person(L"Ames", L"Al", L"Acme")})}});
+  f.list.SetSource(&f.source);
+  const int width = f.ClientWidth();
+  const int h = f.list.Control().RowHeight();
+  const UINT selected = kRowMarked | kRowMarkedToo | kRowFocused;
+  const COLORREF light = GetSysColor(COLOR_HIGHLIGHTTEXT);
+  // The pixels of the mark's square that aren't the ground, and how many of them are light.
+  const auto mark = [&](UINT state, COLORREF ground, int& light_) {
+    RowPicture picture(f.list, 0, state, width);
+    int painted = 0;
+    light_ = 0;
+    for (int y = 0; y < h; ++y)
+      for (int x = ScaleX(6); x < ScaleX(6) + ScaleX(8); ++x) {
+        const COLORREF pixel = picture.At(x, y);
+        if (pixel == ground) continue;
+        ++painted;
+        light_ += pixel == light;
+      }
+    return painted;
+  };
+  for (bool open : {false, true}) {
+    CAPTURE(open);
+    if (open) REQUIRE(f.list.ExpandRow(0));
+    int lightPlain = 0, lightSelected = 0;
+    const int plain = mark(0, ContactList::kHeaderColor, lightPlain);
+    const int shown = mark(selected, ContactList::kSelectedFocused, lightSelected);
+    CHECK(plain > 0);
+    CHECK(lightPlain < plain);
+    CHECK(shown >= plain);
+    CHECK(lightSelected == shown);
+    // Selected without the focus the ground is light grey, and the mark keeps its own colours.
+    int lightGrey = 0;
+    CHECK(mark(kRowMarked | kRowMarkedToo, ContactList::kSelectedUnfocused, lightGrey) > 0);
+    CHECK(lightGrey < plain);
+  }
+}
+
 TEST_CASE("the highlight: the characters the listener names stand on their own ground, the rest as before") {
   ListFixture f;
   const std::vector<CEOID> ids = f.source.PutAll({Person(L"Adams", L"Ann")});
