@@ -407,7 +407,9 @@ void ContactList::DrawHeaderRow(HDC dc, const RECT& rect, int group, Str title, 
   const int textLeft = iconX + iconWidth + ScaleX(4);
   const int textRight = rect.right - ScaleX(4);
   TrimToWidth(dc, title, textRight - textLeft - TextWidth(dc, count));
-  DrawLine(dc, title + count, RECT{textLeft, rect.top, textRight, rect.bottom}, kLineFlags);
+  // The contacts without a company have no title: their count stands where the titles start.
+  DrawLine(dc, title.IsEmpty() ? count.Mid(1) : title + count,
+           RECT{textLeft, rect.top, textRight, rect.bottom}, kLineFlags);
 }
 
 void ContactList::DrawHighlighted(HDC dc, const Str& text, const RECT& rect, UINT flags) {

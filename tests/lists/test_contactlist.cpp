@@ -1836,6 +1836,20 @@ TEST_CASE("a header selected with the focus shows its mark in the text's light c
   }
 }
 
+TEST_CASE("the header of the contacts without a company shows their count where the titles start") {
+  ListFixture f;
+  f.source.ShowGroups({{L"", f.source.PutAll({Person(L"Ames", L"Al"), Person(L"Aber", L"Ava")})},
+                       {L"Acme", f.source.PutAll({Person(L"Ayer", L"Ace", L"Acme")})}});
+  f.list.SetSource(&f.source);
+  const int width = f.ClientWidth();
+  Drawn().clear();
+  { RowPicture row(f.list, 0, 0, width); }
+  { RowPicture row(f.list, 1, 0, width); }
+  CHECK(DrawnTexts() == std::vector<std::string>{"(2)", "Acme (1)"});
+  REQUIRE(Drawn().size() == 2);
+  CHECK(Drawn()[0].rect.left == Drawn()[1].rect.left);
+}
+
 TEST_CASE("the highlight: the characters the listener names stand on their own ground, the rest as before") {
   ListFixture f;
   const std::vector<CEOID> ids = f.source.PutAll({Person(L"Adams", L"Ann")});
