@@ -59,6 +59,8 @@ void FreshStore() {
   ClearDirtyMark(IndexStore::DefaultPath());
   ClearDirtyMark(PropsStore::DefaultPath());
   DeleteFileW(kStore);
+  // A store some process still holds would be taken up as it is, contacts and all.
+  REQUIRE(GetFileAttributesW(kStore) == INVALID_FILE_ATTRIBUTES);
   REQUIRE(Tool(L"ceadmin.exe", L"init").code == 0);
 }
 }  // namespace tooltest

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "SearchTestSupport.h"
+#include "StoreAdmin.h"
 #include "ToolRun.h"
 #include "manager/core/ContactManager.h"
 #include "foundation/Settings.h"
@@ -27,6 +28,15 @@ std::string HexOf(CEOID oid) {
 
 // This process reads the tools' store too; the store is chosen at the first database call.
 void UseToolStore() { SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", kStore); }
+
+// Lets go of the tools' store at the end of a case, however it ends, so that the cases after it can
+// make the store anew: this process keeps the store it chose open, and goes back to the device's own.
+struct ToolStoreLeft {
+  ~ToolStoreLeft() {
+    SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", nullptr);
+    PagemarkStoreUse(nullptr);
+  }
+};
 
 std::string ListNameOf(ContactManager& manager, CEOID oid) {
   Str last, first, company, title;
@@ -169,6 +179,7 @@ TEST_CASE("pimtool add, update and delete go through the manager and the index f
 TEST_CASE("pimtool search on 10,000 contacts prints the manager's own results and the reference's") {
   // This process reads the same store, chosen at its first database call, which is yet to come.
   UseToolStore();
+  const ToolStoreLeft left;
   FreshStore();
   // The English letter groups, which the reference writes out by itself.
   const DWORD unset = 0xFFFFFFFFu;
