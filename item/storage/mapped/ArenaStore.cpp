@@ -203,7 +203,7 @@ BOOL ArenaStore::OpenDeferred(const wchar_t* path, uint32_t headBytes) {
 
 BOOL ArenaStore::WaitLoaded() {
   const BOOL whole = file.WaitLoaded();
-  // The data was a stand-in while the copy ran.
+  // The data was an interim buffer while the copy ran.
   if (data != file.Data()) Attach();
   return whole;
 }

@@ -50,7 +50,7 @@ bool IsFlagSet(const LONG* flag) { return InterlockedCompareExchange(const_cast<
 
 MappedFile::MappedFile()
     : cancel(0), hurry(0), beforeSave(nullptr), loadSize(0), loadLength(0), loadFailed(FALSE),
-      loadError(NO_ERROR), loadAttached(FALSE), standIn(nullptr), standInHead(0), image(nullptr),
+      loadError(NO_ERROR), loadAttached(FALSE), interim(nullptr), interimHead(0), image(nullptr),
       imageSize(0), imageOpen(FALSE), imageDirty(0) {
   path[0] = 0;
 }
@@ -169,13 +169,13 @@ void MappedFile::Unmap() {
 }
 
 BYTE* MappedFile::Data() const {
-  if (standIn != nullptr) return standIn;
+  if (interim != nullptr) return interim;
   return view.IsEmpty() ? nullptr : static_cast<BYTE*>(view.Get()) + 4;
 }
 
 uint32_t MappedFile::Length() const {
   // While this object's copy runs, the word says so to other processes; here the length is known.
-  if (standIn != nullptr) return loadLength;
+  if (interim != nullptr) return loadLength;
   if (view.IsEmpty()) return 0;
   const uint32_t length = ReadWord(static_cast<BYTE*>(view.Get()));
   return length == kFailedLength ? 0 : length;
@@ -231,7 +231,7 @@ BOOL MappedFile::OpenInBackground(const wchar_t* filePath, uint32_t headBytes) {
   if (!RememberPath(filePath)) return FALSE;
   if (image != nullptr) return OpenImage();
   // A mapping some process holds has the live data, whatever the file says: it is attached at once.
-  if (!IsMappingHeld() && OpenWithStandIn(headBytes)) return TRUE;
+  if (!IsMappingHeld() && OpenWithInterim(headBytes)) return TRUE;
   BOOL first = FALSE;
   if (!MapForOpen(&first)) return FALSE;
   if (!first) return TRUE;
@@ -251,7 +251,7 @@ BOOL MappedFile::IsMappingHeld() const {
   return TRUE;
 }
 
-BOOL MappedFile::OpenWithStandIn(uint32_t headBytes) {
+BOOL MappedFile::OpenWithInterim(uint32_t headBytes) {
   KernelHandle file(CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                 FILE_ATTRIBUTE_NORMAL, nullptr));
   // Whatever fails here is found again, and said, by the open that reads the file whole.
@@ -275,8 +275,8 @@ BOOL MappedFile::OpenWithStandIn(uint32_t headBytes) {
   loadFailed = FALSE;
   loadError = NO_ERROR;
   loadAttached = FALSE;
-  standIn = memory;
-  standInHead = head;
+  interim = memory;
+  interimHead = head;
   HANDLE thread = CreateThread(nullptr, 0, LoadThread, this, CREATE_SUSPENDED, nullptr);
   if (thread != nullptr) {
     loader.Reset(thread);
@@ -286,19 +286,19 @@ BOOL MappedFile::OpenWithStandIn(uint32_t headBytes) {
     return TRUE;
   }
   LogFailure(L"CreateThread", GetLastError(), path, L"OpenInBackground", __LINE__);
-  standIn = nullptr;
+  interim = nullptr;
   VirtualFree(memory, 0, MEM_RELEASE);
   loadFile.Reset();
   return FALSE;
 }
 
 BOOL MappedFile::FetchSpan(uint32_t offset, uint32_t count) {
-  if (standIn == nullptr) return Data() != nullptr;
+  if (interim == nullptr) return Data() != nullptr;
   if (offset > loadSize || count > loadSize - offset) {
     SetLastError(ERROR_HANDLE_EOF);
     return FALSE;
   }
-  return ReadSpan(loadFile.Get(), standIn, offset, count);
+  return ReadSpan(loadFile.Get(), interim, offset, count);
 }
 
 BOOL MappedFile::OpenImage() {
@@ -441,7 +441,7 @@ BOOL MappedFile::LoadInBackground() {
     // Another process made the mapping since the look at it, from the same file: its data is the live
     // one. What was judged from the head must still be what it holds.
     loadAttached = TRUE;
-    if (ReadWord(static_cast<BYTE*>(view.Get())) != loadLength || memcmp(target, standIn, standInHead) != 0) {
+    if (ReadWord(static_cast<BYTE*>(view.Get())) != loadLength || memcmp(target, interim, interimHead) != 0) {
       loadError = ERROR_INVALID_DATA;
       loadFailed = TRUE;
     }
@@ -479,14 +479,14 @@ BOOL MappedFile::CopyWholeFile() {
   return TRUE;
 }
 
-void MappedFile::DropStandIn() {
-  if (standIn == nullptr) return;
+void MappedFile::DropInterim() {
+  if (interim == nullptr) return;
   // A copy of this process's own takes the head as the opener may have changed it meanwhile.
   if (!loadFailed && !loadAttached && !view.IsEmpty())
-    memcpy(static_cast<BYTE*>(view.Get()) + 4, standIn, standInHead);
-  VirtualFree(standIn, 0, MEM_RELEASE);
-  standIn = nullptr;
-  standInHead = 0;
+    memcpy(static_cast<BYTE*>(view.Get()) + 4, interim, interimHead);
+  VirtualFree(interim, 0, MEM_RELEASE);
+  interim = nullptr;
+  interimHead = 0;
 }
 
 BOOL MappedFile::WaitLoaded() {
@@ -496,7 +496,7 @@ BOOL MappedFile::WaitLoaded() {
     LogFailure(L"WaitForSingleObject", GetLastError(), path, L"WaitLoaded", __LINE__);
   loader.Reset();
   loadFile.Reset();
-  DropStandIn();
+  DropInterim();
   if (loadFailed) {
     LogFailure(L"ReadFile", loadError, path, L"WaitLoaded", __LINE__);
     SetLastError(ERROR_READ_FAULT);

@@ -27,9 +27,9 @@
 //
 // OpenInBackground lets the opener go on at once with what the data's first bytes hold. When no
 // process holds the mapping yet, the opener reads those bytes (and whatever else FetchSpan asks for)
-// from the file into a stand-in of its own, as large as the mapping, and a thread of its own makes the
+// from the file into an interim buffer of its own, as large as the mapping, and a thread of its own makes the
 // mapping and copies the file into it: the first write into a new mapping costs time in proportion to
-// the mapping's size, and it is paid there. Until WaitLoaded, Data() is the stand-in, which holds the
+// the mapping's size, and it is paid there. Until WaitLoaded, Data() is the interim buffer, which holds the
 // fetched bytes at their places and zeros elsewhere; WaitLoaded waits for the copy and gives the
 // mapping from then on (with the head as the opener left it), so whoever keeps Data() takes it again
 // after WaitLoaded.
@@ -75,12 +75,12 @@ class MappedFile {
   // fails the validity check fails and leaves the mapping open.
   virtual BOOL Open(const wchar_t* path, uint32_t minimumLength);
   // Open, but when no process holds the mapping only the data's first `headBytes` (and the file's
-  // check word) are read before this returns, into the stand-in; the mapping is made and filled by a
+  // check word) are read before this returns, into the interim buffer; the mapping is made and filled by a
   // thread of its own. Until WaitLoaded has said true nothing behind the head may be read but what
   // FetchSpan brought in, and nothing may be written but the head. Length() is the file's length at
   // once.
   virtual BOOL OpenInBackground(const wchar_t* path, uint32_t headBytes);
-  // While that copy runs: reads `count` bytes of the file at data offset `offset` into the stand-in,
+  // While that copy runs: reads `count` bytes of the file at data offset `offset` into the interim buffer,
   // at the same offset, so that they can be read before the copy has ended. True at once when the
   // data is the mapping's already. False when the span passes the file's end or can't be read.
   BOOL FetchSpan(uint32_t offset, uint32_t count);
@@ -120,12 +120,12 @@ class MappedFile {
 
   void SetBeforeSaveCallback(BeforeSaveCallback function) { beforeSave = function; }
 
-  // The data (mapping offset 4), or null when nothing is mapped; the stand-in while a copy of
+  // The data (mapping offset 4), or null when nothing is mapped; the interim buffer while a copy of
   // OpenInBackground runs.
   BYTE* Data() const;
   // L, or 0 when nothing is mapped.
   uint32_t Length() const;
-  BOOL IsMapped() const { return standIn != nullptr || !view.IsEmpty(); }
+  BOOL IsMapped() const { return interim != nullptr || !view.IsEmpty(); }
   // True while a write-back thread runs.
   BOOL IsSaving() const;
   // True while CancelSave waits for the write-back to stop; the write-back thread asks it too.
@@ -175,15 +175,15 @@ class MappedFile {
   // Whether a mapping of the path exists, made by any process.
   BOOL IsMappingHeld() const;
   // The background open when no process holds the mapping: reads the file's check word and head into
-  // a new stand-in and starts the copy's thread. False, with nothing held, when the file can't be
+  // a new interim buffer and starts the copy's thread. False, with nothing held, when the file can't be
   // judged so (missing, too large, failing its check word) or the thread can't start.
-  BOOL OpenWithStandIn(uint32_t headBytes);
+  BOOL OpenWithInterim(uint32_t headBytes);
   // The copy's thread: makes or attaches the mapping and copies the file into a new one.
   BOOL LoadInBackground();
   // Copies the whole file into the mapping.
   BOOL CopyWholeFile();
-  // Lets the stand-in go, once the copy has ended: the head written meanwhile goes into the mapping.
-  void DropStandIn();
+  // Lets the interim buffer go, once the copy has ended: the head written meanwhile goes into the mapping.
+  void DropInterim();
 
   KernelHandle mapping;
   MappedView view;
@@ -199,7 +199,7 @@ class MappedFile {
   // The copy of OpenInBackground: its thread until WaitLoaded has seen it end, the file it reads, the
   // file's size, the length that the data will have, whether it succeeded (and the error of a
   // failure), and whether it found the mapping made by another process. While the thread runs it
-  // alone touches `mapping` and `view`; this side reads the stand-in, its head of `standInHead` bytes
+  // alone touches `mapping` and `view`; this side reads the interim buffer, its head of `interimHead` bytes
   // and `loadLength`.
   KernelHandle loader;
   KernelHandle loadFile;
@@ -208,8 +208,8 @@ class MappedFile {
   BOOL loadFailed;
   DWORD loadError;
   BOOL loadAttached;
-  BYTE* standIn;
-  uint32_t standInHead;
+  BYTE* interim;
+  uint32_t interimHead;
   // What UseImage gave, until the open that reads it.
   const BYTE* image;
   uint32_t imageSize;

@@ -109,7 +109,7 @@ class PropsStore {
   // Waits for the background copy; false when it failed.
   BOOL WaitLoaded() {
     const BOOL whole = file.WaitLoaded();
-    // The data was a stand-in while the copy ran: the mapping's is taken from here on.
+    // The data was an interim buffer while the copy ran: the mapping's is taken from here on.
     if (data != file.Data()) Attach(file.Length());
     return whole;
   }
