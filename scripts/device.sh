@@ -49,8 +49,9 @@ if ((interactive)); then
 fi
 
 # The tour runs on a phone at both screen sizes, unless PAGEMARK_PROFILE names one: first the list as
-# it comes, then sorted by company in rows of two lines. Its taps on the third cell ("GHI") and on the
-# last cell need their places at each size.
+# it comes, then sorted by company in rows of two lines. Its taps on the third cell ("GHI"), on the
+# last cell and on the right-hand end of the list's first row (left of the scroll bar) need their
+# places at each size.
 trap device_stop EXIT
 profiles="${PAGEMARK_TOUR_PROFILES:-qvga-phone vga-phone}"
 [[ -n "${PAGEMARK_PROFILE_SET:-}" ]] && profiles="$PAGEMARK_PROFILE"
@@ -63,14 +64,15 @@ for profile in $profiles; do
   device_ensure
   prepare_device "$profile"
   case "$profile" in
-    vga*) tap="124 99" back="462 99" ;;
-    *) tap="60 47" back="230 47" ;;
+    vga*) tap="124 99" back="462 99" rowend="440 174" ;;
+    *) tap="60 47" back="230 47" rowend="220 87" ;;
   esac
   rm -rf "${tour:?}/$profile" && mkdir -p "$tour/$profile"
   for part in tour tour-grouped; do
     [[ "$part" == tour-grouped ]] && (cd "$WINEPREFIX/drive_c" && set_setting SortType 2 && set_setting IsDoubleSized 1)
     script="$PAGEMARK_BUILD_DIR/$part-$profile.txt"
     sed -e "s#@TOUR@#$(winepath -w "$tour/$profile" | sed 's#\\#\\\\#g')#g" -e "s#@TAP@#$tap#g" -e "s#@BACK@#$back#g" \
+      -e "s#@ROWEND@#$rowend#g" \
       "$root/scripts/$part.txt" > "$script"
     (cd "$WINEPREFIX/drive_c" && wine "$host" /script "$(winepath -w "$script")" /exit)
   done
