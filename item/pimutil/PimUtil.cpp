@@ -6,40 +6,12 @@
 
 #include <wincodec.h>
 
+#include "foundation/ComRef.h"
+
 namespace {
 
 const UINT kMaxSide = 16384;
 const UINT64 kMaxPixels = 4096 * 4096;
-
-// Releases a COM interface when it goes out of scope.
-template <typename T>
-class ComRef {
- public:
-  ComRef() = default;
-  ComRef(const ComRef&) = delete;
-  ComRef& operator=(const ComRef&) = delete;
-  ~ComRef() {
-    if (p) p->Release();
-  }
-  T** Out() { return &p; }
-  T* operator->() const { return p; }
-  T* Get() const { return p; }
-
- private:
-  T* p = nullptr;
-};
-
-// COM for the length of one call, on whatever thread calls; a thread that has it already keeps it.
-class ComScope {
- public:
-  ComScope() : result(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)) {}
-  ~ComScope() {
-    if (SUCCEEDED(result)) CoUninitialize();
-  }
-
- private:
-  HRESULT result;
-};
 
 // Turns a failed HRESULT into the thread's last error; gives whether it succeeded.
 bool Succeeded(HRESULT hr) {

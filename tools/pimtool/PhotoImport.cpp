@@ -3,40 +3,10 @@
 #include <wincodec.h>
 #include <cstdlib>
 #include <vector>
+#include "foundation/ComRef.h"
 #include "storage/contact/ImageLibrary.h"
 
 namespace {
-
-// Releases a COM interface when it goes out of scope.
-template <typename T>
-class ComRef {
- public:
-  ComRef() = default;
-  ComRef(const ComRef&) = delete;
-  ComRef& operator=(const ComRef&) = delete;
-  ~ComRef() {
-    if (p) p->Release();
-  }
-  T** Out() { return &p; }
-  T* operator->() const { return p; }
-  T* Get() const { return p; }
-
- private:
-  T* p = nullptr;
-};
-
-class ComScope {
- public:
-  ComScope() : result(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)) {}
-  ~ComScope() {
-    if (SUCCEEDED(result)) CoUninitialize();
-  }
-  ComScope(const ComScope&) = delete;
-  ComScope& operator=(const ComScope&) = delete;
-
- private:
-  HRESULT result;
-};
 
 std::wstring Hex(HRESULT hr) {
   wchar_t text[16];
