@@ -46,7 +46,10 @@ device_ensure_display() {
   read -r size dpi < <(profile_screen "$PAGEMARK_PROFILE")
   for n in $(seq 90 140); do
     [[ -e /tmp/.X$n-lock || -S /tmp/.X11-unix/X$n ]] && continue
-    Xvfb ":$n" -screen 0 "${size}x24" -dpi "$dpi" -nolisten tcp >/dev/null 2>&1 &
+    # -noreset: the screen is shared by programs one after the other, and a server that starts over
+    # when its last client has gone closes the connection of the next program to come in meanwhile
+    # (which then ends with status 1 before it has done anything).
+    Xvfb ":$n" -screen 0 "${size}x24" -dpi "$dpi" -nolisten tcp -noreset >/dev/null 2>&1 &
     pid=$!
     for _ in $(seq 1 50); do [[ -S /tmp/.X11-unix/X$n ]] && break; sleep 0.1; done
     if [[ -S /tmp/.X11-unix/X$n ]]; then
