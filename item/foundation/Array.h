@@ -175,6 +175,7 @@ class Array {
   }
 
   static void Construct(T* slots, int count) {
+    if (count <= 0) return;
     memset(static_cast<void*>(slots), 0, static_cast<size_t>(count) * sizeof(T));
     if (!std::is_trivially_default_constructible<T>::value) {
       for (int i = 0; i < count; ++i) ::new (static_cast<void*>(slots + i)) T();
