@@ -92,6 +92,15 @@ BOOL ScriptedManager::AddContact(Contact& contact) {
 
 BOOL ScriptedManager::UpdateContact(Contact& contact, BOOL photoAuthoritative) {
   Record("UpdateContact " + std::to_string(contact.oid) + " photo " + (photoAuthoritative ? "1" : "0"));
+  updatedPhoto = contact.photo;
+  updatedPhotoLoaded = contact.photoLoaded;
+  // As the manager does for a contact without its photo: the stored one is read first.
+  if (!photoAuthoritative && !contact.photoLoaded && withPhoto.count(contact.oid)) {
+    const int stride = ((photoWidth * 3) + 3) & ~3;
+    std::vector<BYTE> pixels(static_cast<size_t>(stride * photoHeight), 0x7F);
+    contact.photo = ContactPhoto(photoWidth, photoHeight, stride, 24, pixels.data());
+    contact.photoLoaded = true;
+  }
   return writeResult;
 }
 

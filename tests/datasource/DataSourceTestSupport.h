@@ -49,6 +49,9 @@ class ScriptedManager : public ContactManager {
   bool addShows = true;  // an added contact joins the plain answer
   BOOL writeResult = TRUE;
   int reads = 0;
+  // The photo of the last contact UpdateContact was given, as it was given.
+  ContactPhoto updatedPhoto;
+  bool updatedPhotoLoaded = false;
 
   BOOL Open(HINSTANCE instance, ContactManagerListener* listener, PimSync* sync,
             IndexProgressSink* progress) override;

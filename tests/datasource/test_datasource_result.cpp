@@ -624,6 +624,68 @@ TEST_CASE(
 }
 
 TEST_CASE(
+    "UpdateContact of a cached contact saves the stored photo, not the row's picture, unless the photo was "
+    "changed") {
+  ScriptedSource s;
+  s.manager->plain = {41, 42};
+  s.manager->withPhoto = {41, 42};
+  REQUIRE(s.source.SearchText(Str(), SortKindName, s.noFilter, s.noKeep, FALSE, nullptr));
+  Contact* cached = nullptr;
+  REQUIRE(s.source.GetCachedContact(0, 0, cached, 32));
+  REQUIRE(cached->oid == 41u);
+  REQUIRE(cached->photo.Width() == 32);
+
+  // The cached contact itself, edited: the manager gets it without a photo, reads the stored 40 x 30
+  // one and saves that; the row keeps its picture of 32.
+  cached->text[ContactField::FirstName] = Str(L"Edited");
+  Events().clear();
+  REQUIRE(s.source.UpdateContact(*cached));
+  CHECK(Events().front() == "UpdateContact 41 photo 0");
+  CHECK(s.manager->updatedPhoto.IsEmpty());
+  CHECK_FALSE(s.manager->updatedPhotoLoaded);
+  CHECK(cached->photo.Width() == 32);
+  CHECK(cached->photo.Height() == 24);
+  CHECK(cached->photoLoaded);
+  CHECK(Ascii(cached->text[ContactField::FirstName]) == "Edited");
+
+  // A copy of it likewise; the cache takes the copy's data with the row's picture.
+  Contact copy(*cached);
+  copy.text[ContactField::FirstName] = Str(L"Copied");
+  Events().clear();
+  REQUIRE(s.source.UpdateContact(copy));
+  CHECK(Events().front() == "UpdateContact 41 photo 0");
+  CHECK(s.manager->updatedPhoto.IsEmpty());
+  CHECK(copy.photo.Width() == 32);
+  CHECK(Ascii(cached->text[ContactField::FirstName]) == "Copied");
+  CHECK(cached->photo.Width() == 32);
+
+  // A new photo put in: it is the one to save.
+  const int stride = ((10 * 3) + 3) & ~3;
+  std::vector<BYTE> pixels(static_cast<size_t>(stride * 10), 0x22);
+  copy.photo = ContactPhoto(10, 10, stride, 24, pixels.data());
+  Events().clear();
+  REQUIRE(s.source.UpdateContact(copy));
+  CHECK(Events().front() == "UpdateContact 41 photo 1");
+  CHECK(s.manager->updatedPhoto.Width() == 10);
+
+  // The photo taken out: saved so, the stored one goes.
+  copy.photo.Empty();
+  Events().clear();
+  REQUIRE(s.source.UpdateContact(copy));
+  CHECK(Events().front() == "UpdateContact 41 photo 1");
+  CHECK(s.manager->updatedPhoto.IsEmpty());
+
+  // A contact that isn't cached carries its photo as it is to be.
+  Contact other;
+  other.oid = 42;
+  other.photo = ContactPhoto(10, 10, stride, 24, pixels.data());
+  Events().clear();
+  REQUIRE(s.source.UpdateContact(other));
+  CHECK(Events().front() == "UpdateContact 42 photo 1");
+  CHECK(s.manager->updatedPhoto.Width() == 10);
+}
+
+TEST_CASE(
     "UpdateDefaultItem without coordinator stores through the manager and puts the value into the cached "
     "contact") {
   ScriptedSource s;

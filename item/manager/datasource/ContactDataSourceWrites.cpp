@@ -34,9 +34,23 @@ BOOL ContactDataSource::UpdateContact(Contact& contact) {
     SetLastError(ERROR_NOT_READY);
     return FALSE;
   }
-  // An edit carries the photo as it is to be.
-  const BOOL updated = manager->UpdateContact(contact, TRUE);
+  // An edit carries the photo as it is to be, except the row's picture of a cached contact: that is the
+  // stored photo made small, and the stored one is read again so that it is saved whole. A photo the
+  // caller put in or took out differs from the cached one and is kept as it is.
+  Contact* rowCopy = FindCached(contact.oid);
+  const bool rowPhoto = rowCopy && !contact.photo.IsEmpty() && contact.photo.SameAs(rowCopy->photo);
+  ContactPhoto shown;
+  if (rowPhoto) {
+    shown = contact.photo;
+    contact.photo.Empty();
+    contact.photoLoaded = false;
+  }
+  const BOOL updated = manager->UpdateContact(contact, rowPhoto ? FALSE : TRUE);
   DWORD error = GetLastError();
+  if (rowPhoto) {
+    contact.photo = shown;
+    contact.photoLoaded = true;
+  }
   if (updated) {
     Contact* cached = FindCached(contact.oid);
     if (cached && cached != &contact) *cached = contact;
