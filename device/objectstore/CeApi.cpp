@@ -162,6 +162,9 @@ Where Locate(Cursor& c) {
       break;
   }
   if (!p.deleted) {
+    // A walk finds the record where the handle left it, unless the order has changed since: no
+    // look-up by oid then.
+    if (p.at < n && (*c.order)[p.at]->oid == p.oid) return Where{At::Record, p.at};
     Record* r = img.FindRecord(p.oid);
     if (r && r->db == c.db->desc.oid) return Where{At::Record, img.IndexOf(c.db, c.slot, r)};
   }
@@ -175,6 +178,7 @@ void MoveTo(Cursor& c, size_t index, bool autoseek) {
     p.kind = Position::OnRecord;
     p.oid = (*c.order)[index]->oid;
     p.autoseek = autoseek;
+    p.at = index;
   } else {
     p.kind = Position::End;
   }

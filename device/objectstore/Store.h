@@ -25,6 +25,7 @@ struct Position {
   bool deleted = false;  // the record at `oid` is gone; `ghost` keeps its place between its neighbours
   SortKey ghost;
   bool autoseek = false;  // reached by the automatic advance of a CEDB_AUTOINCREMENT handle
+  size_t at = 0;          // OnRecord: where the record stood in the order when the handle came to it
 };
 
 struct OpenDb {

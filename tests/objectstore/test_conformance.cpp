@@ -596,6 +596,74 @@ TEST_CASE("positional seeks: CEOID, BEGINNING, END, CURRENT and the index") {
   CloseHandle(w);
 }
 
+TEST_CASE("a handle keeps its record while records come, go and move in its order through other handles") {
+  CEOID db = MakeDb(UniqueName(L"KeepPlace"), {{kNum, 0}});
+  HANDLE w = OpenDb(db);
+  CEOID r10 = Write(w, 0, {I4(0x10, 10)});
+  CEOID r20 = Write(w, 0, {I4(0x10, 20)});
+  CEOID r30 = Write(w, 0, {I4(0x10, 30)});
+  CEOID r40 = Write(w, 0, {I4(0x10, 40)});
+  HANDLE sorted = OpenDb(db, kNum);
+  HANDLE natural = OpenDb(db);
+  REQUIRE(SeekTo(sorted, CEDB_SEEK_BEGINNING, 2).oid == r30);
+  REQUIRE(SeekTo(natural, CEDB_SEEK_BEGINNING, 2).oid == r30);
+  Read r;
+
+  // A record in front of it in the sort order: the handle's record is one further on.
+  CEOID r15 = Write(w, 0, {I4(0x10, 15)});
+  ReadCurrent(sorted, &r);
+  CHECK(r.oid == r30);
+  Seek s = SeekTo(sorted, CEDB_SEEK_CURRENT, 0);
+  CHECK(s.oid == r30);
+  CHECK(s.index == 3);
+  CHECK(SeekTo(sorted, CEDB_SEEK_CURRENT, 1).oid == r40);
+  CHECK(SeekTo(sorted, CEDB_SEEK_CURRENT, static_cast<DWORD>(-2)).oid == r20);
+  // The natural order puts it last: the handle's place stays.
+  s = SeekTo(natural, CEDB_SEEK_CURRENT, 0);
+  CHECK(s.oid == r30);
+  CHECK(s.index == 2);
+
+  // Records before it deleted: one place back, the same record.
+  REQUIRE(SeekTo(sorted, CEDB_SEEK_CEOID, r30).oid == r30);
+  REQUIRE(CeDeleteRecord(w, r10));
+  REQUIRE(CeDeleteRecord(w, r15));
+  ReadCurrent(sorted, &r);
+  CHECK(r.oid == r30);
+  s = SeekTo(sorted, CEDB_SEEK_CURRENT, 0);
+  CHECK(s.oid == r30);
+  CHECK(s.index == 1);
+  s = SeekTo(natural, CEDB_SEEK_CURRENT, 0);
+  CHECK(s.oid == r30);
+  CHECK(s.index == 1);
+  CHECK(SeekTo(natural, CEDB_SEEK_CURRENT, 1).oid == r40);
+
+  // The record itself moves in the sort order: the handle follows it to its new place.
+  REQUIRE(SeekTo(sorted, CEDB_SEEK_CEOID, r30).oid == r30);
+  REQUIRE(Write(w, r30, {I4(0x10, 50)}) == r30);
+  s = SeekTo(sorted, CEDB_SEEK_CURRENT, 0);
+  CHECK(s.oid == r30);
+  CHECK(s.index == 2);
+  CHECK(SeekTo(sorted, CEDB_SEEK_CURRENT, static_cast<DWORD>(-1)).oid == r40);
+
+  // Another record takes the place it stood at: still the handle's own record, not that one.
+  REQUIRE(SeekTo(sorted, CEDB_SEEK_BEGINNING, 0).oid == r20);
+  REQUIRE(CeDeleteRecord(w, r20));
+  CEOID r5 = Write(w, 0, {I4(0x10, 5)});
+  ReadCurrent(sorted, &r);
+  CHECK(r.oid == 0);
+  CHECK(r.error == ERROR_KEY_DELETED);
+  REQUIRE(SeekTo(sorted, CEDB_SEEK_CEOID, r40).oid == r40);
+  REQUIRE(CeDeleteRecord(w, r5));
+  CEOID r45 = Write(w, 0, {I4(0x10, 45)});
+  s = SeekTo(sorted, CEDB_SEEK_CURRENT, 0);
+  CHECK(s.oid == r40);
+  CHECK(s.index == 0);
+  CHECK(SeekTo(sorted, CEDB_SEEK_CURRENT, 1).oid == r45);
+  CloseHandle(natural);
+  CloseHandle(sorted);
+  CloseHandle(w);
+}
+
 TEST_CASE("value seeks on an ascending order") {
   CEOID db = MakeDb(UniqueName(L"SeekAsc"), {{kNum, 0}});
   HANDLE w = OpenDb(db);
