@@ -14,9 +14,11 @@
 #include <vector>
 
 #include "ArrayVectors.h"
+#include "ContactListKit.h"
 #include "DoctestVectors.h"
 #include "ImportHook.h"
 #include "ManagerTestSupport.h"
+#include "MenuLines.h"
 #include "MessagePump.h"
 #include "StylusPoint.h"
 #include "WideText.h"
@@ -31,36 +33,10 @@
 #include "storage/contact/Contact.h"
 #include "storage/contact/ContactDatabase.h"
 
+using namespace listtest;
+using testmenu::MenuLines;
+
 namespace {
-
-// --- property ids of the phones, as the database stores them -----------------------------------------
-const uint32_t kWorkId = 0x3a08001f;
-const uint32_t kWork2Id = 0x4007001f;
-const uint32_t kHomeId = 0x3a09001f;
-const uint32_t kHome2Id = 0x3a2f001f;
-const uint32_t kMobileId = 0x3a1c001f;
-const uint32_t kHomeFaxId = 0x3a25001f;
-const uint32_t kWorkFaxId = 0x3a24001f;
-const uint32_t kPagerId = 0x4009001f;
-const uint32_t kCarId = 0x3a1e001f;
-const uint32_t kRadioId = 0x3a1d001f;
-const uint32_t kAssistantId = 0x4004001f;
-const uint32_t kEmail1Id = 0x4083001f;
-
-// The phone fields in the order the green key tries them, beside their ids.
-const std::vector<std::pair<int, uint32_t>> kCallOrder = {
-    {ContactField::WorkPhone, kWorkId},
-    {ContactField::WorkPhone2, kWork2Id},
-    {ContactField::HomePhone, kHomeId},
-    {ContactField::HomePhone2, kHome2Id},
-    {ContactField::MobilePhone, kMobileId},
-    {ContactField::HomeFax, kHomeFaxId},
-    {ContactField::WorkFax, kWorkFaxId},
-    {ContactField::Pager, kPagerId},
-    {ContactField::CarPhone, kCarId},
-    {ContactField::RadioPhone, kRadioId},
-    {ContactField::AssistantPhone, kAssistantId},
-};
 
 // --- what the rows draw --------------------------------------------------------------------------------
 
@@ -99,122 +75,11 @@ const DrawnText* FindDrawn(const std::string& text) {
   return nullptr;
 }
 
-// --- menus as lines ----------------------------------------------------------------------------------------
-
-// One line per item: "-" for a separator; the text, " #id" and " (grayed)" for a command; the text
-// and its sub-menu's lines in braces for a popup.
-std::vector<std::string> MenuLines(HMENU menu) {
-  std::vector<std::string> lines;
-  const int count = GetMenuItemCount(menu);
-  for (int i = 0; i < count; ++i) {
-    wchar_t text[256] = {};
-    GetMenuStringW(menu, static_cast<UINT>(i), text, 255, MF_BYPOSITION);
-    MENUITEMINFOW info = {};
-    info.cbSize = sizeof(info);
-    info.fMask = MIIM_FTYPE | MIIM_ID | MIIM_STATE | MIIM_SUBMENU;
-    GetMenuItemInfoW(menu, static_cast<UINT>(i), TRUE, &info);
-    if (info.fType & MFT_SEPARATOR) {
-      lines.push_back("-");
-      continue;
-    }
-    std::string line = U8(text);
-    if (info.hSubMenu) {
-      line += " {";
-      const std::vector<std::string> sub = MenuLines(info.hSubMenu);
-      for (size_t j = 0; j < sub.size(); ++j) line += (j ? "; " : "") + sub[j];
-      line += "}";
-    } else {
-      line += " #" + std::to_string(info.wID);
-    }
-    if (info.fState & MFS_GRAYED) line += " (grayed)";
-    lines.push_back(line);
-  }
-  return lines;
-}
-
 // --- the pieces around the list --------------------------------------------------------------------------
 
 std::string P(const ListPosition& position) {
   return std::to_string(position.group) + " " + std::to_string(position.item);
 }
-
-// A listener that writes down every call.
-class Recorder : public ContactListListener {
- public:
-  std::vector<std::string> calls;
-  std::map<std::string, std::vector<int>> highlights;
-
-  void OnKeyDown(HWND, UINT key, LPARAM) override { calls.push_back("key " + std::to_string(key)); }
-  void OnActivate(int group, int item) override { calls.push_back("activate " + Pos(group, item)); }
-  void OnClicked(int group, int item, BOOL tapOnMarked) override {
-    calls.push_back("click " + Pos(group, item) + (tapOnMarked ? " marked" : ""));
-  }
-  void OnDoubleClicked(int group, int item) override { calls.push_back("double " + Pos(group, item)); }
-  void OnCaretChanged(int group, int item) override { calls.push_back("caret " + Pos(group, item)); }
-  void OnPhoneMenuUsed(CEOID id) override { calls.push_back("phone menu " + std::to_string(id)); }
-  void OnMakeAppointment() override { calls.push_back("appointment"); }
-  void OnDialed() override { calls.push_back("dialed"); }
-  void OnQueryHighlight(const Str& name, Array<int>& positions) override {
-    auto found = highlights.find(U8(name));
-    if (found == highlights.end()) return;
-    for (int position : found->second) positions.Add(position);
-  }
-  void OnChar(HWND, WPARAM character, LPARAM) override {
-    calls.push_back("char " + std::to_string(character));
-  }
-
-  bool Has(const std::string& call) const {
-    for (const std::string& c : calls)
-      if (c == call) return true;
-    return false;
-  }
-
- private:
-  static std::string Pos(int group, int item) { return std::to_string(group) + " " + std::to_string(item); }
-};
-
-// A data source whose result the test sets. Its contacts sit in the cache, where the list reads them; a
-// contact that isn't cached can't be read, there being no manager.
-class TestSource : public ContactDataSource {
- public:
-  std::vector<std::pair<CEOID, uint32_t>> stored;
-  CEOID nextId = 101;
-
-  CEOID Put(const Contact& contact) {
-    Contact* copy = new Contact(contact);
-    copy->oid = nextId++;
-    CacheContact(copy);
-    return copy->oid;
-  }
-  // An id whose contact can't be read.
-  CEOID Unreadable() { return nextId++; }
-  std::vector<CEOID> PutAll(const std::vector<Contact>& contacts) {
-    std::vector<CEOID> ids;
-    for (const Contact& contact : contacts) ids.push_back(Put(contact));
-    return ids;
-  }
-  void ShowFlat(const std::vector<CEOID>& ids, int sort = SortKindName) {
-    SetSingleGroup(ArrayOf(ids));
-    sortKind = sort;
-  }
-  void ShowGroups(const std::vector<std::pair<std::wstring, std::vector<CEOID>>>& result) {
-    Array<uint32_t> flat;
-    Array<Str> titles;
-    for (const auto& group : result) {
-      flat.Add(static_cast<uint32_t>(group.second.size()));
-      for (CEOID id : group.second) flat.Add(id);
-      titles.Add(Str(group.first.c_str()));
-    }
-    SetGroups(flat, titles);
-    sortKind = SortKindGrouped;
-  }
-  BOOL UpdateDefaultItem(CEOID id, uint32_t item) override {
-    stored.push_back({id, item});
-    Contact* cached = FindCached(id);
-    if (cached) cached->defaultItem = item;
-    return TRUE;
-  }
-};
 
 // The list with its calls to the outside written down, its protected helpers in reach, and the rows it
 // paints counted.
@@ -297,19 +162,6 @@ class TestList : public ContactList {
   }
 };
 
-// Phone templates that show a number in brackets, so that a formatted number can be told apart.
-class BracketTemplates : public PhoneTemplates {
- public:
-  BOOL FormatNumber(Str& number) const override {
-    if (number.IsEmpty()) return FALSE;
-    number = L"[" + number + L"]";
-    return TRUE;
-  }
-  void FormatContact(Contact& contact) const override {
-    for (const auto& phone : kCallOrder) FormatNumber(contact.text[phone.first]);
-  }
-};
-
 std::vector<UINT>& ParentKeysUp() {
   static std::vector<UINT> keys;
   return keys;
@@ -324,8 +176,7 @@ void SetUpOnce() {
   static bool done = false;
   if (done) return;
   done = true;
-  Skin::Start(GetModuleHandleW(nullptr));
-  CreateAllFonts();
+  StartSkinAndFonts();
   WNDCLASSW parent = {};
   parent.lpfnWndProc = ParentProc;
   parent.hInstance = GetModuleHandleW(nullptr);
@@ -360,16 +211,7 @@ struct ListFixture {
     SetUpOnce();
     ParentKeysUp().clear();
     Drawn().clear();
-    const int width = GetSystemMetrics(SM_CXSCREEN);
-    const int height = ScaleY(200);
-    parent = CreateWindowExW(WS_EX_TOPMOST, L"ContactListTestParent", L"contacts", WS_POPUP | WS_VISIBLE, 0,
-                             0, width, height, nullptr, nullptr, GetModuleHandleW(nullptr), nullptr);
-    REQUIRE(parent != nullptr);
-    REQUIRE(list.Create(parent, WS_CHILD | WS_VSCROLL));
-    // The long-press feedback of the shell has no part in these tests.
-    list.Control().SetNoGesture(TRUE);
-    MoveWindow(list.ContactWindow(), 0, 0, width, height, FALSE);
-    ShowWindow(list.ContactWindow(), SW_SHOW);
+    parent = ShowListWindow(list, L"ContactListTestParent", 0, ScaleY(200));
     list.SetListener(&listener);
     Pump();
   }

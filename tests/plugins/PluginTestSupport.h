@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "MenuLines.h"
+
 namespace plugintest {
 
 extern const wchar_t kAddInsKey[];
@@ -25,9 +27,8 @@ void AddSampleExtension();
 // A copy of the sample add-in under another name in the device's temporary folder; its full path.
 std::wstring CopyOfAddIn(const std::wstring& fileName);
 
-// One line per item: "-" for a separator; the text and " #id" for a command; the text and its
-// sub-menu's lines in braces for a popup.
-std::vector<std::string> MenuLines(HMENU menu);
+// Menus read as lines.
+using testmenu::MenuLines;
 
 // The events of one source in the device journal, in order.
 std::vector<std::string> JournalEvents(const std::string& source);

@@ -7,39 +7,20 @@
 #include <string>
 #include <vector>
 
-#include "ArrayVectors.h"
+#include "ContactListKit.h"
 #include "DoctestVectors.h"
 #include "MessagePump.h"
+#include "NamedContact.h"
 #include "PluginTestSupport.h"
 #include "TestPaths.h"
 #include "lists/ContactList.h"
-#include "manager/datasource/ContactDataSource.h"
 #include "plugins/PluginManager.h"
-#include "presentation/Skin.h"
-#include "presentation/UserFonts.h"
-#include "storage/contact/Contact.h"
 
 using namespace plugintest;
 
 namespace {
 
 const UINT kFirst = 41222;
-
-class TestSource : public ContactDataSource {
- public:
-  CEOID Put(const wchar_t* first, const wchar_t* last, CEOID id) {
-    Contact* contact = new Contact;
-    contact->text[ContactField::FirstName] = first;
-    contact->text[ContactField::LastName] = last;
-    contact->oid = id;
-    CacheContact(contact);
-    return id;
-  }
-  void Show(const std::vector<CEOID>& ids) {
-    SetSingleGroup(ArrayOf(ids));
-    sortKind = SortKindName;
-  }
-};
 
 // A listener that counts the appointments asked for and ignores all else.
 class Listener : public ContactListListener {
@@ -73,28 +54,17 @@ class TestList : public ContactList {
 
 struct ListFixture {
   HWND parent = nullptr;
-  TestSource source;
+  listtest::TestSource source;
   Listener listener;
   TestList list;
 
   ListFixture() {
-    static bool started = false;
-    if (!started) {
-      Skin::Start(GetModuleHandleW(nullptr));
-      CreateAllFonts();
-      started = true;
-    }
-    parent = CreateWindowExW(WS_EX_TOPMOST, L"STATIC", L"contacts", WS_POPUP | WS_VISIBLE, 0, 0,
-                             GetSystemMetrics(SM_CXSCREEN), ScaleY(200), nullptr, nullptr, nullptr, nullptr);
-    REQUIRE(parent != nullptr);
-    REQUIRE(list.Create(parent, WS_CHILD | WS_VSCROLL));
-    list.Control().SetNoGesture(TRUE);
-    MoveWindow(list.ContactWindow(), 0, 0, GetSystemMetrics(SM_CXSCREEN), ScaleY(200), FALSE);
-    ShowWindow(list.ContactWindow(), SW_SHOW);
-    source.Put(L"Ada", L"Byrne", 12);
-    source.Put(L"Cyril", L"Dunn", 34);
-    source.Put(L"Edith", L"Frost", 56);
-    source.Show({12, 34, 56});
+    listtest::StartSkinAndFonts();
+    parent = listtest::ShowListWindow(list, L"STATIC", 0, ScaleY(200));
+    source.PutAs(NamedContact(L"Byrne", L"Ada"), 12);
+    source.PutAs(NamedContact(L"Dunn", L"Cyril"), 34);
+    source.PutAs(NamedContact(L"Frost", L"Edith"), 56);
+    source.ShowFlat({12, 34, 56});
     list.SetSource(&source);
     list.SetListener(&listener);
     Pump();
