@@ -74,25 +74,13 @@ bool ParseDateValue(const Str& value, FILETIME& time) {
 }  // namespace
 
 PimInfoReader::PimInfoReader()
-    : HomeFormat(0), WorkFormat(0), OtherFormat(0), hasBlock(false), cursor(nullptr), blockEnd(nullptr),
-      tokenStart(nullptr), tokenEnd(nullptr), isDelimiter(false) {}
+    : hasBlock(false), cursor(nullptr), blockEnd(nullptr), tokenStart(nullptr), tokenEnd(nullptr),
+      isDelimiter(false) {}
 
 PimInfoReader::~PimInfoReader() {}
 
 void PimInfoReader::Clear() {
-  Image.Empty();
-  Phone.RemoveAll();
-  Email.RemoveAll();
-  WebPage.RemoveAll();
-  People.RemoveAll();
-  Link.RemoveAll();
-  OtherProp.RemoveAll();
-  Messenger.RemoveAll();
-  Address.RemoveAll();
-  Date.RemoveAll();
-  HomeFormat = 0;
-  WorkFormat = 0;
-  OtherFormat = 0;
+  ClearExtended();
   userText.Empty();
   hasBlock = false;
   cursor = nullptr;
@@ -102,21 +90,7 @@ void PimInfoReader::Clear() {
   isDelimiter = false;
 }
 
-void PimInfoReader::CopyTo(ContactExtended& block) const {
-  block.Phone = Phone;
-  block.Email = Email;
-  block.WebPage = WebPage;
-  block.People = People;
-  block.Link = Link;
-  block.OtherProp = OtherProp;
-  block.Messenger = Messenger;
-  block.Address = Address;
-  block.Date = Date;
-  block.HomeFormat = HomeFormat;
-  block.WorkFormat = WorkFormat;
-  block.OtherFormat = OtherFormat;
-  block.Image = Image;
-}
+void PimInfoReader::CopyTo(ContactExtended& block) const { block.CopyExtended(*this); }
 
 bool PimInfoReader::Parse(const wchar_t* text, int length) {
   Clear();

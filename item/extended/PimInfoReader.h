@@ -18,13 +18,12 @@
 // value is dropped, and only a broken top level makes Parse false.
 #pragma once
 
-#include "foundation/Array.h"
 #include "foundation/Str.h"
 #include "storage/contact/ContactExtended.h"
 
-#include <stdint.h>
-
-class PimInfoReader {
+// The parse's result is the reader's own extended block: the lists, the image name and the format
+// numbers.
+class PimInfoReader : public ContactExtended {
  public:
   PimInfoReader();
   virtual ~PimInfoReader();
@@ -45,20 +44,6 @@ class PimInfoReader {
   // Frees the lists and forgets the last parse.
   virtual void Clear();
 
-  // The parse's result.
-  Str Image;
-  LabelValueList Phone;
-  LabelValueList Email;
-  LabelValueList WebPage;
-  LabelValueList People;
-  LabelValueList Link;
-  LabelValueList OtherProp;
-  Array<MessengerEntry> Messenger;
-  Array<AddressEntry> Address;
-  Array<DateEntry> Date;
-  uint32_t HomeFormat;
-  uint32_t WorkFormat;
-  uint32_t OtherFormat;
   Str userText;
 
   // Removes trailing white space, then turns a backslash followed by one of "[];:\" into that
