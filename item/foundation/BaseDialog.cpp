@@ -1,9 +1,8 @@
 #include "foundation/BaseDialog.h"
 #include <aygshell.h>
 #include <stddef.h>
-#include "foundation/WorkArea.h"
 
-BaseDialog::BaseDialog(UINT id) : hwnd(nullptr), menuBar(nullptr), autoFit(0), templateId(id) {}
+BaseDialog::BaseDialog(UINT id) : menuBar(nullptr), templateId(id) {}
 
 BaseDialog::~BaseDialog() {}
 
@@ -45,21 +44,6 @@ HWND BaseDialog::CreateModeless(HWND parent, BOOL show) {
 LRESULT BaseDialog::DefaultProc(HWND, UINT, WPARAM, LPARAM) { return 0; }
 
 BOOL BaseDialog::OnMessage(HWND, UINT, WPARAM, LPARAM, LRESULT&) { return FALSE; }
-
-void BaseDialog::OnSettingChange(WPARAM wParam, LPARAM) {
-  if (wParam == SPI_SETSIPINFO) FitToWorkArea();
-}
-
-void BaseDialog::OnActivate(WPARAM wParam, LPARAM) {
-  if (LOWORD(wParam) != 0) FitToWorkArea();
-}
-
-void BaseDialog::FitToWorkArea() {
-  if (!autoFit || !hwnd) return;
-  RECT work;
-  if (!GetFittedWorkArea(work)) return;
-  MoveWindow(hwnd, work.left, work.top, work.right - work.left, work.bottom - work.top, TRUE);
-}
 
 bool BaseDialog::CreateMenuBar(UINT barId) {
   if (menuBar) {
@@ -117,10 +101,7 @@ INT_PTR CALLBACK BaseDialog::SharedProc(HWND window, UINT message, WPARAM wParam
     SetWindowLongPtrW(window, GWLP_USERDATA, 0);
     return result;
   }
-  if (message == WM_ACTIVATE)
-    self->OnActivate(wParam, lParam);
-  else if (message == WM_SETTINGCHANGE)
-    self->OnSettingChange(wParam, lParam);
+  self->NoteFitMessage(message, wParam, lParam);
   LRESULT result = 0;
   if (self->OnMessage(window, message, wParam, lParam, result)) return result;
   return self->DefaultProc(window, message, wParam, lParam);

@@ -2,18 +2,16 @@
 // first; what it leaves goes to DefaultProc.
 #pragma once
 #include <windows.h>
+#include "foundation/FittedWindow.h"
 
-class BaseDialog {
+class BaseDialog : public FittedWindow {
  public:
   explicit BaseDialog(UINT templateId = 0);
-  virtual ~BaseDialog();
+  ~BaseDialog() override;
   virtual INT_PTR DoModal(HWND parent);
   virtual HWND CreateModeless(HWND parent, BOOL show);
   virtual LRESULT DefaultProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
   virtual BOOL OnMessage(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam, LRESULT& result);
-  virtual void OnSettingChange(WPARAM wParam, LPARAM lParam);
-  virtual void OnActivate(WPARAM wParam, LPARAM lParam);
-  virtual void FitToWorkArea();
 
   // Gives the dialog a new shell menu bar in place of the old one: the bar `barId` of this module, or
   // an empty bar for 0. False with the platform's last error when the shell makes none; menuBar is 0
@@ -22,7 +20,6 @@ class BaseDialog {
   // The dialog takes the title text of its top-most ancestor.
   void InheritTitle();
   void Destroy();
-  HWND GetHwnd() const { return hwnd; }
   HWND GetMenuBar() const { return menuBar; }
 
   static INT_PTR CALLBACK SharedProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
@@ -30,8 +27,6 @@ class BaseDialog {
   static HINSTANCE ResourceModule();
 
  protected:
-  HWND hwnd;
   HWND menuBar;
-  int autoFit;
   UINT templateId;
 };

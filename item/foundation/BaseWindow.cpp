@@ -1,12 +1,10 @@
 #include "foundation/BaseWindow.h"
 #include "foundation/RoutedClass.h"
-#include <sipapi.h>
 #include <new>
-#include "foundation/WorkArea.h"
 
 static const wchar_t kDefaultClass[] = L"ZovrixWndCls";
 
-BaseWindow::BaseWindow() : hwnd(nullptr), autoFit(0), className(nullptr) {}
+BaseWindow::BaseWindow() : className(nullptr) {}
 
 BaseWindow::~BaseWindow() {
   if (hwnd && IsWindow(hwnd)) {
@@ -19,22 +17,6 @@ BaseWindow::~BaseWindow() {
 
 LRESULT BaseWindow::WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
   return DefWindowProcW(window, message, wParam, lParam);
-}
-
-void BaseWindow::OnSettingChange(WPARAM wParam, LPARAM) {
-  if (wParam == SPI_SETSIPINFO) FitToWorkArea();
-}
-
-void BaseWindow::OnActivate(WPARAM wParam, LPARAM) {
-  if (LOWORD(wParam) != 0) FitToWorkArea();
-}
-
-void BaseWindow::FitToWorkArea() {
-  if (!autoFit || !hwnd) return;
-  // Top-level windows follow the input panel.
-  RECT work;
-  if (!GetFittedWorkArea(work)) return;
-  MoveWindow(hwnd, work.left, work.top, work.right - work.left, work.bottom - work.top, TRUE);
 }
 
 BOOL BaseWindow::RegisterClass(const wchar_t* name, UINT style, HCURSOR cursor, HBRUSH brush,
@@ -82,9 +64,6 @@ LRESULT CALLBACK BaseWindow::SharedProc(HWND window, UINT message, WPARAM wParam
     SetWindowLongPtrW(window, GWLP_USERDATA, 0);
     return result;
   }
-  if (message == WM_ACTIVATE)
-    self->OnActivate(wParam, lParam);
-  else if (message == WM_SETTINGCHANGE)
-    self->OnSettingChange(wParam, lParam);
+  self->NoteFitMessage(message, wParam, lParam);
   return self->WindowProc(window, message, wParam, lParam);
 }

@@ -2,17 +2,15 @@
 // to one virtual WindowProc. There is no message map; a derived class switches over the numbers.
 #pragma once
 #include <windows.h>
+#include "foundation/FittedWindow.h"
 #include "foundation/Str.h"
 
 // A window of the system's own class.
-class BaseWindow {
+class BaseWindow : public FittedWindow {
  public:
   BaseWindow();
-  virtual ~BaseWindow();
+  ~BaseWindow() override;
   virtual LRESULT WindowProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
-  virtual void OnSettingChange(WPARAM wParam, LPARAM lParam);
-  virtual void OnActivate(WPARAM wParam, LPARAM lParam);
-  virtual void FitToWorkArea();
 
   // Registers a class that routes to the shared procedure; only while no window exists.
   BOOL RegisterClass(const wchar_t* name, UINT style, HCURSOR cursor, HBRUSH brush, HINSTANCE instance);
@@ -20,7 +18,6 @@ class BaseWindow {
   // when no class was registered.
   HWND Create(DWORD exStyle, const wchar_t* title, DWORD style, int x, int y, int w, int h, HWND parent,
               UINT id, HINSTANCE instance);
-  HWND GetHwnd() const { return hwnd; }
   const wchar_t* GetClassName() const { return className; }
 
   static LRESULT CALLBACK SharedProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
@@ -28,7 +25,5 @@ class BaseWindow {
  protected:
   BOOL KeepClassName(const wchar_t* name);
 
-  HWND hwnd;
-  int autoFit;
   wchar_t* className;
 };
