@@ -96,6 +96,8 @@ class SearchTree {
   // The node under which every key beginning with `key` lies (its own key ends there or its tail
   // begins with the rest), or 0.
   uint32_t FindPrefixNode(const wchar_t* key, int length) const;
+  // The walk of FindNode (`prefix` false) and FindPrefixNode (true).
+  uint32_t FindKeyNode(const wchar_t* key, int length, bool prefix) const;
   // Whether `node` hangs in the tree: its parent links lead to the root, each parent naming it as a
   // child. Reads only nodes inside the data; notes damage when not.
   bool IsLiveNode(uint32_t node) const;

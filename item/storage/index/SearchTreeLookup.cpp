@@ -51,10 +51,11 @@ int SearchTree::MatchTail(uint32_t node, const wchar_t* key, int i, int length, 
   return static_cast<int>(k);
 }
 
-uint32_t SearchTree::FindNode(const wchar_t* key, int length) const {
+uint32_t SearchTree::FindKeyNode(const wchar_t* key, int length, bool prefix) const {
   if (key == nullptr || length <= 0 || store->Data() == nullptr) return 0;
   uint32_t node = Root();
   int i = 0;
+  // No key path is longer than the file has nodes.
   for (uint32_t steps = store->NodeLimit(); node != 0; --steps) {
     const TreeNode* n = store->NodeAt(node);
     if (n == nullptr) return 0;
@@ -65,12 +66,14 @@ uint32_t SearchTree::FindNode(const wchar_t* key, int length) const {
     wchar_t c = key[i];
     if (c == n->ch) {
       ++i;
-      if (i == length) return n->tailFlag == kTailFlag ? 0 : node;
+      if (i == length) return prefix || n->tailFlag != kTailFlag ? node : 0;
       if (n->tailFlag == kTailFlag) {
-        // The key ends here only if its rest is the whole tail.
+        // A key ends here only if its rest is the whole tail; a prefix, if its rest begins the tail.
         bool whole = false;
         const int k = MatchTail(node, key, i, length, &whole);
-        return (k >= 0 && i + k == length && whole) ? node : 0;
+        if (k < 0) return 0;
+        if (i + k == length && (prefix || whole)) return node;
+        if (!prefix) return 0;
       }
       node = n->equal;
     } else if (c > n->ch) {
@@ -80,6 +83,14 @@ uint32_t SearchTree::FindNode(const wchar_t* key, int length) const {
     }
   }
   return 0;
+}
+
+uint32_t SearchTree::FindNode(const wchar_t* key, int length) const {
+  return FindKeyNode(key, length, false);
+}
+
+uint32_t SearchTree::FindPrefixNode(const wchar_t* key, int length) const {
+  return FindKeyNode(key, length, true);
 }
 
 bool SearchTree::IsLiveNode(uint32_t node) const {
@@ -98,38 +109,6 @@ bool SearchTree::IsLiveNode(uint32_t node) const {
   }
   store->NoteDamage();
   return false;
-}
-
-uint32_t SearchTree::FindPrefixNode(const wchar_t* key, int length) const {
-  if (key == nullptr || length <= 0 || store->Data() == nullptr) return 0;
-  uint32_t node = Root();
-  int i = 0;
-  // No key path is longer than the file has nodes.
-  for (uint32_t steps = store->NodeLimit(); node != 0; --steps) {
-    const TreeNode* n = store->NodeAt(node);
-    if (n == nullptr) return 0;
-    if (steps == 0) {
-      store->NoteDamage();
-      return 0;
-    }
-    wchar_t c = key[i];
-    if (c == n->ch) {
-      ++i;
-      if (i == length) return node;
-      if (n->tailFlag == kTailFlag) {
-        bool whole = false;
-        const int k = MatchTail(node, key, i, length, &whole);
-        if (k < 0) return 0;
-        if (i + k == length) return node;
-      }
-      node = n->equal;
-    } else if (c > n->ch) {
-      node = n->greater;
-    } else {
-      node = n->less;
-    }
-  }
-  return 0;
 }
 
 void SearchTree::VisitPrefix(const wchar_t* key, int length, TreeListVisitor& visitor) const {
