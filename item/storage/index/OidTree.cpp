@@ -64,33 +64,14 @@ OidTree::Node* OidTree::Minimum(Node* node) {
   return node;
 }
 
-void OidTree::RotateLeft(Node* x) {
-  Node* y = x->right;
-  x->right = y->left;
-  if (y->left != nullptr) y->left->parent = x;
-  y->parent = x->parent;
-  if (x->parent == nullptr)
-    root = y;
-  else if (x == x->parent->left)
-    x->parent->left = y;
-  else
-    x->parent->right = y;
-  y->left = x;
-  x->parent = y;
-}
+OidTree::Node*& OidTree::Child(Node* node, bool right) { return right ? node->right : node->left; }
 
-void OidTree::RotateRight(Node* x) {
-  Node* y = x->left;
-  x->left = y->right;
-  if (y->right != nullptr) y->right->parent = x;
-  y->parent = x->parent;
-  if (x->parent == nullptr)
-    root = y;
-  else if (x == x->parent->right)
-    x->parent->right = y;
-  else
-    x->parent->left = y;
-  y->right = x;
+void OidTree::Rotate(Node* x, bool right) {
+  Node* y = Child(x, !right);
+  Child(x, !right) = Child(y, right);
+  if (Child(y, right) != nullptr) Child(y, right)->parent = x;
+  Transplant(x, y);
+  Child(y, right) = x;
   x->parent = y;
 }
 
@@ -124,43 +105,26 @@ bool OidTree::Insert(uint32_t oid, uint32_t value) {
 }
 
 void OidTree::FixInsert(Node* node) {
+  // The two cases are mirror images: `side` is the side of its parent that the node's parent hangs on.
   while (node->parent != nullptr && node->parent->red) {
     Node* parent = node->parent;
     Node* grand = parent->parent;
-    if (parent == grand->left) {
-      Node* uncle = grand->right;
-      if (uncle != nullptr && uncle->red) {
-        parent->red = false;
-        uncle->red = false;
-        grand->red = true;
-        node = grand;
-      } else {
-        if (node == parent->right) {
-          node = parent;
-          RotateLeft(node);
-          parent = node->parent;
-        }
-        parent->red = false;
-        grand->red = true;
-        RotateRight(grand);
-      }
+    const bool side = parent == grand->right;
+    Node* uncle = Child(grand, !side);
+    if (uncle != nullptr && uncle->red) {
+      parent->red = false;
+      uncle->red = false;
+      grand->red = true;
+      node = grand;
     } else {
-      Node* uncle = grand->left;
-      if (uncle != nullptr && uncle->red) {
-        parent->red = false;
-        uncle->red = false;
-        grand->red = true;
-        node = grand;
-      } else {
-        if (node == parent->left) {
-          node = parent;
-          RotateRight(node);
-          parent = node->parent;
-        }
-        parent->red = false;
-        grand->red = true;
-        RotateLeft(grand);
+      if (node == Child(parent, !side)) {
+        node = parent;
+        Rotate(node, side);
+        parent = node->parent;
       }
+      parent->red = false;
+      grand->red = true;
+      Rotate(grand, !side);
     }
   }
   root->red = false;
@@ -214,64 +178,36 @@ bool OidTree::Erase(uint32_t oid) {
 }
 
 void OidTree::FixErase(Node* node, Node* parent) {
-  // `node` may be null (a black leaf); `parent` is where it hangs.
+  // `node` may be null (a black leaf); `parent` is where it hangs, on the side `side`. The two sides
+  // are mirror images: the sibling's child on the node's side is the near one, the other the far one.
   while (node != root && (node == nullptr || !node->red)) {
-    if (node == parent->left) {
-      Node* sibling = parent->right;
-      if (sibling->red) {
-        sibling->red = false;
-        parent->red = true;
-        RotateLeft(parent);
-        sibling = parent->right;
-      }
-      bool leftBlack = sibling->left == nullptr || !sibling->left->red;
-      bool rightBlack = sibling->right == nullptr || !sibling->right->red;
-      if (leftBlack && rightBlack) {
-        sibling->red = true;
-        node = parent;
-        parent = node->parent;
-      } else {
-        if (rightBlack) {
-          sibling->left->red = false;
-          sibling->red = true;
-          RotateRight(sibling);
-          sibling = parent->right;
-        }
-        sibling->red = parent->red;
-        parent->red = false;
-        if (sibling->right != nullptr) sibling->right->red = false;
-        RotateLeft(parent);
-        node = root;
-        parent = nullptr;
-      }
+    const bool side = node != parent->left;
+    Node* sibling = Child(parent, !side);
+    if (sibling->red) {
+      sibling->red = false;
+      parent->red = true;
+      Rotate(parent, side);
+      sibling = Child(parent, !side);
+    }
+    const bool nearBlack = Child(sibling, side) == nullptr || !Child(sibling, side)->red;
+    const bool farBlack = Child(sibling, !side) == nullptr || !Child(sibling, !side)->red;
+    if (nearBlack && farBlack) {
+      sibling->red = true;
+      node = parent;
+      parent = node->parent;
     } else {
-      Node* sibling = parent->left;
-      if (sibling->red) {
-        sibling->red = false;
-        parent->red = true;
-        RotateRight(parent);
-        sibling = parent->left;
-      }
-      bool leftBlack = sibling->left == nullptr || !sibling->left->red;
-      bool rightBlack = sibling->right == nullptr || !sibling->right->red;
-      if (leftBlack && rightBlack) {
+      if (farBlack) {
+        Child(sibling, side)->red = false;
         sibling->red = true;
-        node = parent;
-        parent = node->parent;
-      } else {
-        if (leftBlack) {
-          sibling->right->red = false;
-          sibling->red = true;
-          RotateLeft(sibling);
-          sibling = parent->left;
-        }
-        sibling->red = parent->red;
-        parent->red = false;
-        if (sibling->left != nullptr) sibling->left->red = false;
-        RotateRight(parent);
-        node = root;
-        parent = nullptr;
+        Rotate(sibling, !side);
+        sibling = Child(parent, !side);
       }
+      sibling->red = parent->red;
+      parent->red = false;
+      if (Child(sibling, !side) != nullptr) Child(sibling, !side)->red = false;
+      Rotate(parent, side);
+      node = root;
+      parent = nullptr;
     }
   }
   if (node != nullptr) node->red = false;

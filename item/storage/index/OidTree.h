@@ -44,8 +44,11 @@ class OidTree {
   OidTree& operator=(const OidTree&);
 
   Node* Lookup(uint32_t oid) const;
-  void RotateLeft(Node* node);
-  void RotateRight(Node* node);
+  // The child of `node` on the right when `right`, else the one on the left.
+  static Node*& Child(Node* node, bool right);
+  // Turns the tree at `node` toward `right` (a right rotation when true): the node's child on the
+  // other side takes its place, and the node hangs below that child on this side.
+  void Rotate(Node* node, bool right);
   void FixInsert(Node* node);
   void FixErase(Node* node, Node* parent);
   // Puts `replacement` where `node` stands under node's parent.
