@@ -25,6 +25,27 @@ HRESULT Factory(IWICImagingFactory** factory) {
                           reinterpret_cast<void**>(factory));
 }
 
+// Reads `source` a row of `rowBytes` at a time and hands each row to `convert` with the row of the
+// top-down 24-bit section `bits` that it fills.
+template <class Convert>
+bool CopyEachRow(IWICBitmapSource* source, UINT width, UINT height, UINT rowBytes, BYTE* bits,
+                 Convert convert) {
+  const UINT stride = (width * 3 + 3) & ~3u;
+  BYTE* row = static_cast<BYTE*>(HeapAlloc(GetProcessHeap(), 0, rowBytes));
+  if (row == nullptr) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return false;
+  }
+  bool copied = true;
+  for (UINT y = 0; y < height && copied; ++y) {
+    const WICRect line = {0, static_cast<INT>(y), static_cast<INT>(width), 1};
+    copied = Succeeded(source->CopyPixels(&line, rowBytes, rowBytes, row));
+    if (copied) convert(row, bits + static_cast<SIZE_T>(y) * stride);
+  }
+  HeapFree(GetProcessHeap(), 0, row);
+  return copied;
+}
+
 // Pictures of 1, 2, 4 or 8 bits per pixel: their rows are read as they are stored and each pixel looked
 // up in a table of colours, the picture's palette or the levels of grey. The imaging component's own
 // conversion doesn't take all of these (one bit per pixel among them).
@@ -70,30 +91,18 @@ bool CopyPackedRows(IWICImagingFactory* factory, IWICBitmapFrameDecode* frame, c
                     UINT width, UINT height, BYTE* bits) {
   WICColor table[256];
   if (!ColourTable(factory, frame, packed, table)) return false;
-  const UINT stride = (width * 3 + 3) & ~3u;
-  const UINT rowBytes = (width * packed.bits + 7) / 8;
-  BYTE* row = static_cast<BYTE*>(HeapAlloc(GetProcessHeap(), 0, rowBytes));
-  if (row == nullptr) {
-    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    return false;
-  }
   const UINT mask = (1u << packed.bits) - 1;
-  bool copied = true;
-  for (UINT y = 0; y < height && copied; ++y) {
-    const WICRect line = {0, static_cast<INT>(y), static_cast<INT>(width), 1};
-    copied = Succeeded(frame->CopyPixels(&line, rowBytes, rowBytes, row));
-    BYTE* to = bits + static_cast<SIZE_T>(y) * stride;
-    for (UINT x = 0; copied && x < width; ++x) {
-      const UINT bit = x * packed.bits;
-      const UINT index = (row[bit / 8] >> (8 - packed.bits - bit % 8)) & mask;
-      const WICColor colour = table[index];
-      to[x * 3] = static_cast<BYTE>(colour);
-      to[x * 3 + 1] = static_cast<BYTE>(colour >> 8);
-      to[x * 3 + 2] = static_cast<BYTE>(colour >> 16);
-    }
-  }
-  HeapFree(GetProcessHeap(), 0, row);
-  return copied;
+  return CopyEachRow(frame, width, height, (width * packed.bits + 7) / 8, bits,
+                     [&](const BYTE* row, BYTE* to) {
+                       for (UINT x = 0; x < width; ++x) {
+                         const UINT bit = x * packed.bits;
+                         const UINT index = (row[bit / 8] >> (8 - packed.bits - bit % 8)) & mask;
+                         const WICColor colour = table[index];
+                         to[x * 3] = static_cast<BYTE>(colour);
+                         to[x * 3 + 1] = static_cast<BYTE>(colour >> 8);
+                         to[x * 3 + 2] = static_cast<BYTE>(colour >> 16);
+                       }
+                     });
 }
 
 // Pictures of 16 bits and more per sample or per pixel that the imaging component doesn't convert
@@ -140,22 +149,9 @@ void WidePixel(WideKind kind, const BYTE* at, BYTE* to) {
 }
 
 bool CopyWideRows(IWICBitmapFrameDecode* frame, const WideFormat& wide, UINT width, UINT height, BYTE* bits) {
-  const UINT stride = (width * 3 + 3) & ~3u;
-  const UINT rowBytes = width * wide.bytes;
-  BYTE* row = static_cast<BYTE*>(HeapAlloc(GetProcessHeap(), 0, rowBytes));
-  if (row == nullptr) {
-    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    return false;
-  }
-  bool copied = true;
-  for (UINT y = 0; y < height && copied; ++y) {
-    const WICRect line = {0, static_cast<INT>(y), static_cast<INT>(width), 1};
-    copied = Succeeded(frame->CopyPixels(&line, rowBytes, rowBytes, row));
-    BYTE* to = bits + static_cast<SIZE_T>(y) * stride;
-    for (UINT x = 0; copied && x < width; ++x) WidePixel(wide.kind, row + x * wide.bytes, to + x * 3);
-  }
-  HeapFree(GetProcessHeap(), 0, row);
-  return copied;
+  return CopyEachRow(frame, width, height, width * wide.bytes, bits, [&](const BYTE* row, BYTE* to) {
+    for (UINT x = 0; x < width; ++x) WidePixel(wide.kind, row + x * wide.bytes, to + x * 3);
+  });
 }
 
 // Fills the rows of a top-down 24-bit section from `frame`: packed pictures through their table of
@@ -175,24 +171,13 @@ bool CopyRows(IWICImagingFactory* factory, IWICBitmapFrameDecode* frame, UINT wi
     return Succeeded(direct->CopyPixels(nullptr, stride, stride * height, bits));
   ComRef<IWICBitmapSource> wide;
   if (!Succeeded(WICConvertBitmapSource(GUID_WICPixelFormat32bppBGRA, frame, wide.Out()))) return false;
-  BYTE* row = static_cast<BYTE*>(HeapAlloc(GetProcessHeap(), 0, static_cast<SIZE_T>(width) * 4));
-  if (row == nullptr) {
-    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    return false;
-  }
-  bool copied = true;
-  for (UINT y = 0; y < height && copied; ++y) {
-    const WICRect line = {0, static_cast<INT>(y), static_cast<INT>(width), 1};
-    copied = Succeeded(wide->CopyPixels(&line, width * 4, width * 4, row));
-    BYTE* to = bits + static_cast<SIZE_T>(y) * stride;
-    for (UINT x = 0; copied && x < width; ++x) {
+  return CopyEachRow(wide.Get(), width, height, width * 4, bits, [&](const BYTE* row, BYTE* to) {
+    for (UINT x = 0; x < width; ++x) {
       to[x * 3] = row[x * 4];
       to[x * 3 + 1] = row[x * 4 + 1];
       to[x * 3 + 2] = row[x * 4 + 2];
     }
-  }
-  HeapFree(GetProcessHeap(), 0, row);
-  return copied;
+  });
 }
 
 // The first frame of `decoder` as a new 24-bit DIB section.
