@@ -4,7 +4,7 @@
 #include <string>
 
 #include "AppointmentRecord.h"
-#include "PimServer.h"
+#include "PimItem.h"
 
 namespace {
 
@@ -14,14 +14,12 @@ HRESULT CopyOut(const std::wstring& text, BSTR* value) {
   return *value ? S_OK : E_OUTOFMEMORY;
 }
 
-class AppointmentItem : public ComObject<IAppointment> {
+class AppointmentItem : public PimItem<IAppointment> {
  public:
-  explicit AppointmentItem(IPOutlookApp* app) : ComObject<IAppointment>(IID_IAppointment), app(app) {
-    app->AddRef();
+  explicit AppointmentItem(IPOutlookApp* app) : PimItem<IAppointment>(IID_IAppointment, app) {
     GetLocalTime(&record.start);
     record.durationMinutes = 60;
   }
-  ~AppointmentItem() override { app->Release(); }
 
   HRESULT STDMETHODCALLTYPE ClearRecurrencePattern() override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE GetRecurrencePattern(IRecurrencePattern**) override { return E_NOTIMPL; }
@@ -103,22 +101,11 @@ class AppointmentItem : public ComObject<IAppointment> {
     CloseHandle(process.hProcess);
     return S_OK;
   }
-  HRESULT STDMETHODCALLTYPE get_Oid(long* oid) override {
-    if (!oid) return E_POINTER;
-    *oid = static_cast<long>(record.oid);
-    return S_OK;
-  }
-  HRESULT STDMETHODCALLTYPE put_BodyInk(CEBLOB*) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE get_BodyInk(CEBLOB*) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE get_Application(IPOutlookApp** result) override {
-    if (!result) return E_POINTER;
-    app->AddRef();
-    *result = app;
-    return S_OK;
-  }
+
+ protected:
+  CEOID ItemOid() const override { return record.oid; }
 
  private:
-  IPOutlookApp* app;
   AppointmentRecord record;
 };
 

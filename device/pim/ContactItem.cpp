@@ -2,7 +2,7 @@
 // stand-in carries its record id; its properties are the item's to read straight from the database.
 #include <new>
 
-#include "PimServer.h"
+#include "PimItem.h"
 
 namespace {
 
@@ -63,12 +63,9 @@ namespace {
   HRESULT STDMETHODCALLTYPE get_##name(type*) override { return E_NOTIMPL; } \
   HRESULT STDMETHODCALLTYPE put_##name(type) override { return E_NOTIMPL; }
 
-class ContactItem : public ComObject<IContact> {
+class ContactItem : public PimItem<IContact> {
  public:
-  ContactItem(IPOutlookApp* app, CEOID oid) : ComObject<IContact>(IID_IContact), app(app), oid(oid) {
-    app->AddRef();
-  }
-  ~ContactItem() override { app->Release(); }
+  ContactItem(IPOutlookApp* app, CEOID oid) : PimItem<IContact>(IID_IContact, app), oid(oid) {}
 
   CONTACT_PROPERTIES(NOT_OFFERED)
 
@@ -79,22 +76,11 @@ class ContactItem : public ComObject<IContact> {
     DeviceJournalWrite(PIM_JOURNAL, L"contact display %lu", static_cast<unsigned long>(oid));
     return S_OK;
   }
-  HRESULT STDMETHODCALLTYPE get_Oid(long* result) override {
-    if (!result) return E_POINTER;
-    *result = static_cast<long>(oid);
-    return S_OK;
-  }
-  HRESULT STDMETHODCALLTYPE put_BodyInk(CEBLOB*) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE get_BodyInk(CEBLOB*) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE get_Application(IPOutlookApp** result) override {
-    if (!result) return E_POINTER;
-    app->AddRef();
-    *result = app;
-    return S_OK;
-  }
+
+ protected:
+  CEOID ItemOid() const override { return oid; }
 
  private:
-  IPOutlookApp* app;
   CEOID oid;
 };
 
