@@ -4,6 +4,7 @@
 
 #include "foundation/DebugUtils.h"
 #include "foundation/ShellSort.h"
+#include "manager/aids/AscendingLookup.h"
 
 #include <new>
 
@@ -25,6 +26,14 @@ struct ContactBatch {
   ~ContactBatch() { DeleteAll(items); }
   Array<Contact*> items;
 };
+
+// Whether the ids stand in ascending order already.
+BOOL IsAscending(const Array<CEOID>& ids) {
+  for (int i = 1; i < ids.GetSize(); ++i) {
+    if (static_cast<uint32_t>(ids[i - 1]) > static_cast<uint32_t>(ids[i])) return FALSE;
+  }
+  return TRUE;
+}
 
 }  // namespace
 
@@ -58,10 +67,11 @@ BOOL ContactManager::Inspect() {
   Array<CEOID> present;
   present.SetSize(sums.GetSize());
   for (int i = 0; i < sums.GetSize(); ++i) present[i] = sums[i].oid;
-  SortIds(present);
+  if (!IsAscending(present)) SortIds(present);
   Array<CEOID> removed;
+  AscendingLookup<CEOID> inTable(present);
   for (int i = 0; i < indexed.GetSize(); ++i) {
-    if (!ContainsId(present, indexed[i])) removed.Add(indexed[i]);
+    if (inTable.Find(indexed[i]) < 0) removed.Add(indexed[i]);
   }
   openReport.removed = removed.GetSize();
   if (removed.GetSize() > kMaxInspectChanges) {
@@ -73,13 +83,15 @@ BOOL ContactManager::Inspect() {
   // stand sorted since step 1), in table order until there are more differences than are patched.
   Array<RecordSum> addedSums;
   Array<RecordSum> changedSums;
+  AscendingLookup<CEOID> inIndex(indexed);
+  const PropsStore& props = index.Props();
   for (int i = 0; i < sums.GetSize(); ++i) {
     const RecordSum& record = sums[i];
-    const bool known = ContainsId(indexed, record.oid);
+    const bool known = inIndex.Find(record.oid) >= 0;
     if (known) {
       uint32_t offset = 0;
       uint32_t stored = 0;
-      if (!index.Find(record.oid, &offset) || !index.Props().GetChecksum(offset, stored)) {
+      if (!index.Find(record.oid, &offset) || !props.GetChecksum(offset, stored)) {
         if (GetLastError() != ERROR_INVALID_DATA) return FALSE;
         ReportDropped(Str(L"the inspection met a record that doesn't hold together"), L"Inspect", __LINE__);
         openReport.rebuilt = TRUE;
