@@ -25,8 +25,12 @@ LRESULT Spoil() {
   return Manager()->Index().Save(FALSE) ? 1 : 0;
 }
 
-LRESULT Carry(HWND window, UINT command) {
+LRESULT Carry(HWND window, UINT command, WPARAM wParam) {
   PimSync* sync = PimSync::GetInstance();
+  if (command == handover::CmdPause) {
+    Sleep(static_cast<DWORD>(wParam));
+    return 0;
+  }
   if (command != handover::CmdOpen && command != handover::CmdQuit && Manager() == nullptr) return -1;
   switch (command) {
     case handover::CmdOpen:
@@ -45,28 +49,13 @@ LRESULT Carry(HWND window, UINT command) {
     }
     case handover::CmdSpoil:
       return Spoil();
-    case handover::CmdPause:
-      return 0;
     case handover::CmdTakeOver:
       return sync->ChangeToMaster(window) && sync->IsMaster() ? 1 : 0;
-    case handover::CmdQuit:
-      PostQuitMessage(0);
-      return 1;
     default:
       return 0;
   }
 }
 
-LRESULT CALLBACK PeerProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-  if (managerpeer::CoordinatorMessage(message, wParam, lParam)) return 0;
-  if (message == handover::CmdPause) {
-    Sleep(static_cast<DWORD>(wParam));
-    return 0;
-  }
-  if (message >= handover::CmdOpen && message <= handover::CmdQuit) return Carry(window, message);
-  return DefWindowProcW(window, message, wParam, lParam);
-}
-
 }  // namespace
 
-int main() { return managerpeer::Run(handover::kHandoverClass, PeerProc); }
+int main() { return managerpeer::Run(handover::kHandoverClass, handover::CmdOpen, handover::CmdQuit, Carry); }

@@ -36,6 +36,19 @@ class PeerReactions : public SyncMessageHandler {
 };
 PeerReactions g_reactions;
 
+UINT g_first = 0;
+UINT g_quit = 0;
+Carry g_carry = nullptr;
+
+LRESULT CALLBACK PeerProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  if (DispatchSyncMessage(g_syncMessageHandler, message, wParam, lParam)) return 0;
+  if (message < g_first || message > g_quit) return DefWindowProcW(window, message, wParam, lParam);
+  const LRESULT result = g_carry(window, message, wParam);
+  if (message != g_quit) return result;
+  PostQuitMessage(0);
+  return 1;
+}
+
 void Leaving() {
   if (g_manager != nullptr) g_manager->Close();
   if (g_window != nullptr) PimSync::GetInstance()->Unregister(g_window);
@@ -68,13 +81,12 @@ LRESULT Count() {
   return g_manager != nullptr && g_manager->Index().IsOpen() ? g_manager->Index().ContactCount() : -1;
 }
 
-bool CoordinatorMessage(UINT message, WPARAM wParam, LPARAM lParam) {
-  return DispatchSyncMessage(g_syncMessageHandler, message, wParam, lParam);
-}
-
-int Run(const wchar_t* windowClass, WNDPROC procedure) {
+int Run(const wchar_t* windowClass, UINT first, UINT quit, Carry carry) {
+  g_first = first;
+  g_quit = quit;
+  g_carry = carry;
   g_syncMessageHandler = &g_reactions;
-  return helperwindow::Run(windowClass, procedure, Leaving);
+  return helperwindow::Run(windowClass, PeerProc, Leaving);
 }
 
 }  // namespace managerpeer

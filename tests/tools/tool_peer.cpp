@@ -9,7 +9,7 @@
 
 namespace {
 
-LRESULT Carry(HWND window, UINT command) {
+LRESULT Carry(HWND window, UINT command, WPARAM) {
   switch (command) {
     case toolpeer::CmdOpen:
       return managerpeer::Open(window);
@@ -19,20 +19,11 @@ LRESULT Carry(HWND window, UINT command) {
       return managerpeer::Found(toolpeer::kLookedFor);
     case toolpeer::CmdCount:
       return managerpeer::Count();
-    case toolpeer::CmdQuit:
-      PostQuitMessage(0);
-      return 1;
     default:
       return 0;
   }
 }
 
-LRESULT CALLBACK PeerProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-  if (managerpeer::CoordinatorMessage(message, wParam, lParam)) return 0;
-  if (message >= toolpeer::CmdOpen && message <= toolpeer::CmdQuit) return Carry(window, message);
-  return DefWindowProcW(window, message, wParam, lParam);
-}
-
 }  // namespace
 
-int main() { return managerpeer::Run(toolpeer::kPeerClass, PeerProc); }
+int main() { return managerpeer::Run(toolpeer::kPeerClass, toolpeer::CmdOpen, toolpeer::CmdQuit, Carry); }
