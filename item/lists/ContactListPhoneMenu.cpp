@@ -56,6 +56,9 @@ BOOL ContactListPhoneMenu::Track(Contact& from, HWND window, const RECT& rect, B
     ClientToScreen(window, &at);
     flags |= TPM_BOTTOMALIGN;
   }
+  // The menu's right edge stands at x: never past the screen's, whatever the row reaches to.
+  const int screenRight = GetSystemMetrics(SM_CXSCREEN);
+  if (at.x > screenRight) at.x = screenRight;
   const int command = static_cast<int>(TrackPopupMenuEx(menu, flags, at.x, at.y, window, nullptr));
   DestroyMenu(menu);
 

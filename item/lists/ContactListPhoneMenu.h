@@ -45,6 +45,8 @@ class ContactListPhoneMenu {
   int WidestItem() const { return widestItem; }
   int CheckWidth() const { return checkWidth; }
   int CheckHeight() const { return checkHeight; }
+  // The widest line a menu can have and still lie wholly on the screen.
+  static int ScreenLineWidth();
 
   // Fills the entries of `contact` for a menu: its numbers and addresses in their fixed order, then
   // the action line when the default can be acted on. Returns the number of numbers and addresses.

@@ -1,8 +1,10 @@
 // ContactListPhoneMenu: measuring and drawing the owner-drawn lines. A line is the check mark of the
-// default, the label and, right-aligned, the number or address, cut to what the list's width leaves.
+// default, the label and, right-aligned, the number or address, shortened with dots to what the list's
+// width and the screen leave.
 #include "lists/ContactListPhoneMenu.h"
 
 #include "presentation/Skin.h"
+#include "presentation/TextFit.h"
 #include "resources/PhoneMenuIds.h"
 
 namespace {
@@ -37,7 +39,31 @@ class MeasureDC {
   HGDIOBJ old;
 };
 
+// The average character width of the system's menu font, as the system reckons it for a menu's
+// spacing: the width of the alphabet in both cases, per letter, rounded.
+int MenuCharWidth() {
+  NONCLIENTMETRICSW metrics;
+  ZeroMemory(&metrics, sizeof metrics);
+  metrics.cbSize = sizeof metrics;
+  if (!SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof metrics, &metrics, 0)) return 0;
+  GdiObject<HFONT> font(CreateFontIndirectW(&metrics.lfMenuFont));
+  MeasureDC dc(font.Get());
+  if (!dc.Get()) return 0;
+  static const wchar_t kLetters[] = L"abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
+  SIZE size = {0, 0};
+  if (!GetTextExtentPoint32W(dc.Get(), kLetters, 52, &size)) return 0;
+  return (size.cx / 26 + 1) / 2;
+}
+
 }  // namespace
+
+int ContactListPhoneMenu::ScreenLineWidth() {
+  // A popup menu adds twice its font's average character to an owner-drawn line, and its frame on
+  // both sides; a line wider than what that leaves of the screen would push the menu past an edge.
+  const int frame = 2 * MenuCharWidth() + 2 * (GetSystemMetrics(SM_CXFIXEDFRAME) +
+                                               GetSystemMetrics(SM_CXBORDER) + GetSystemMetrics(SM_CXEDGE));
+  return GetSystemMetrics(SM_CXSCREEN) - frame;
+}
 
 HFONT ContactListPhoneMenu::CreateItemFont() {
   LOGFONTW font;
@@ -90,13 +116,13 @@ LRESULT ContactListPhoneMenu::OnMeasureItem(WPARAM, LPARAM lParam) {
   MeasureDC dc(font.Get());
   const int margin = ScaleX(4) + ScaleX(6);
   const int labelWidth = TextWidth(dc.Get(), entry.label);
-  // The number takes what the list's width leaves; what doesn't fit is cut off.
-  const int room = widestItem - 2 * margin - labelWidth - checkWidth;
-  int fit = 0;
-  SIZE size = {0, 0};
-  if (room > 0 && !entry.display.IsEmpty())
-    GetTextExtentExPointW(dc.Get(), entry.display, entry.display.GetLength(), room, &fit, nullptr, &size);
-  if (fit < entry.display.GetLength()) entry.display = entry.display.Left(fit);
+  // The number takes what the list's width leaves, and no more than the screen holds; what doesn't fit
+  // is shortened and ends in dots, measured in the font it is drawn in.
+  int widest = ScreenLineWidth();
+  if (widestItem < widest) widest = widestItem;
+  const int room = widest - 2 * margin - labelWidth - checkWidth;
+  if (!entry.display.IsEmpty() && TextWidth(dc.Get(), entry.display) > room)
+    entry.display = room > 0 ? FitText(dc.Get(), entry.display, room) : Str();
   const int valueWidth = TextWidth(dc.Get(), entry.display);
 
   item->itemHeight = static_cast<UINT>(itemHeight);

@@ -1,7 +1,8 @@
 // The phone menu's lines as the menu measures and draws them: their height from the item font, their
-// width from the check mark, the margins, the label and the number, a number cut to the list's width,
-// the check mark on the default alone, the label and the number in their boxes, the system's colours
-// for a plain and a selected line, and the action line under the separator.
+// width from the check mark, the margins, the label and the number, a number shortened with dots to the
+// list's width, a menu at the screen's edge that lies wholly on it, the check mark on the default alone,
+// the label and the number in their boxes, the system's colours for a plain and a selected line, and
+// the action line under the separator.
 #include <doctest/doctest.h>
 #include <windows.h>
 
@@ -115,7 +116,7 @@ TEST_CASE(
   CHECK(stray.itemHeight == 0);
 }
 
-TEST_CASE("a number wider than the list leaves is cut to the characters that fit") {
+TEST_CASE("a number wider than the list leaves is shortened to the characters that fit beside the dots") {
   ListFixture f;
   const int width = ScaleX(180);
   MoveWindow(f.Window(), 0, 0, width, ScaleY(120), TRUE);
@@ -133,22 +134,71 @@ TEST_CASE("a number wider than the list leaves is cut to the characters that fit
   const ContactListPhoneMenu& menu = f.list.Menu();
   HFONT font = MakeItemFont();
   const int margin = ScaleX(4) + ScaleX(6);
-  const int room = menu.WidestItem() - 2 * margin - TextWidth(font, L"Long") - menu.CheckWidth();
-  // The line is no wider than the list allows, and the number drawn is the start of the stored one.
+  int widest = menu.WidestItem();
+  if (ContactListPhoneMenu::ScreenLineWidth() < widest) widest = ContactListPhoneMenu::ScreenLineWidth();
+  const int room = widest - 2 * margin - TextWidth(font, L"Long") - menu.CheckWidth();
+  // The line is no wider than the list allows, and the number drawn is the start of the stored one
+  // with the dots behind it.
   CHECK(static_cast<int>(m->width) <= menu.WidestItem());
   std::string drawn;
   for (const DrawnText& text : DrawnInMenu())
     if (text.text.rfind("+1 555", 0) == 0) drawn = text.text;
-  REQUIRE(!drawn.empty());
-  CHECK(drawn.size() < longNumber.size());
-  CHECK(U8(longNumber).rfind(drawn, 0) == 0);
-  const std::wstring kept = longNumber.substr(0, drawn.size());
-  CHECK(TextWidth(font, kept) <= room);
-  // One character more would not have fitted.
-  CHECK(TextWidth(font, longNumber.substr(0, drawn.size() + 1)) > room);
+  REQUIRE(drawn.size() > 3);
+  REQUIRE(drawn.substr(drawn.size() - 3) == "...");
+  const std::wstring kept = longNumber.substr(0, drawn.size() - 3);
+  CHECK(drawn.substr(0, drawn.size() - 3) == U8(kept));
+  CHECK(TextWidth(font, kept + L"...") <= room);
+  // One character more would not have fitted beside the dots.
+  CHECK(TextWidth(font, longNumber.substr(0, kept.size() + 1) + L"...") > room);
   CHECK(static_cast<int>(m->width) ==
-        menu.CheckWidth() + 2 * margin + TextWidth(font, L"Long") + TextWidth(font, kept));
+        menu.CheckWidth() + 2 * margin + TextWidth(font, L"Long") + TextWidth(font, kept + L"..."));
   DeleteObject(font);
+}
+
+TEST_CASE("the menu at a row's right-hand end lies wholly on the screen, a long address ending in dots") {
+  ListFixture f;
+  Contact contact = With(Person(L"Fitzgerald", L"Bridget"), ContactField::WorkPhone, L"555-0100");
+  const std::wstring address = L"bridget.fitzgerald@example-quarrylane-antiquarian-books.example";
+  contact.text[ContactField::Email1] = address.c_str();
+  f.Show({contact, Person(L"Brown", L"Bob")});
+
+  MenuVisit visit;
+  OpenMenu(f, 0, visit);
+  REQUIRE(visit.seen);
+  const int screenWidth = GetSystemMetrics(SM_CXSCREEN), screenHeight = GetSystemMetrics(SM_CYSCREEN);
+  CAPTURE(visit.window.left);
+  CAPTURE(visit.window.right);
+  CHECK(visit.window.left >= 0);
+  CHECK(visit.window.top >= 0);
+  CHECK(visit.window.right <= screenWidth);
+  CHECK(visit.window.bottom <= screenHeight);
+  for (const RECT& item : visit.itemRects) {
+    CHECK(item.left >= 0);
+    CHECK(item.right <= screenWidth);
+  }
+  // The menu opened at the row's right-hand end: its right edge is near the screen's.
+  CHECK(visit.window.right >= screenWidth - ScaleX(20));
+
+  // The address is drawn shortened, its start with the dots behind, in a box it fits in the item
+  // font; the box lies inside its line.
+  HFONT font = MakeItemFont();
+  const DrawnText* shown = nullptr;
+  for (const DrawnText& text : DrawnInMenu())
+    if (text.text.rfind("bridget.", 0) == 0) shown = &text;
+  REQUIRE(shown != nullptr);
+  CAPTURE(shown->text);
+  REQUIRE(shown->text.size() > 3);
+  CHECK(shown->text.substr(shown->text.size() - 3) == "...");
+  const std::string kept = shown->text.substr(0, shown->text.size() - 3);
+  CHECK(U8(address).rfind(kept, 0) == 0);
+  CHECK(kept.size() < address.size());
+  const std::wstring keptWide(address.substr(0, kept.size()));
+  CHECK(TextWidth(font, keptWide + L"...") <= shown->rect.right - shown->rect.left);
+  DeleteObject(font);
+  bool inLine = false;
+  for (const DrawnItem& item : f.list.drawnItems)
+    if (item.data == 1) inLine = shown->rect.right <= item.rect.right && shown->rect.left >= item.rect.left;
+  CHECK(inLine);
 }
 
 TEST_CASE(
