@@ -17,6 +17,7 @@ void ResetItem(ContactTextItem& item) {
   item.imageWidth = 0;
   item.imageHeight = 0;
   item.transparent = 0;
+  item.valueRight = 0;
 }
 
 }  // namespace

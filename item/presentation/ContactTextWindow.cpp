@@ -40,6 +40,13 @@ LRESULT ContactTextWindow::WindowProc(HWND window, UINT message, WPARAM wParam, 
       EndPaint(window, &ps);
       return 0;
     }
+    case WM_PRINTCLIENT: {
+      // The rows drawn into a context of the caller's, as they are painted on the screen.
+      RECT client;
+      GetClientRect(window, &client);
+      Paint(reinterpret_cast<HDC>(wParam), client);
+      return 0;
+    }
     case WM_GETDLGCODE:
       return DLGC_WANTALLKEYS;
     case WM_SETFOCUS:

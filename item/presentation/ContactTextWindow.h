@@ -27,6 +27,7 @@ struct ContactTextItem {
   int32_t imageHeight;
   int32_t transparent;  // the picture's black is transparent
   RECT textRect;        // the text as measured, in the row's own coordinates
+  int32_t valueRight;   // a field row's value wraps and is drawn left of this x
 };
 
 // The rows, kept for reuse: clearing only forgets the count.

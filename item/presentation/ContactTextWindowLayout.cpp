@@ -39,8 +39,11 @@ void ContactTextWindow::Layout() {
     } else if (item.kind == ItemTitle) {
       text.left = client.left + gap5;
       text.right = client.right - gap5;
-    } else if (item.image) {
-      text.right = base.right - item.imageWidth;
+    } else {
+      // A value keeps the gap to its icon, and its last letter's slant stays inside its box.
+      if (item.image) text.right = base.right - item.imageWidth - gap5;
+      text.right -= item.text.InkOverhang(dc);
+      item.valueRight = text.right;
     }
     if (text.right < text.left) text.right = text.left;
     if (!item.text.IsEmpty()) {

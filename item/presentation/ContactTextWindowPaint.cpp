@@ -138,8 +138,8 @@ void ContactTextWindow::PaintField(HDC dc, ContactTextItem& item, bool selected,
     DrawTextW(dc, shown, shown.GetLength(), &box, DT_RIGHT | DT_SINGLELINE | DT_NOPREFIX);
     SelectObject(dc, oldFont);
   }
-  RECT value = {item.rect.left + labelColumn + gap5, 0, item.rect.right - gap5 - item.imageWidth,
-                item.rect.bottom};
+  // The value wraps in the box the layout measured it in, which keeps clear of the icon.
+  RECT value = {item.rect.left + labelColumn + gap5, 0, item.valueRight, item.rect.bottom};
   if (selected && selMode == 2) {
     RECT mark = {value.left - 2, 0, value.right + 2, item.rect.bottom};
     Fill(dc, mark, brush);
@@ -152,8 +152,9 @@ void ContactTextWindow::PaintField(HDC dc, ContactTextItem& item, bool selected,
     // The icon fills its cell, and no more than the row's height: an icon resource of another size
     // would otherwise spill over the next row.
     int side = item.imageWidth < item.rect.bottom ? item.imageWidth : item.rect.bottom;
-    DrawIconEx(dc, value.right + (item.imageWidth - side) / 2, 0, static_cast<HICON>(item.image), side, side,
-               0, nullptr, DI_NORMAL);
+    const int iconLeft = item.rect.right - gap5 - item.imageWidth;
+    DrawIconEx(dc, iconLeft + (item.imageWidth - side) / 2, 0, static_cast<HICON>(item.image), side, side, 0,
+               nullptr, DI_NORMAL);
   }
 }
 

@@ -67,6 +67,9 @@ class MarkupText {
   int GetLineHeight() const { return lineHeight; }
   // After Measure: the lines at `rectWidth` under the DT_WORDBREAK and DT_SINGLELINE bits of `flags`.
   void BreakLines(int rectWidth, UINT flags, MarkupLines& lines) const;
+  // How far the ink of any character reaches past its advance, in its own font (the slant of an
+  // italic letter): what a line may stick out beyond its measured width. 0 for an empty text.
+  int InkOverhang(HDC dc) const;
 
   // Draws into `rect`, or with DT_CALCRECT only gives `rect` the size of the text. Gives the height
   // drawn, lines times the line height; 0 for an empty text or, without DT_CALCRECT, an empty rect.

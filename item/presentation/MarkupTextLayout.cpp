@@ -56,6 +56,25 @@ void MarkupText::Measure(HDC dc) {
   measured = 1;
 }
 
+int MarkupText::InkOverhang(HDC dc) const {
+  if (!dc || length == 0) return 0;
+  HGDIOBJ callersFont = GetCurrentObject(dc, OBJ_FONT);
+  const wchar_t* chars = text.GetData();
+  const MarkupCharAttr* charAttrs = attrs.GetData();
+  int widest = 0;
+  for (int i = 0; i < static_cast<int>(length); ++i) {
+    if (i == 0 || charAttrs[i].fontIndex != charAttrs[i - 1].fontIndex) {
+      HFONT font = fontCache ? fontCache->GetFont(charAttrs[i].fontIndex, nullptr) : nullptr;
+      SelectObject(dc, font ? static_cast<HGDIOBJ>(font) : callersFont);
+    }
+    // A negative right bearing is ink beyond the advance; fonts without bearings have none.
+    ABC abc = {0, 0, 0};
+    if (GetCharABCWidthsW(dc, chars[i], chars[i], &abc) && -abc.abcC > widest) widest = -abc.abcC;
+  }
+  SelectObject(dc, callersFont);
+  return widest;
+}
+
 void MarkupText::BreakLines(int rectWidth, UINT flags, MarkupLines& lines) const {
   lines.charCount.RemoveAll();
   lines.width.RemoveAll();
