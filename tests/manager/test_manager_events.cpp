@@ -286,3 +286,27 @@ TEST_CASE("changes and deletions by another program reach the index and the list
   CHECK_FALSE(m.manager.Index().Find(ids[3], &record));
   CHECK(CheckIndex(m.manager) == "");
 }
+
+TEST_CASE(
+    "an opened manager's gathering and idle windows hang below its events window, and go with its close") {
+  FreshDevice();
+  WriteGenerated(3);
+  OpenedTimedManager m;
+  REQUIRE(m.opened);
+  const HWND events = m.manager.EventsWindow().GetHwnd();
+  const HWND pending = m.manager.PendingWindow().GetHwnd();
+  const HWND idle = m.manager.IdleWindow().GetHwnd();
+  REQUIRE(events != nullptr);
+  CHECK(GetParent(events) == nullptr);
+  CHECK(GetParent(pending) == events);
+  CHECK(GetParent(idle) == events);
+  // Events still reach the gathering window's timer as its child.
+  m.manager.OnDbEvent(ChangeChanged, m.manager.Contacts().GetOid(), 0x7ffffff0);
+  REQUIRE(PumpUntil([&] { return m.manager.eventTicks.size() == 1; }, 5000));
+  m.manager.Close();
+  CHECK_FALSE(IsWindow(events));
+  CHECK_FALSE(IsWindow(pending));
+  CHECK_FALSE(IsWindow(idle));
+  CHECK(m.manager.PendingWindow().GetHwnd() == nullptr);
+  CHECK(m.manager.IdleWindow().GetHwnd() == nullptr);
+}

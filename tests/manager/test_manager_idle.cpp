@@ -356,3 +356,18 @@ TEST_CASE("a start in step reads the counts from the files' heads: the same as o
   CHECK(CompareFileTime(&after.stamp, &before.stamp) == 0);
   CHECK(m.manager.Index().ContactCount() == 90);
 }
+
+TEST_CASE(
+    "a start in step lets the copies of both files go at its end: they end with nobody waiting for them") {
+  FreshDevice();
+  WriteGenerated(120);
+  IndexAndPlant([](ContactManager&) {});
+  OpenedManager m;
+  REQUIRE(m.opened);
+  REQUIRE(m.manager.LastOpenReport().state == IndexInStep);
+  // No search or write waits for them; the idle walk doesn't either.
+  CHECK(PumpUntil([&] { return !m.manager.Index().IsLoading(); }, 20000));
+  REQUIRE(WaitIdle(m.manager));
+  CHECK(m.manager.Index().WalksEnded() == 1);
+  CHECK_FALSE(m.manager.Index().WalkFoundDamage());
+}

@@ -206,3 +206,108 @@ TEST_CASE("a background open of a file whose mapping another object holds takes 
   holder.Close();
   DeleteFileW(path.c_str());
 }
+
+namespace {
+
+// Whether any process holds a mapping of `path`.
+bool MappingExists(const std::wstring& path) {
+  wchar_t name[MAX_PATH];
+  REQUIRE(MappedFile::MappingName(path.c_str(), name, MAX_PATH));
+  HANDLE held = OpenFileMappingW(FILE_MAP_READ, FALSE, name);
+  if (held == nullptr) return false;
+  CloseHandle(held);
+  return true;
+}
+
+}  // namespace
+
+TEST_CASE("the copy of a background open waits for StartLoad, then makes the mapping and fills it") {
+  const std::wstring path = TempFile(L"background_start.dat");
+  DeleteFileW(path.c_str());
+  const std::vector<uint8_t> data = SavedFile(path, kLength, 19);
+  MappedFile file;
+  REQUIRE(file.OpenInBackground(path.c_str(), 4096));
+  // Time enough for a copy that had begun to make its mapping: none was made.
+  Sleep(100);
+  CHECK(file.IsLoading());
+  CHECK_FALSE(MappingExists(path));
+  CHECK(std::memcmp(file.Data(), data.data(), 4096) == 0);
+  file.StartLoad();
+  // A second start changes nothing.
+  file.StartLoad();
+  const DWORD start = GetTickCount();
+  while (file.IsLoading() && GetTickCount() - start < 10000) Sleep(5);
+  // It ended on its own, nobody waited for it.
+  CHECK_FALSE(file.IsLoading());
+  CHECK(MappingExists(path));
+  REQUIRE(file.WaitLoaded());
+  CHECK(std::memcmp(file.Data(), data.data(), kLength - 4) == 0);
+  file.StartLoad();
+  file.Close();
+  CHECK_FALSE(MappingExists(path));
+  DeleteFileW(path.c_str());
+}
+
+TEST_CASE("WaitLoaded begins a copy that nobody started; Close drops one that never began") {
+  const std::wstring path = TempFile(L"background_unstarted.dat");
+  DeleteFileW(path.c_str());
+  const std::vector<uint8_t> data = SavedFile(path, kLength, 23);
+  SUBCASE("WaitLoaded") {
+    MappedFile file;
+    REQUIRE(file.OpenInBackground(path.c_str(), 4096));
+    REQUIRE(file.WaitLoaded());
+    CHECK_FALSE(file.IsLoading());
+    CHECK(std::memcmp(file.Data(), data.data(), kLength - 4) == 0);
+    CHECK(MappingExists(path));
+  }
+  SUBCASE("Close") {
+    MappedFile file;
+    REQUIRE(file.OpenInBackground(path.c_str(), 4096));
+    // A change of the head that no copy took in goes with the buffer.
+    file.Data()[100] = static_cast<BYTE>(data[100] ^ 0x5A);
+    file.Close();
+    CHECK(file.Data() == nullptr);
+    CHECK(file.Length() == 0);
+    CHECK_FALSE(file.IsLoading());
+    CHECK_FALSE(MappingExists(path));
+    // The file is as it was, and opens as before; so does the same object.
+    MappedFile other;
+    REQUIRE(other.Open(path.c_str(), 0));
+    CHECK(std::memcmp(other.Data(), data.data(), kLength - 4) == 0);
+    other.Close();
+    REQUIRE(file.OpenInBackground(path.c_str(), 4096));
+    REQUIRE(file.WaitLoaded());
+    CHECK(std::memcmp(file.Data(), data.data(), kLength - 4) == 0);
+    file.Close();
+  }
+  SUBCASE("a start without a copy") {
+    MappedFile file;
+    REQUIRE(file.Open(path.c_str(), 0));
+    file.StartLoad();
+    CHECK_FALSE(file.IsLoading());
+    CHECK(file.WaitLoaded());
+    CHECK(std::memcmp(file.Data(), data.data(), kLength - 4) == 0);
+  }
+  DeleteFileW(path.c_str());
+}
+
+TEST_CASE(
+    "an object that opens the file while another's copy waits to begin reads it; the copy then attaches") {
+  const std::wstring path = TempFile(L"background_waiting.dat");
+  DeleteFileW(path.c_str());
+  const std::vector<uint8_t> data = SavedFile(path, kLength, 29);
+  MappedFile waiting;
+  REQUIRE(waiting.OpenInBackground(path.c_str(), 4096));
+  MappedFile opener;
+  REQUIRE(opener.Open(path.c_str(), 0));
+  CHECK(std::memcmp(opener.Data(), data.data(), kLength - 4) == 0);
+  // The live data changes behind the head; the waiting copy takes the mapping as it is.
+  opener.Data()[kLength / 2] = static_cast<BYTE>(data[kLength / 2] ^ 0xFF);
+  waiting.StartLoad();
+  REQUIRE(waiting.WaitLoaded());
+  CHECK(waiting.Data()[kLength / 2] == static_cast<BYTE>(data[kLength / 2] ^ 0xFF));
+  CHECK(std::memcmp(waiting.Data(), data.data(), 4096) == 0);
+  waiting.Close();
+  opener.Close();
+  DeleteFileW(path.c_str());
+}

@@ -55,11 +55,14 @@ BOOL ContactManager::Open(HINSTANCE moduleInstance, ContactManagerListener* newL
     SetLastError(error);
     return FALSE;
   }
-  if (!pendingWindow.Create(instance, this) || !idleWindow.Create(instance, this)) {
+  // The other two windows hang below the events window: a child window is much cheaper to make than
+  // a top-level one, and they need nothing of their own but their timers.
+  if (!pendingWindow.Create(instance, this, eventsWindow.GetHwnd()) ||
+      !idleWindow.Create(instance, this, eventsWindow.GetHwnd())) {
     DWORD error = GetLastError();
     ContactDatabase::Close();
-    eventsWindow.Destroy();
     pendingWindow.Destroy();
+    eventsWindow.Destroy();
     SetLastError(error);
     return FALSE;
   }
@@ -86,7 +89,12 @@ BOOL ContactManager::BringInStep(int state) {
     // Room that deletions made meanwhile is taken up at once.
     return overCapacity && writer ? UseFreedRoom() : TRUE;
   }
-  if (state == IndexStale) return writer ? Inspect() : TRUE;
+  if (state == IndexStale) {
+    // The inspection's pass over the table goes side by side with the copies, which it needs only
+    // for its few writes.
+    index.StartLoading();
+    return writer ? Inspect() : TRUE;
+  }
   if (!writer) return FALSE;
   openReport.rebuilt = TRUE;
   return FullRebuild();
@@ -104,9 +112,10 @@ void ContactManager::Close() {
   positions.Clear();
   nameKeys.Clear();
   ContactDatabase::Close();
-  eventsWindow.Destroy();
-  pendingWindow.Destroy();
+  // The children first; the events window would take them with it all the same.
   idleWindow.Destroy();
+  pendingWindow.Destroy();
+  eventsWindow.Destroy();
   opened = FALSE;
 }
 
@@ -152,9 +161,10 @@ int ContactManager::OpenIndex() {
   repairDue = FALSE;
   // The props store refuses a file whose in-change byte is set, so a write that was cut off leaves
   // the index unusable and the master rebuilds it. The headers, the structures they name and the two
-  // files' counts are judged here from what the open read of the files, while they are copied in
-  // behind it; the first search or write waits for the copy, and the walk over both files (a contact
-  // listed twice among it) follows in idle time, or before the first write.
+  // files' counts are judged here from what the open read of the files; they are copied in behind
+  // it once the start is through (StartIdleWork); the first search or write waits for the copy, and
+  // the walk over both files (a contact listed twice among it) follows in idle time, or before the
+  // first write.
   if (!index.OpenStores(TRUE)) {
     ReportDropped(DescribeUnusableIndex(index.IndexPath(), index.PropsPath(), GetLastError()), L"OpenIndex",
                   __LINE__);
@@ -298,6 +308,9 @@ BOOL ContactManager::RepairDamagedIndex() {
 
 void ContactManager::StartIdleWork() {
   if (!idleWindow.IsTimerRunning()) idleWindow.StartTimer(kIdleTickMs);
+  // The copies of a deferred open go on in the background from here: the start has judged the files
+  // by their heads.
+  index.StartLoading();
 }
 
 void ContactManager::OnIdleTimer() {

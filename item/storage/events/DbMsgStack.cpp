@@ -4,9 +4,9 @@ const wchar_t kDbMsgStackClass[] = L"DB_MSG_STACK_WND_CLS";
 
 DbMsgStack::DbMsgStack() : target(nullptr) {}
 
-BOOL DbMsgStack::Create(HINSTANCE instance, DbEventTarget* owner) {
+BOOL DbMsgStack::Create(HINSTANCE instance, DbEventTarget* owner, HWND parent) {
   target = owner;
-  return HiddenTimerWindow::Create(instance, kDbMsgStackClass);
+  return HiddenTimerWindow::Create(instance, kDbMsgStackClass, parent);
 }
 
 void DbMsgStack::Push(DWORD kind, CEOID parent, CEOID oid) {

@@ -14,7 +14,8 @@ extern const wchar_t kDbMsgStackClass[];  // "DB_MSG_STACK_WND_CLS"
 class DbMsgStack : public HiddenTimerWindow {
  public:
   DbMsgStack();
-  virtual BOOL Create(HINSTANCE instance, DbEventTarget* target);
+  // Registers the class and creates the hidden window, a child of `parent` when one is given.
+  virtual BOOL Create(HINSTANCE instance, DbEventTarget* target, HWND parent = nullptr);
   virtual void Push(DWORD kind, CEOID parent, CEOID oid);
   int Count() const { return changes.GetSize(); }
   const Array<PendingChange>& GetAll() const { return changes; }

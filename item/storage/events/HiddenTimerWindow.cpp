@@ -4,14 +4,17 @@ HiddenTimerWindow::HiddenTimerWindow() : hwnd(nullptr), timerRunning(FALSE), tim
 
 HiddenTimerWindow::~HiddenTimerWindow() { Destroy(); }
 
-BOOL HiddenTimerWindow::Create(HINSTANCE instance, const wchar_t* className) {
+BOOL HiddenTimerWindow::Create(HINSTANCE instance, const wchar_t* className, HWND parent) {
   Destroy();
   WNDCLASSW wc = {};
   wc.lpfnWndProc = Proc;
   wc.hInstance = instance;
   wc.lpszClassName = className;
   if (!RegisterClassW(&wc) && GetLastError() != ERROR_CLASS_ALREADY_EXISTS) return FALSE;
-  HWND created = CreateWindowExW(0, className, L"", 0, 0, 0, 0, 0, nullptr, nullptr, instance, this);
+  // A child tells its parent nothing of its making and its end: nobody there listens.
+  const DWORD exStyle = parent ? WS_EX_NOPARENTNOTIFY : 0;
+  const DWORD style = parent ? WS_CHILD : 0;
+  HWND created = CreateWindowExW(exStyle, className, L"", style, 0, 0, 0, 0, parent, nullptr, instance, this);
   hwnd = created;
   return hwnd != nullptr;
 }
@@ -55,6 +58,14 @@ LRESULT CALLBACK HiddenTimerWindow::Proc(HWND window, UINT message, WPARAM wPara
   HiddenTimerWindow* self = reinterpret_cast<HiddenTimerWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
   // Messages before CreateWindowEx has returned, or after Destroy, take the default way.
   if (!self || self->hwnd != window) return DefWindowProcW(window, message, wParam, lParam);
+  if (message == WM_NCDESTROY) {
+    // Destroyed from outside, with its parent: the object is without window from now on, and its
+    // timer went with the window.
+    self->hwnd = nullptr;
+    self->timerRunning = FALSE;
+    SetWindowLongPtrW(window, GWLP_USERDATA, 0);
+    return DefWindowProcW(window, message, wParam, lParam);
+  }
   // A tick of a timer stopped or started anew since it was queued never fires.
   if (message == WM_TIMER && (!self->timerRunning || wParam != self->timerId)) return 0;
   return self->WindowProc(message, wParam, lParam);

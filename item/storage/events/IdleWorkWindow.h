@@ -12,7 +12,8 @@ extern const wchar_t kIdleWorkWindowClass[];  // "PIM_IDLE_WORK_WND_CLS"
 class IdleWorkWindow : public HiddenTimerWindow {
  public:
   IdleWorkWindow();
-  virtual BOOL Create(HINSTANCE instance, DbEventTarget* target);
+  // Registers the class and creates the hidden window, a child of `parent` when one is given.
+  virtual BOOL Create(HINSTANCE instance, DbEventTarget* target, HWND parent = nullptr);
   LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override;
 
  private:

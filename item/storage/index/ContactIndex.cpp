@@ -96,6 +96,12 @@ BOOL ContactIndex::OpenStores(BOOL deferred) {
   return TRUE;
 }
 
+void ContactIndex::StartLoading() {
+  // In the order EnsureLoaded waits for them.
+  store.File().StartLoad();
+  props.File().StartLoad();
+}
+
 BOOL ContactIndex::IsLoading() const { return store.IsLoading() || props.IsLoading(); }
 
 BOOL ContactIndex::ReadHeads(Heads& heads) const {

@@ -85,7 +85,11 @@ class ContactIndex : public IndexKeySink {
   // a copy failed or a structure passes the file's end: the index is damaged then, and every read and
   // write of it fails. True at once for stores opened otherwise.
   BOOL EnsureLoaded() const;
-  // Whether a copy of a deferred open still runs, without waiting for it.
+  // Lets the copies of a deferred open begin, once the opener has judged the headers: until then
+  // they wait, so that the start isn't slowed by them (MappedFile::StartLoad). EnsureLoaded starts
+  // them too.
+  void StartLoading();
+  // Whether a copy of a deferred open still runs or waits to begin, without waiting for it.
   BOOL IsLoading() const;
   // What a start judges the two files by, read without waiting for a copy: the props store's record
   // count and stamp, the index file's length and its contact count as its contact map's count word

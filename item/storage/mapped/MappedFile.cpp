@@ -49,9 +49,9 @@ bool IsFlagSet(const LONG* flag) { return InterlockedCompareExchange(const_cast<
 }  // namespace
 
 MappedFile::MappedFile()
-    : cancel(0), hurry(0), beforeSave(nullptr), loadSize(0), loadLength(0), loadFailed(FALSE),
-      loadError(NO_ERROR), loadAttached(FALSE), interim(nullptr), interimHead(0), image(nullptr),
-      imageSize(0), imageOpen(FALSE), imageDirty(0) {
+    : cancel(0), hurry(0), beforeSave(nullptr), loadStarted(FALSE), loadDropped(FALSE), loadSize(0),
+      loadLength(0), loadFailed(FALSE), loadError(NO_ERROR), loadAttached(FALSE), interim(nullptr),
+      interimHead(0), image(nullptr), imageSize(0), imageOpen(FALSE), imageDirty(0) {
   path[0] = 0;
 }
 
@@ -280,9 +280,11 @@ BOOL MappedFile::OpenWithInterim(uint32_t headBytes) {
   HANDLE thread = CreateThread(nullptr, 0, LoadThread, this, CREATE_SUSPENDED, nullptr);
   if (thread != nullptr) {
     loader.Reset(thread);
+    loadStarted = FALSE;
+    loadDropped = FALSE;
     // Below the opener, which goes on with its start meanwhile; whoever waits for the copy raises it.
+    // It runs from StartLoad on.
     SetThreadPriority(thread, THREAD_PRIORITY_LOWEST);
-    ResumeThread(thread);
     return TRUE;
   }
   LogFailure(L"CreateThread", GetLastError(), path, L"OpenInBackground", __LINE__);
@@ -423,6 +425,7 @@ DWORD WINAPI MappedFile::LoadThread(void* parameter) {
   // itself on a device with two, and the copies of a start's two files end no later than side by side.
   static CopyTurn turn;
   MappedFile* self = static_cast<MappedFile*>(parameter);
+  if (self->loadDropped) return 1;
   EnterCriticalSection(&turn.section);
   const BOOL loaded = self->LoadInBackground();
   LeaveCriticalSection(&turn.section);
@@ -489,9 +492,32 @@ void MappedFile::DropInterim() {
   interimHead = 0;
 }
 
+void MappedFile::StartLoad() {
+  if (loader.IsEmpty() || loadStarted) return;
+  loadStarted = TRUE;
+  ResumeThread(loader.Get());
+}
+
+void MappedFile::DropUnstartedLoad() {
+  if (loader.IsEmpty() || loadStarted) return;
+  loadDropped = TRUE;
+  loadStarted = TRUE;
+  ResumeThread(loader.Get());
+  if (WaitForSingleObject(loader.Get(), INFINITE) == WAIT_FAILED)
+    LogFailure(L"WaitForSingleObject", GetLastError(), path, L"Close", __LINE__);
+  loader.Reset();
+  loadFile.Reset();
+  // Nothing was mapped: the head written meanwhile goes with the buffer.
+  VirtualFree(interim, 0, MEM_RELEASE);
+  interim = nullptr;
+  interimHead = 0;
+  loadDropped = FALSE;
+}
+
 BOOL MappedFile::WaitLoaded() {
   if (loader.IsEmpty()) return !loadFailed;
   SetThreadPriority(loader.Get(), THREAD_PRIORITY_NORMAL);
+  StartLoad();
   if (WaitForSingleObject(loader.Get(), INFINITE) == WAIT_FAILED)
     LogFailure(L"WaitForSingleObject", GetLastError(), path, L"WaitLoaded", __LINE__);
   loader.Reset();
@@ -527,7 +553,9 @@ BOOL MappedFile::Grow(uint32_t newLength) {
 }
 
 void MappedFile::Close() {
-  // Whoever attaches later finds the whole file, not the part copied so far.
+  // A copy that never began makes no mapping; one that runs is waited for, so that whoever attaches
+  // later finds the whole file, not the part copied so far.
+  DropUnstartedLoad();
   WaitLoaded();
   FinishSave();
   // The view of an image stays for the next; the data may have grown since its open, and the next

@@ -33,6 +33,12 @@
 // fetched bytes at their places and zeros elsewhere; WaitLoaded waits for the copy and gives the
 // mapping from then on (with the head as the opener left it), so whoever keeps Data() takes it again
 // after WaitLoaded.
+//
+// The copy's thread is made by OpenInBackground but waits until StartLoad: making a mapping and
+// filling it slows every other thread of the process meanwhile (they share the address space and the
+// system's services), so the opener first judges the head undisturbed and then lets the copy go.
+// WaitLoaded starts a copy that nobody started; Close drops one that never began, without making the
+// mapping at all.
 #pragma once
 
 #include <windows.h>
@@ -80,6 +86,8 @@ class MappedFile {
   // FetchSpan brought in, and nothing may be written but the head. Length() is the file's length at
   // once.
   virtual BOOL OpenInBackground(const wchar_t* path, uint32_t headBytes);
+  // Lets the copy of OpenInBackground begin; nothing when it has begun already or none is due.
+  void StartLoad();
   // While that copy runs: reads `count` bytes of the file at data offset `offset` into the interim buffer,
   // at the same offset, so that they can be read before the copy has ended. True at once when the
   // data is the mapping's already. False when the span passes the file's end or can't be read.
@@ -98,10 +106,10 @@ class MappedFile {
   // the data is the file's whole, or when no copy was begun; false when the copy failed (the data is
   // then not the file's, or there is none).
   virtual BOOL WaitLoaded();
-  // True while that copy runs, without waiting for it.
+  // True while that copy runs or waits for StartLoad, without waiting for it.
   BOOL IsLoading() const;
-  // Waits for a copy still running and a running write-back (at raised priority), then unmaps and
-  // closes.
+  // Waits for a copy still running (one that never began is dropped) and a running write-back (at
+  // raised priority), then unmaps and closes.
   virtual void Close();
 
   // Raises L to newLength when that is larger. False when nothing is mapped, and when newLength
@@ -184,6 +192,8 @@ class MappedFile {
   BOOL CopyWholeFile();
   // Lets the interim buffer go, once the copy has ended: the head written meanwhile goes into the mapping.
   void DropInterim();
+  // Ends a copy that was never started without letting it make the mapping, and lets its buffer go.
+  void DropUnstartedLoad();
 
   KernelHandle mapping;
   MappedView view;
@@ -200,8 +210,11 @@ class MappedFile {
   // file's size, the length that the data will have, whether it succeeded (and the error of a
   // failure), and whether it found the mapping made by another process. While the thread runs it
   // alone touches `mapping` and `view`; this side reads the interim buffer, its head of `interimHead` bytes
-  // and `loadLength`.
+  // and `loadLength`. `loadStarted` says whether StartLoad has let the thread go; `loadDropped` that it
+  // is to end at once, touching nothing (set before the thread runs, so read without a lock).
   KernelHandle loader;
+  BOOL loadStarted;
+  BOOL loadDropped;
   KernelHandle loadFile;
   DWORD loadSize;
   uint32_t loadLength;
