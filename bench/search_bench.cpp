@@ -297,7 +297,8 @@ double Median(std::vector<double> values) {
 }
 
 // Brings the database to `count` contacts and makes the index anew by a start on a device without
-// one; false when the start fails (the rebuild doesn't fit). The manager is closed again.
+// one; false when the start fails or the index could take only some of the contacts (the rebuild
+// doesn't fit). The manager is closed again.
 bool RebuildFits(int count, DWORD* error) {
   if (!HoldBenchContacts(count)) {
     std::printf("  the database can't hold %d contacts (error %lu)\n", count, GetLastError());
@@ -305,8 +306,10 @@ bool RebuildFits(int count, DWORD* error) {
   }
   DeleteIndexFiles();
   BenchManager bench;
-  const bool fits = bench.TimedOpen() >= 0 && bench.Get().LastOpenReport().rebuilt;
-  if (error != nullptr) *error = bench.error;
+  const bool started = bench.TimedOpen() >= 0;
+  const IndexOpenReport& report = bench.Get().LastOpenReport();
+  const bool fits = started && report.rebuilt && !report.overCapacity;
+  if (error != nullptr) *error = started && report.overCapacity ? kMappingFullError : bench.error;
   bench.Close();
   return fits;
 }
@@ -560,7 +563,7 @@ int FindLargest(int known, const Sizes& sizes, std::vector<std::string>& notes) 
   notes.push_back("largest full rebuild that fits the " +
                   std::to_string(MappedFile::kMappingSize / (1024 * 1024)) +
                   " MB mapping: " + std::to_string(fits) + " contacts; a start with " +
-                  std::to_string(refused) + " fails its rebuild (error " + std::to_string(error) +
+                  std::to_string(refused) + " can't index them all (error " + std::to_string(error) +
                   "); found by " + std::to_string(rebuilds) + " starts on a device without index");
   return fits;
 }
