@@ -54,6 +54,7 @@ for program in "${programs[@]}"; do
   fi
 done
 running=0
+pids=()
 for program in "${built[@]}"; do
   rm -f "$logs/$program.status"
   if ((running >= jobs)); then
@@ -61,9 +62,11 @@ for program in "${built[@]}"; do
     running=$((running - 1))
   fi
   run_program "$program" &
+  pids+=($!)
   running=$((running + 1))
 done
-wait
+# Only the programs: the screen this script may have started is a child too, and never ends.
+if ((${#pids[@]} > 0)); then wait "${pids[@]}"; fi
 
 for program in "${built[@]}"; do
   log="$logs/$program.log"
