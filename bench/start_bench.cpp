@@ -334,7 +334,7 @@ int main(int argc, char** argv) {
   Row("  contacts and categories databases opened", Median(parts.database));
   Row("  both index files opened, deferred", Median(parts.stores));
   Row("  the database's count and time", Median(parts.counts));
-  Row("  (after the start) waiting for the copy, begun at once", Median(parts.copy));
+  Row("  (after the start) the copy, begun at once", Median(parts.copy));
   Row("  (after the start) first lookup", Median(parts.firstSearch));
   Row("  (after the start) closing it all", Median(parts.close));
   Row("a new 8 MB mapping made", Median(mapping.make));

@@ -210,3 +210,29 @@ TEST_CASE("the hidden windows' objects can be destroyed in any order") {
     CHECK(target.idleTimers == 0);
   }
 }
+
+TEST_CASE("a window class made by an earlier window is used again, and made anew once it was unregistered") {
+  CountingTarget target;
+  WNDCLASSW info = {};
+  {
+    DbMsgStack first;
+    REQUIRE(first.Create(Instance(), &target));
+  }
+  REQUIRE(GetClassInfoW(Instance(), L"DB_MSG_STACK_WND_CLS", &info));
+  const WNDPROC procedure = info.lpfnWndProc;
+  {
+    DbMsgStack second;
+    REQUIRE(second.Create(Instance(), &target));
+    second.StartTimer(10);
+    REQUIRE(PumpUntil([&] { return target.eventTimers == 1; }, 2000));
+  }
+  // As the item's module does when it is unloaded: no window of the class is left.
+  REQUIRE(UnregisterClassW(L"DB_MSG_STACK_WND_CLS", Instance()));
+  CHECK_FALSE(GetClassInfoW(Instance(), L"DB_MSG_STACK_WND_CLS", &info));
+  DbMsgStack third;
+  REQUIRE(third.Create(Instance(), &target));
+  REQUIRE(GetClassInfoW(Instance(), L"DB_MSG_STACK_WND_CLS", &info));
+  CHECK(reinterpret_cast<void*>(info.lpfnWndProc) == reinterpret_cast<void*>(procedure));
+  third.StartTimer(10);
+  REQUIRE(PumpUntil([&] { return target.eventTimers == 2; }, 2000));
+}

@@ -6,11 +6,16 @@ HiddenTimerWindow::~HiddenTimerWindow() { Destroy(); }
 
 BOOL HiddenTimerWindow::Create(HINSTANCE instance, const wchar_t* className, HWND parent) {
   Destroy();
+  // A class registered before (by an earlier open) is used as it is: the look-up is much cheaper than
+  // a registration that fails.
   WNDCLASSW wc = {};
-  wc.lpfnWndProc = Proc;
-  wc.hInstance = instance;
-  wc.lpszClassName = className;
-  if (!RegisterClassW(&wc) && GetLastError() != ERROR_CLASS_ALREADY_EXISTS) return FALSE;
+  if (!GetClassInfoW(instance, className, &wc)) {
+    wc = WNDCLASSW();
+    wc.lpfnWndProc = Proc;
+    wc.hInstance = instance;
+    wc.lpszClassName = className;
+    if (!RegisterClassW(&wc) && GetLastError() != ERROR_CLASS_ALREADY_EXISTS) return FALSE;
+  }
   // A child tells its parent nothing of its making and its end: nobody there listens.
   const DWORD exStyle = parent ? WS_EX_NOPARENTNOTIFY : 0;
   const DWORD style = parent ? WS_CHILD : 0;
