@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "ArrayVectors.h"
+#include "FieldIds.h"
 #include "WideText.h"
 #include "lists/ContactList.h"
 #include "manager/datasource/ContactDataSource.h"
@@ -21,21 +22,8 @@
 
 namespace listtest {
 
-// --- property ids of the phone and mail fields, as the database stores them -----------------------------
-const uint32_t kWorkId = 0x3a08001f;
-const uint32_t kWork2Id = 0x4007001f;
-const uint32_t kHomeId = 0x3a09001f;
-const uint32_t kHome2Id = 0x3a2f001f;
-const uint32_t kMobileId = 0x3a1c001f;
-const uint32_t kHomeFaxId = 0x3a25001f;
-const uint32_t kWorkFaxId = 0x3a24001f;
-const uint32_t kPagerId = 0x4009001f;
-const uint32_t kCarId = 0x3a1e001f;
-const uint32_t kRadioId = 0x3a1d001f;
-const uint32_t kAssistantId = 0x4004001f;
-const uint32_t kEmail1Id = 0x4083001f;
-const uint32_t kEmail2Id = 0x4093001f;
-const uint32_t kEmail3Id = 0x40a3001f;
+// The property ids of the phone and mail fields.
+using namespace fieldids;
 
 // The phone fields in the order the green key tries them, beside their ids.
 const std::vector<std::pair<int, uint32_t>> kCallOrder = {
