@@ -154,8 +154,7 @@ TEST_CASE("a process killed during a background save leaves a file that the next
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process = {};
-    REQUIRE(CreateProcessW(Helper().c_str(), &commandLine[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                           &startup, &process));
+    REQUIRE(testpaths::StartProcess(Helper(), commandLine, FALSE, &startup, &process));
     DWORD signalled = WaitForSingleObject(event, 30000);
     DWORD exitCode = 0;
     if (signalled == WAIT_OBJECT_0) {

@@ -187,8 +187,7 @@ bool Child::Start(const std::wstring& program, const std::wstring& arguments, co
   std::wstring saved = TestStorePath();
   if (!storePath.empty()) SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", storePath.c_str());
   PROCESS_INFORMATION pi{};
-  BOOL ok =
-      CreateProcessW(exe.c_str(), &commandLine[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &si, &pi);
+  BOOL ok = testpaths::StartProcess(exe, commandLine, TRUE, &si, &pi);
   if (!storePath.empty()) SetEnvironmentVariableW(L"PAGEMARK_OBJECT_STORE", saved.c_str());
   CloseHandle(writeEnd);
   if (!ok) {

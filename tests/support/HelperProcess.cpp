@@ -15,8 +15,7 @@ HelperProcess::HelperProcess(const HelperProgram& helperProgram, const std::stri
   std::wstring commandLine = L"\"" + path + L"\" " + wideName + L" \"" + logPath + L"\"";
   STARTUPINFOW startup = {};
   startup.cb = sizeof(startup);
-  BOOL started = CreateProcessW(path.c_str(), &commandLine[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                                &startup, &process);
+  BOOL started = testpaths::StartProcess(path, commandLine, FALSE, &startup, &process);
   REQUIRE_MESSAGE(started, Ascii(program.file) << " can't be started, error " << GetLastError());
   // The window appears once the helper is ready for commands.
   const DWORD deadline = GetTickCount() + 30000;

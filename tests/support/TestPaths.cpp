@@ -1,5 +1,7 @@
 #include "TestPaths.h"
 #include <windows.h>
+
+#include <cstdio>
 #include <shellapi.h>
 #include <DeviceJournal.h>
 #include <fstream>
@@ -81,8 +83,7 @@ int RunWithHandles(const std::wstring& program, const std::wstring& arguments, u
     startup.hStdError = err ? err : GetStdHandle(STD_ERROR_HANDLE);
   }
   PROCESS_INFORMATION process = {};
-  BOOL started = CreateProcessW(program.c_str(), &commandLine[0], nullptr, nullptr, redirect ? TRUE : FALSE,
-                                0, nullptr, nullptr, &startup, &process);
+  BOOL started = StartProcess(program, commandLine, redirect ? TRUE : FALSE, &startup, &process);
   const DWORD startError = GetLastError();
   for (const auto& entry : saved)
     SetEnvironmentVariableW(entry.first.c_str(), entry.second.empty() ? nullptr : entry.second.c_str());
@@ -116,6 +117,22 @@ HANDLE InheritableFile(const std::wstring& path) {
 }
 
 }  // namespace
+
+BOOL StartProcess(const std::wstring& program, std::wstring& commandLine, BOOL inheritHandles,
+                  STARTUPINFOW* startup, PROCESS_INFORMATION* process) {
+  const std::wstring line = commandLine;
+  BOOL started = CreateProcessW(program.c_str(), &commandLine[0], nullptr, nullptr, inheritHandles, 0,
+                                nullptr, nullptr, startup, process);
+  if (!started && GetLastError() == ERROR_INTERNAL_ERROR) {
+    std::fprintf(stderr, "run: a program died while it was being started (error %lu); started again\n",
+                 static_cast<unsigned long>(ERROR_INTERNAL_ERROR));
+    Sleep(200);
+    commandLine = line;
+    started = CreateProcessW(program.c_str(), &commandLine[0], nullptr, nullptr, inheritHandles, 0, nullptr,
+                             nullptr, startup, process);
+  }
+  return started;
+}
 
 int RunAndWait(const std::wstring& program, const std::wstring& arguments, unsigned timeoutMs,
                const std::vector<std::pair<std::wstring, std::wstring>>& environment) {

@@ -1,5 +1,7 @@
 // Where the test programs and the device's files are, and whole files read and written.
 #pragma once
+#include <windows.h>
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -23,6 +25,13 @@ std::vector<JournalLine> ReadDeviceJournal();
 void ClearDeviceJournal();
 // True when some line of the given source has exactly this event text.
 bool JournalHas(const std::vector<JournalLine>& lines, const std::string& source, const std::string& event);
+
+// CreateProcessW of `program` with `commandLine` (which it may change), no security attributes, no flags,
+// the caller's environment and folder. Tried once more, with a line on standard error, when the new
+// process died while the system was still starting it (ERROR_INTERNAL_ERROR): a failure of the host,
+// seen rarely on a loaded machine, before any code of the program itself ran.
+BOOL StartProcess(const std::wstring& program, std::wstring& commandLine, BOOL inheritHandles,
+                  STARTUPINFOW* startup, PROCESS_INFORMATION* process);
 
 // Runs a program with a command line and waits for it; returns its exit code, or -1 on timeout
 // (the program is then killed) or when it could not start.
