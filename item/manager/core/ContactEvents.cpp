@@ -19,6 +19,8 @@ void ContactManager::OnEventTimer() {
   Array<PendingChange> changes(pendingWindow.GetAll());
   pendingWindow.Clear();
   if (changes.GetSize() > 0) {
+    // The differences the start found go first: the stamp that follows these changes covers them.
+    ApplyDueChanges();
     index.CancelSave();
     // An index that the walk after the start hasn't yet judged is judged now, before it is written;
     // a damaged one is made anew, which takes in every change as well.

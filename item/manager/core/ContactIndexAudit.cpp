@@ -15,12 +15,6 @@ void DeleteAll(Array<Contact*>& contacts) {
   contacts.RemoveAll();
 }
 
-// A record's oid and quick checksum.
-struct RecordSum {
-  CEOID oid;
-  uint32_t sum;
-};
-
 // Owns the contacts read during the pass.
 struct ContactBatch {
   ~ContactBatch() { DeleteAll(items); }
@@ -41,13 +35,14 @@ BOOL ContactManager::Inspect() {
   openReport.inspected = TRUE;
   // 2 and 3 read the table once, in its order: every record's oid and quick checksum from its raw
   // properties. Only the few records that differ are read whole, afterwards. The pass needs nothing
-  // of the index, so it comes first, while the index files are still being copied in.
-  Array<RecordSum> sums;
+  // of the index, so it comes first, while the index files are still being copied in; the comparison
+  // reads what it needs of them from the files, and only the writes wait for the copies.
+  Array<RecordChecksum> sums;
   DbDatabase& table = Contacts();
   table.SetAtEnd(false);
   if (table.SeekIndex(0) == 0) table.SetAtEnd(true);
   while (!table.IsAtEnd()) {
-    RecordSum record;
+    RecordChecksum record;
     if (!QuickChecksum(record.sum, record.oid)) {
       if (IsEndOfTable(GetLastError())) break;
       return FALSE;
@@ -81,17 +76,16 @@ BOOL ContactManager::Inspect() {
 
   // 3. Records added or changed: their quick checksums against the stored ones (the index's ids
   // stand sorted since step 1), in table order until there are more differences than are patched.
-  Array<RecordSum> addedSums;
-  Array<RecordSum> changedSums;
+  Array<RecordChecksum> addedSums;
+  Array<RecordChecksum> changedSums;
   AscendingLookup<CEOID> inIndex(indexed);
-  const PropsStore& props = index.Props();
   for (int i = 0; i < sums.GetSize(); ++i) {
-    const RecordSum& record = sums[i];
+    const RecordChecksum& record = sums[i];
     const bool known = inIndex.Find(record.oid) >= 0;
     if (known) {
       uint32_t offset = 0;
       uint32_t stored = 0;
-      if (!index.Find(record.oid, &offset) || !props.GetChecksum(offset, stored)) {
+      if (!index.FindForCompare(record.oid, &offset) || !index.ChecksumForCompare(offset, stored)) {
         if (GetLastError() != ERROR_INVALID_DATA) return FALSE;
         ReportDropped(Str(L"the inspection met a record that doesn't hold together"), L"Inspect", __LINE__);
         openReport.rebuilt = TRUE;
@@ -112,66 +106,86 @@ BOOL ContactManager::Inspect() {
     return FullRebuild();
   }
   if (total == 0) return TRUE;
+  // 5. The few differences are applied where the copies are waited for anyway: before the first
+  // search, read or write, or in the first idle slice (ApplyDueChanges). Until then the stamp stays
+  // as it was, so that a start that ends first finds them again.
+  dueRemoved = removed;
+  dueAdded = addedSums;
+  dueChanged = changedSums;
+  changesDue = TRUE;
+  return TRUE;
+}
+
+void ContactManager::DropDueChanges() {
+  changesDue = FALSE;
+  dueRemoved.RemoveAll();
+  dueAdded.RemoveAll();
+  dueChanged.RemoveAll();
+}
+
+BOOL ContactManager::ApplyDueChanges() {
+  if (!changesDue) return TRUE;
+  Array<CEOID> removed(dueRemoved);
+  Array<RecordChecksum> addedSums(dueAdded);
+  Array<RecordChecksum> changedSums(dueChanged);
+  DropDueChanges();
+  // Whatever goes wrong from here, the index is made anew: a rebuild takes in every difference.
+  const BOOL applied = WaitForIndexCopy() && WriteFoundChanges(removed, addedSums, changedSums);
+  if (applied) {
+    // 6. In step again.
+    StampIndex();
+    index.Props().SetInChange(0);
+    rebuilding = FALSE;
+    StartCommit();
+    TellSlavesToReload();
+    return TRUE;
+  }
+  // Nothing has answered from the index before this: the listener has nothing to reload.
+  openReport.rebuilt = TRUE;
+  return FullRebuild();
+}
+
+BOOL ContactManager::WriteFoundChanges(const Array<CEOID>& removed, const Array<RecordChecksum>& addedSums,
+                                       const Array<RecordChecksum>& changedSums) {
   ContactBatch added;
   ContactBatch changed;
   for (int pass = 0; pass < 2; ++pass) {
-    const Array<RecordSum>& list = pass == 0 ? addedSums : changedSums;
+    const Array<RecordChecksum>& list = pass == 0 ? addedSums : changedSums;
     for (int i = 0; i < list.GetSize(); ++i) {
       Contact* contact = CheckAllocation(new (std::nothrow) Contact());
       if (!LoadByOid(list[i].oid, *contact)) {
         delete contact;
+        ReportDropped(Str(L"a record the inspection found changed couldn't be read"), L"WriteFoundChanges",
+                      __LINE__);
         return FALSE;
       }
       contact->checksum = list[i].sum;
       (pass == 0 ? added : changed).items.Add(contact);
     }
   }
-  BeginProgress(total, TRUE, L"Update indexes");
 
-  // 5. Apply them, with the in-change byte set so that a cut-off pass is repaired at the next open.
+  // With the in-change byte set, so that a cut-off pass is repaired at the next open.
   index.CancelSave();
   index.Props().SetInChange(1);
-  int done = 0;
-  for (int i = 0; i < removed.GetSize(); ++i) {
-    index.RemoveContact(removed[i]);
-    AdvanceProgress(++done);
-  }
+  for (int i = 0; i < removed.GetSize(); ++i) index.RemoveContact(removed[i]);
   for (int pass = 0; pass < 2; ++pass) {
     Array<Contact*>& list = pass == 0 ? added.items : changed.items;
     for (int i = 0; i < list.GetSize(); ++i) {
       Contact& contact = *list[i];
+      nameKeys.Forget(contact.oid);
       Str text;
       note.GetNoteText(contact, text);
       if (pass == 1) index.RemoveContact(contact.oid);
-      if (!index.AddContact(contact, text)) {
-        const DWORD error = GetLastError();
-        // No room for it: the contact stays readable, out of the index.
-        if (error == kMappingFullError) {
-          NoteOverCapacity();
-          AdvanceProgress(++done);
-          continue;
-        }
-        EndProgress();
-        // Damage met on the way: the index is made anew.
-        if (error == ERROR_INVALID_DATA) {
-          ReportDropped(Str(L"the inspection met a structure that doesn't hold together"), L"Inspect",
-                        __LINE__);
-          openReport.rebuilt = TRUE;
-          return FullRebuild();
-        }
-        SetLastError(error);
-        return FALSE;
+      if (index.AddContact(contact, text)) continue;
+      // No room for it: the contact stays readable, out of the index.
+      if (GetLastError() == kMappingFullError) {
+        NoteOverCapacity();
+        continue;
       }
-      AdvanceProgress(++done);
+      ReportDropped(Str(L"the inspection met a structure that doesn't hold together"), L"WriteFoundChanges",
+                    __LINE__);
+      return FALSE;
     }
   }
-
-  // 6. In step again.
-  StampIndex();
-  index.Props().SetInChange(0);
-  rebuilding = FALSE;
-  StartCommit();
-  TellSlavesToReload();
-  EndProgress();
   return TRUE;
 }

@@ -18,8 +18,8 @@ ContactManager* g_contactManager = nullptr;
 ContactManager::ContactManager()
     : keySource(this), progress(nullptr), instance(nullptr), rebuilding(FALSE), listener(nullptr),
       sync(nullptr), opened(FALSE), simSourceAttached(FALSE), overCapacity(FALSE), indexHolds(0),
-      repairDue(FALSE), aids(positions, nameKeys), searchAids(TRUE), progressPer(0), progressDone(0),
-      keypadPer(0), keypadReported(0), keypadStep(1) {
+      repairDue(FALSE), changesDue(FALSE), aids(positions, nameKeys), searchAids(TRUE), progressPer(0),
+      progressDone(0), keypadPer(0), keypadReported(0), keypadStep(1) {
   index.SetKeySource(&keySource);
 }
 
@@ -101,6 +101,8 @@ BOOL ContactManager::BringInStep(int state) {
 }
 
 void ContactManager::Close() {
+  // Differences the start found and no one has needed yet are applied, and saved below with the rest.
+  ApplyDueChanges();
   if (eventsWindow.IsSaveTimerRunning()) {
     // A save was still due: start it now; closing the stores waits for it.
     eventsWindow.StopSaveTimer();
@@ -120,6 +122,7 @@ void ContactManager::Close() {
 }
 
 BOOL ContactManager::CloseIndex() {
+  ApplyDueChanges();
   if (eventsWindow.IsSaveTimerRunning()) {
     // Changes not yet written back: the process that opens the files next, perhaps from the disk,
     // finds them there. Closing the stores waits for the save.
@@ -159,6 +162,7 @@ int ContactManager::OpenIndex() {
   overCapacity = FALSE;
   indexHolds = 0;
   repairDue = FALSE;
+  DropDueChanges();
   // The props store refuses a file whose in-change byte is set, so a write that was cut off leaves
   // the index unusable and the master rebuilds it. The headers, the structures they name and the two
   // files' counts are judged here from what the open read of the files; they are copied in behind
@@ -218,24 +222,36 @@ int ContactManager::OpenIndex() {
 
 BOOL ContactManager::ListIndexedIds(Array<CEOID>& sorted) {
   sorted.RemoveAll();
-  // Whoever lists the ids goes on to write: the files must have been copied whole, and damage is as
-  // good as a duplicate. The walk over both files stays in idle time; what it finds after the
-  // inspection's writes leads to the rebuild as ever.
-  if (!index.EnsureLoaded()) {
+  // The comparison reads the name list, the contact map and the checksums from the files while the
+  // copies still run; whoever writes waits for them afterwards (WaitForIndexCopy). The walk over both
+  // files stays in idle time.
+  if (!index.FetchForCompare()) {
     Str why;
     why.Format(
-        L"%s and %s don't hold together: load: a file couldn't be copied whole, or its header names "
-        L"structures past its end",
+        L"%s and %s don't hold together: the name list, the contact map or the records couldn't "
+        L"be read, or the header names structures past the file's end",
         BareFileName(index.IndexPath()), BareFileName(index.PropsPath()));
     ReportDropped(why, L"ListIndexedIds", __LINE__);
     return FALSE;
   }
-  if (!index.ListAll(SortByName, sorted)) return FALSE;
+  if (!index.ListNamesForCompare(sorted)) return FALSE;
   SortIds(sorted);
   for (int i = 1; i < sorted.GetSize(); ++i) {
     if (sorted[i] == sorted[i - 1]) return FALSE;
   }
   return TRUE;
+}
+
+BOOL ContactManager::WaitForIndexCopy() {
+  // Damage is as good as a duplicate: the writes that follow need the files whole.
+  if (index.EnsureLoaded()) return TRUE;
+  Str why;
+  why.Format(
+      L"%s and %s don't hold together: load: a file couldn't be copied whole, or its header names "
+      L"structures past its end",
+      BareFileName(index.IndexPath()), BareFileName(index.PropsPath()));
+  ReportDropped(why, L"WaitForIndexCopy", __LINE__);
+  return FALSE;
 }
 
 BOOL ContactManager::MayWrite() const { return !sync || sync->IsMaster(); }
@@ -287,8 +303,8 @@ BOOL ContactManager::NoteRead(BOOL ok) {
 }
 
 BOOL ContactManager::EnsureIndexSound() {
-  if (index.WalkForWrites()) return TRUE;
-  return RepairDamagedIndex();
+  if (!index.WalkForWrites()) return RepairDamagedIndex();
+  return ApplyDueChanges();
 }
 
 BOOL ContactManager::RepairDamagedIndex() {
@@ -316,6 +332,11 @@ void ContactManager::StartIdleWork() {
 void ContactManager::OnIdleTimer() {
   if (repairDue) {
     RepairDamagedIndex();
+    return;
+  }
+  // The differences the start found, in a slice of their own.
+  if (changesDue) {
+    ApplyDueChanges();
     return;
   }
   if (index.IsWalkDue()) {

@@ -31,6 +31,12 @@
 class BulkBuilder;
 class PimSync;
 
+// A record's oid and quick checksum, as the inspection of a stale index compares them.
+struct RecordChecksum {
+  CEOID oid;
+  uint32_t sum;
+};
+
 // What opening the index found.
 enum IndexOpenState {
   IndexUnusable = 0,  // missing, damaged, cut off in a write, made for another database, or marked for reset
@@ -158,7 +164,11 @@ class ContactManager : public ContactDatabase, public DbEventTarget, public Name
   BOOL IsIdleWorkDue() const { return idleWindow.IsTimerRunning(); }
 
   // --- state -----------------------------------------------------------------------------------------------
-  ContactIndex& Index() { return index; }
+  // The index, with the differences a start found applied first.
+  ContactIndex& Index() {
+    ApplyDueChanges();
+    return index;
+  }
   DbEventsListener& EventsWindow() { return eventsWindow; }
   DbMsgStack& PendingWindow() { return pendingWindow; }
   IdleWorkWindow& IdleWindow() { return idleWindow; }
@@ -184,9 +194,15 @@ class ContactManager : public ContactDatabase, public DbEventTarget, public Name
   // old files are never read: they are deleted and made afresh. When the index has no room for every
   // contact it holds as many as it can (IsOverCapacity).
   virtual BOOL FullRebuild();
-  // Compares the index with the database by checksums and applies up to ten differences; more, a
-  // duplicate or an empty index give a full rebuild.
+  // Compares the index with the database by checksums; up to ten differences are kept to be applied
+  // (ApplyDueChanges); more, a duplicate or an empty index give a full rebuild.
   virtual BOOL Inspect();
+  // Applies the differences the inspection found, if any are due: what every search, read and write
+  // of the index, and the first idle slice, do first. The copies of the files are waited for here. A
+  // failure leads to a full rebuild (the result is the rebuild's). Closing the index applies them too,
+  // before the save.
+  BOOL ApplyDueChanges();
+  BOOL AreChangesDue() const { return changesDue; }
 
  protected:
   // Whether this process may write the index: the master, or a process without coordinator.
@@ -233,9 +249,20 @@ class ContactManager : public ContactDatabase, public DbEventTarget, public Name
   // What an opened index needs: nothing when in step, the audit when stale, a full rebuild when
   // unusable. A process that may not write only takes what it finds; an unusable index is a failure.
   BOOL BringInStep(int state);
-  // The ids of the open index's name list, ascending, once the files are copied in; false when one of
-  // them stands there twice, and when the copy failed or the list can't be read.
+  // The ids of the open index's name list, ascending, read without waiting for the copies (with the
+  // contact map and the records the comparison reads); false when one of them stands there twice, and
+  // when the list, the map or the records can't be read.
   BOOL ListIndexedIds(Array<CEOID>& sorted);
+  // Forgets the differences still due: the index is closed, reopened or made anew.
+  void DropDueChanges();
+  // Reads the added and changed records whole and writes the differences into the index, with the
+  // in-change byte set; false, with the reason reported, when a record can't be read or the index
+  // met damage.
+  BOOL WriteFoundChanges(const Array<CEOID>& removed, const Array<RecordChecksum>& addedSums,
+                         const Array<RecordChecksum>& changedSums);
+  // Waits for the copies of a deferred open; false, with the drop reported, when they failed or the
+  // index header names structures past the file's end.
+  BOOL WaitForIndexCopy();
   // Whether a failed read met the end of the table: the platform's "no more items", or the stepping
   // layer's end of file.
   static BOOL IsEndOfTable(DWORD error) { return error == ERROR_NO_MORE_ITEMS || error == ERROR_HANDLE_EOF; }
@@ -328,6 +355,11 @@ class ContactManager : public ContactDatabase, public DbEventTarget, public Name
   int indexHolds;
   // A read met damage: the master rebuilds in its next idle slice.
   BOOL repairDue;
+  // Differences the start's inspection found, not yet applied.
+  BOOL changesDue;
+  Array<CEOID> dueRemoved;
+  Array<RecordChecksum> dueAdded;
+  Array<RecordChecksum> dueChanged;
   NameKeyCache nameKeys;
   ListPositions positions;
   PositionSearch aids;

@@ -20,6 +20,8 @@ BOOL PhotoSaved(BOOL written, BOOL photoSaved, DWORD photoError) {
 }  // namespace
 
 BOOL ContactManager::ReadContact(CEOID id, Contact& contact) {
+  // The extended data of a contact the start found changed comes from its new props record.
+  ApplyDueChanges();
   if (!LoadByOid(id, contact)) return FALSE;
   uint32_t record = 0;
   if (index.Props().IsOpen() && index.Find(id, &record) && index.Props().GetRecord(record, contact)) {

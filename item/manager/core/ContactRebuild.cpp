@@ -76,6 +76,8 @@ BOOL ContactManager::FullRebuild() {
   BeginProgress(static_cast<int>(count), FALSE, L"Reindex database");
   rebuilding = TRUE;
   repairDue = FALSE;
+  // The rebuild takes in every difference the start found.
+  DropDueChanges();
 
   BulkBuilder builder;
   if (!FeedAllRecords(builder, &ContactManager::AdvanceProgress)) {

@@ -7,7 +7,9 @@
 
 BOOL ContactManager::Search(const Str& query, int sortKind, const CategoryFilter& filter, Array<CEOID>& out,
                             SearchCancel* cancel) {
-  // A read that meets damage leads to a rebuild of the index.
+  // The differences the start found are in the index before anything is looked up; a read that meets
+  // damage leads to a rebuild of the index.
+  ApplyDueChanges();
   return NoteRead([&]() -> BOOL {
     out.RemoveAll();
     if (IsCancelled(cancel)) return FALSE;
@@ -28,7 +30,9 @@ BOOL ContactManager::Search(const Str& query, int sortKind, const CategoryFilter
 
 BOOL ContactManager::KeypadSearch(const Str& query, int sortKind, const CategoryFilter& filter,
                                   Array<CEOID>& out) {
-  // A read that meets damage leads to a rebuild of the index.
+  // The differences the start found are in the index before anything is looked up; a read that meets
+  // damage leads to a rebuild of the index.
+  ApplyDueChanges();
   return NoteRead([&]() -> BOOL {
     out.RemoveAll();
     BOOL handled = FALSE;
@@ -57,7 +61,9 @@ BOOL ContactManager::GroupedKeypadSearch(const Str& query, const CategoryFilter&
 
 BOOL ContactManager::RunGroupedSearch(const Str& query, BOOL keypad, const CategoryFilter& filter,
                                       Array<uint32_t>& flat, Array<Str>& titles, SearchCancel* cancel) {
-  // A read that meets damage leads to a rebuild of the index.
+  // The differences the start found are in the index before anything is looked up; a read that meets
+  // damage leads to a rebuild of the index.
+  ApplyDueChanges();
   return NoteRead([&]() -> BOOL {
     flat.RemoveAll();
     titles.RemoveAll();

@@ -52,6 +52,7 @@ BOOL ContactManager::OrderedMatch(const Str& query, BOOL keypad, int sortKind, c
 }
 
 BOOL ContactManager::FillNameKeys(DWORD budgetMs) {
+  ApplyDueChanges();
   if (!searchAids || !index.IsOpen() || !aids.Sync(index.Store())) return FALSE;
   return aids.Fill(*this, budgetMs);
 }

@@ -29,6 +29,7 @@ int ContactManager::FindByPhone(const Str& number, Array<CEOID>& ids, Array<Str>
                                 DWORD timeoutMs) {
   ids.RemoveAll();
   if (numbers != nullptr) numbers->RemoveAll();
+  ApplyDueChanges();
   const DWORD start = GetTickCount();
   const Str digits = DigitsOf(number);
   if (digits.IsEmpty()) return 0;

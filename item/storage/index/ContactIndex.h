@@ -107,6 +107,20 @@ class ContactIndex : public IndexKeySink {
   // Every read and write of it fails with ERROR_INVALID_DATA then, until it is made anew.
   BOOL IsDamaged() const { return loadState == StoresDamaged || store.IsDamaged(); }
 
+  // --- the comparison of a stale index, before the copies have ended ----------------------------------
+  // Brings in from the files what a comparison of the index with the database reads: the name list,
+  // the contact map (read into the contact tree) and the props store's records. Once that is done the
+  // three calls below answer without waiting for the copies; for stores opened otherwise, or whose
+  // copies have ended, they read the mappings. False, with ERROR_INVALID_DATA, when the index is known
+  // to be damaged, or a structure passes its file's end or can't be read.
+  BOOL FetchForCompare();
+  // The ids of the name list, in its order.
+  BOOL ListNamesForCompare(Array<CEOID>& ids) const;
+  // The props record of contact `oid`, from the contact tree.
+  BOOL FindForCompare(CEOID oid, uint32_t* propsOffset) const;
+  // The checksum kept in the props record at `propsOffset`.
+  BOOL ChecksumForCompare(uint32_t propsOffset, uint32_t& checksum) const;
+
   // --- the walk after a deferred open -----------------------------------------------------------------
   // The full walk over both files that a deferred open leaves: the load, the arena of the index file,
   // the props store's pool and records against the contact map, the name list without duplicates, the
