@@ -7,26 +7,34 @@
 uint32_t Contact::TextHash(const wchar_t* text) {
   if (text == nullptr) return 0;
   // Characters in pairs: the first as it is, the second in the high half, and a last one alone. The
-  // length first, so that the sum runs over the pairs without a test for the end in between (which a
-  // start's pass over every record of the book notices).
-  const size_t length = wcslen(text);
-  uint32_t sum = 0;
-  size_t i = 0;
-  for (; i + 1 < length; i += 2)
-    sum += static_cast<uint32_t>(text[i]) + (static_cast<uint32_t>(text[i + 1]) << 16);
-  if (i < length) sum += static_cast<uint32_t>(text[i]);
-  return sum;
+  // two halves are summed apart and joined at the end (the shift spreads over the sum, which wraps the
+  // same way). One walk to the end, two characters a step: the names and numbers of a record are
+  // short, and a start's pass over every record of the book sums them all.
+  uint32_t low = 0;
+  uint32_t high = 0;
+  for (const wchar_t* at = text;; at += 2) {
+    const uint32_t first = static_cast<uint16_t>(at[0]);
+    if (first == 0) break;
+    low += first;
+    const uint32_t second = static_cast<uint16_t>(at[1]);
+    if (second == 0) break;
+    high += second;
+  }
+  return low + (high << 16);
 }
 
 uint32_t Contact::BlobHash(const BYTE* data, uint32_t length) {
-  uint32_t sum = length;
-  // The bytes in pairs: the first as it is, the second shifted by a byte (the step counter of the
-  // shift runs 0, 1, 0, 1, ...), and a last one alone.
+  // The bytes in pairs: the first as it is, the second shifted by a byte, and a last one alone; the
+  // two are summed apart and joined at the end.
+  uint32_t low = 0;
+  uint32_t high = 0;
   uint32_t i = 0;
-  for (; i + 1 < length; i += 2)
-    sum += static_cast<uint32_t>(data[i]) + (static_cast<uint32_t>(data[i + 1]) << 8);
-  if (i < length) sum += static_cast<uint32_t>(data[i]);
-  return sum;
+  for (; i + 1 < length; i += 2) {
+    low += data[i];
+    high += data[i + 1];
+  }
+  if (i < length) low += data[i];
+  return length + low + (high << 8);
 }
 
 uint32_t Contact::ComputeChecksum() const {
