@@ -3,6 +3,10 @@
 // rest; the index file's own walk taken a unit at a time reports what Check reports.
 #include <doctest/doctest.h>
 
+#include <algorithm>
+#include <utility>
+#include <vector>
+
 #include "IndexFixture.h"
 #include "WideText.h"
 #include "storage/index/IndexStoreWalk.h"
@@ -96,4 +100,68 @@ TEST_CASE("the index file's walk taken one unit at a time reports what Check rep
     CHECK(U8(static_cast<const wchar_t*>(stepped)) == U8(static_cast<const wchar_t*>(whole)));
     CHECK((walk.Findings() == 0) == (damage == 0));
   }
+}
+
+namespace {
+
+// What the comparison of a stale index reads for contacts 1 to `count`: props record and checksum,
+// 0 and 0 for a contact it doesn't know.
+std::vector<std::pair<uint32_t, uint32_t>> CompareAnswers(IndexFixture& f, int count) {
+  std::vector<std::pair<uint32_t, uint32_t>> answers;
+  for (int k = 1; k <= count + 1; ++k) {
+    uint32_t record = 0;
+    uint32_t checksum = 0;
+    if (f.index.FindForCompare(static_cast<CEOID>(k), &record)) {
+      REQUIRE(f.index.ChecksumForCompare(record, checksum));
+    }
+    answers.push_back({record, checksum});
+  }
+  return answers;
+}
+
+}  // namespace
+
+TEST_CASE(
+    "before the copies, the comparison's reads answer as the whole index does, whatever the map's order") {
+  IndexFixture f(L"deferred_compare");
+  Fill(f, 200);
+  const auto whole = CompareAnswers(f, 200);
+  REQUIRE(whole.back().first == 0u);
+  for (int k = 0; k < 200; ++k) REQUIRE(whole[static_cast<size_t>(k)].first != 0u);
+  Array<CEOID> names;
+  REQUIRE(f.index.ListAll(SortByName, names));
+  // The map backwards: written anew in the order the comparison doesn't expect.
+  uint32_t* map = f.index.Store().Words(f.Header(kContactMapSlot));
+  ContactMapEntry* entries = reinterpret_cast<ContactMapEntry*>(map + 1);
+  std::reverse(entries, entries + map[0]);
+  REQUIRE(f.index.Save(FALSE));
+  f.index.CloseStores();
+
+  REQUIRE(f.index.OpenStores(TRUE));
+  REQUIRE(f.index.FetchForCompare());
+  CHECK(CompareAnswers(f, 200) == whole);
+  Array<CEOID> listed;
+  REQUIRE(f.index.ListNamesForCompare(listed));
+  REQUIRE(listed.GetSize() == names.GetSize());
+  for (int k = 0; k < listed.GetSize(); ++k) CHECK(listed[k] == names[k]);
+  // The same once the copies have ended.
+  REQUIRE(f.index.EnsureLoaded());
+  CHECK(CompareAnswers(f, 200) == whole);
+}
+
+TEST_CASE("a map that names a contact twice can't be compared: the index doesn't hold together") {
+  IndexFixture f(L"deferred_compare_twice");
+  Fill(f, 40);
+  uint32_t* map = f.index.Store().Words(f.Header(kContactMapSlot));
+  ContactMapEntry* entries = reinterpret_cast<ContactMapEntry*>(map + 1);
+  // Out of order, so that the duplicate is met by the sort, and twice.
+  std::swap(entries[0], entries[20]);
+  entries[5].oid = entries[30].oid;
+  REQUIRE(f.index.Save(FALSE));
+  f.index.CloseStores();
+
+  REQUIRE(f.index.OpenStores(TRUE));
+  SetLastError(0);
+  CHECK_FALSE(f.index.FetchForCompare());
+  CHECK(GetLastError() == ERROR_INVALID_DATA);
 }

@@ -167,6 +167,61 @@ TEST_CASE(
   DeleteFileW(path.c_str());
 }
 
+TEST_CASE(
+    "before WaitLoaded a view shows the whole file at its places, without filling the data; it goes "
+    "with the copy") {
+  const std::wstring path = TempFile(L"background_view.dat");
+  DeleteFileW(path.c_str());
+  const std::vector<uint8_t> data = SavedFile(path, kLength, 19);
+  {
+    MappedFile file;
+    REQUIRE(file.OpenInBackground(path.c_str(), 4096));
+    CHECK(file.FileView() == nullptr);
+    CHECK(file.FileViewSize() == 0u);
+    REQUIRE(file.ViewFile());
+    const BYTE* view = file.FileView();
+    REQUIRE(view != nullptr);
+    // The data and the image's size word behind it.
+    CHECK(file.FileViewSize() == kLength + 4);
+    CHECK(std::memcmp(view, data.data(), kLength - 4) == 0);
+    // Asked again, the same view.
+    REQUIRE(file.ViewFile());
+    CHECK(file.FileView() == view);
+    // The data behind the head is still the copy's to fill: nothing was copied into it.
+    const uint32_t middle = kLength / 2;
+    std::vector<uint8_t> zeros(64, 0);
+    REQUIRE(std::memcmp(data.data() + middle, zeros.data(), zeros.size()) != 0);
+    CHECK(std::memcmp(file.Data() + middle, zeros.data(), zeros.size()) == 0);
+    REQUIRE(file.WaitLoaded());
+    CHECK(file.FileView() == nullptr);
+    CHECK(file.FileViewSize() == 0u);
+    CHECK(std::memcmp(file.Data(), data.data(), kLength - 4) == 0);
+    // Once whole, the data is all there is.
+    CHECK(file.ViewFile());
+    CHECK(file.FileView() == nullptr);
+  }
+  {
+    // A copy that never began takes its view with it.
+    MappedFile file;
+    REQUIRE(file.OpenInBackground(path.c_str(), 4096));
+    REQUIRE(file.ViewFile());
+    file.Close();
+    CHECK(file.FileView() == nullptr);
+  }
+  {
+    // The mapping that another object holds is the data at once: no view.
+    MappedFile holder;
+    REQUIRE(holder.Open(path.c_str(), 0));
+    MappedFile file;
+    REQUIRE(file.OpenInBackground(path.c_str(), 4096));
+    CHECK(file.ViewFile());
+    CHECK(file.FileView() == nullptr);
+    file.Close();
+    holder.Close();
+  }
+  DeleteFileW(path.c_str());
+}
+
 TEST_CASE("the head written before WaitLoaded is the mapping's afterwards, for every process and the save") {
   const std::wstring path = TempFile(L"background_head.dat");
   DeleteFileW(path.c_str());

@@ -68,3 +68,49 @@ TEST_CASE("a deferred open judges the header only and leaves a broken chain to C
     DeleteFileW(path.c_str());
   }
 }
+
+TEST_CASE("before the copy, checksums come from a view of the file as they come from the data after it") {
+  PropsFixture f(L"deferred_checksums.dat");
+  REQUIRE(f.store.Create(0));
+  std::mt19937 random(7);
+  std::vector<uint32_t> offsets;
+  std::vector<ModelRecord> models;
+  for (int i = 0; i < 300; ++i) {
+    models.push_back(RandomRecord(random, 2));
+    offsets.push_back(f.Add(models.back()));
+    REQUIRE(offsets.back() != 0);
+  }
+  REQUIRE(f.store.Save(FALSE));
+  f.store.Close();
+
+  PropsStore store;
+  store.SetPath(f.path.c_str());
+  REQUIRE(store.OpenDeferred());
+  REQUIRE(store.File().ViewFile());
+  REQUIRE(store.File().FileView() != nullptr);
+  for (size_t i = 0; i < offsets.size(); ++i) {
+    CAPTURE(i);
+    uint32_t checksum = 0;
+    REQUIRE(store.GetChecksumBeforeLoad(offsets[i], checksum));
+    CHECK(checksum == models[i].checksum);
+  }
+  // What is no record's first block is refused, as GetChecksum refuses it: inside a block, the store's
+  // header, past the used blocks, past the file.
+  const uint32_t refused[] = {offsets[3] + 4, 4, PropsStore::kHeaderSize, store.Length() - 8, 0xFFFFFF00u};
+  for (uint32_t offset : refused) {
+    CAPTURE(offset);
+    uint32_t checksum = 0;
+    SetLastError(0);
+    CHECK_FALSE(store.GetChecksumBeforeLoad(offset, checksum));
+    CHECK(GetLastError() == ERROR_INVALID_DATA);
+  }
+  REQUIRE(store.WaitLoaded());
+  CHECK(store.File().FileView() == nullptr);
+  for (size_t i = 0; i < offsets.size(); ++i) {
+    uint32_t early = 0;
+    uint32_t loaded = 0;
+    REQUIRE(store.GetChecksumBeforeLoad(offsets[i], early));
+    REQUIRE(store.GetChecksum(offsets[i], loaded));
+    CHECK(early == loaded);
+  }
+}

@@ -54,6 +54,7 @@ BOOL ContactIndex::Open() {
 void ContactIndex::Close() {
   store.Close();
   contacts.Clear();
+  compareMap.RemoveAll();
   ClearWalk();
   loadState = StoresLoaded;
   touched[WordTree].RemoveAll();
@@ -141,6 +142,7 @@ BOOL ContactIndex::FinishLoad() {
   // Both copies end before anything is judged: neither may still write when the stores close.
   const BOOL indexWhole = store.WaitLoaded();
   const BOOL propsWhole = props.WaitLoaded();
+  compareMap.RemoveAll();
   if (indexWhole && propsWhole && store.CheckLayout(nullptr) && LoadContactTree()) {
     loadState = StoresLoaded;
     return TRUE;

@@ -109,14 +109,15 @@ class ContactIndex : public IndexKeySink {
 
   // --- the comparison of a stale index, before the copies have ended ----------------------------------
   // Brings in from the files what a comparison of the index with the database reads: the name list,
-  // the contact map (read into the contact tree) and the props store's records. Once that is done the
-  // three calls below answer without waiting for the copies; for stores opened otherwise, or whose
-  // copies have ended, they read the mappings. False, with ERROR_INVALID_DATA, when the index is known
-  // to be damaged, or a structure passes its file's end or can't be read.
+  // the contact map (kept sorted by contact beside the stores) and a view of the props file for the
+  // records' checksums. Once that is done the three calls below answer without waiting for the
+  // copies; for stores opened otherwise, or whose copies have ended, they read the mappings. False,
+  // with ERROR_INVALID_DATA, when the index is known to be damaged, a structure passes its file's end
+  // or can't be read, or the map names a contact twice.
   BOOL FetchForCompare();
   // The ids of the name list, in its order.
   BOOL ListNamesForCompare(Array<CEOID>& ids) const;
-  // The props record of contact `oid`, from the contact tree.
+  // The props record of contact `oid`, from the contact map.
   BOOL FindForCompare(CEOID oid, uint32_t* propsOffset) const;
   // The checksum kept in the props record at `propsOffset`.
   BOOL ChecksumForCompare(uint32_t propsOffset, uint32_t& checksum) const;
@@ -205,6 +206,9 @@ class ContactIndex : public IndexKeySink {
  protected:
   // Reads the contact map of the file into the contact tree; false when the map passes the file's end.
   BOOL LoadContactTree();
+  // Reads the contact map into compareMap, sorted by contact; false when it passes the file's end or
+  // names a contact twice.
+  BOOL ReadCompareMap();
   // The work of EnsureLoaded.
   BOOL FinishLoad();
   // One part of the walk, or a slice of the index file's; false when the budget ran out in it.
@@ -233,6 +237,8 @@ class ContactIndex : public IndexKeySink {
   // Nodes of each tree that the contact in progress was added to.
   Array<uint32_t> touched[2];
   OidTree contacts;
+  // The contact map as the comparison of a deferred open reads it, until the copies have ended.
+  Array<ContactMapEntry> compareMap;
   ContactKeySource* keys;
 
   enum LoadState { StoresLoaded, StoresLoading, StoresDamaged };

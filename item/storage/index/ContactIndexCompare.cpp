@@ -5,6 +5,8 @@
 
 #include <string.h>
 
+#include "foundation/ShellSort.h"
+
 namespace {
 
 // Brings the counted structure of header slot `slot` in from the file: its count word was read by the
@@ -28,19 +30,36 @@ BOOL ContactIndex::FetchForCompare() {
     SetLastError(ERROR_INVALID_DATA);
     return FALSE;
   }
+  compareMap.RemoveAll();
   if (loadState == StoresLoaded) return TRUE;
-  // FetchSpan is at once true where the data is a mapping already (another process held it).
+  // Both are at once true where the data is a mapping already (another process held it). The props
+  // file is only looked at through a view: the comparison reads a word or two of every record.
   if (!store.CheckLayout(nullptr) || !FetchCounted(store, kNameListSlot, sizeof(uint32_t)) ||
-      !FetchCounted(store, kContactMapSlot, sizeof(ContactMapEntry)) ||
-      !props.File().FetchSpan(0, props.Length())) {
+      !FetchCounted(store, kContactMapSlot, sizeof(ContactMapEntry)) || !props.File().ViewFile() ||
+      !ReadCompareMap()) {
+    compareMap.RemoveAll();
     SetLastError(ERROR_INVALID_DATA);
     return FALSE;
   }
-  // The contact tree from the map as the file holds it; the load reads it anew from the mapping.
-  if (!LoadContactTree()) {
-    contacts.Clear();
-    SetLastError(ERROR_INVALID_DATA);
-    return FALSE;
+  return TRUE;
+}
+
+BOOL ContactIndex::ReadCompareMap() {
+  const uint32_t map = store.HeaderWord(kContactMapSlot);
+  if (map == 0) return TRUE;
+  uint32_t count = 0;
+  if (!store.CountedAt(map, sizeof(ContactMapEntry), &count)) return FALSE;
+  compareMap.SetSize(static_cast<int>(count));
+  if (count == 0) return TRUE;
+  memcpy(compareMap.GetData(), store.Words(map) + 1, count * sizeof(ContactMapEntry));
+  // A map is written in ascending order and mostly stays so; one that doesn't is sorted here.
+  BOOL ascending = TRUE;
+  for (uint32_t k = 1; k < count && ascending; ++k) ascending = compareMap[k - 1].oid < compareMap[k].oid;
+  if (ascending) return TRUE;
+  ShellSort(compareMap, [](const ContactMapEntry& a, const ContactMapEntry& b) { return a.oid < b.oid; });
+  // A contact mapped twice: the index doesn't hold together.
+  for (uint32_t k = 1; k < count; ++k) {
+    if (compareMap[k - 1].oid == compareMap[k].oid) return FALSE;
   }
   return TRUE;
 }
@@ -62,13 +81,22 @@ BOOL ContactIndex::ListNamesForCompare(Array<CEOID>& ids) const {
 
 BOOL ContactIndex::FindForCompare(CEOID oid, uint32_t* propsOffset) const {
   if (loadState == StoresLoaded) return Find(oid, propsOffset);
-  uint32_t record = 0;
-  const bool known = contacts.Find(static_cast<uint32_t>(oid), &record);
-  if (propsOffset != nullptr) *propsOffset = known ? record : 0;
+  const uint32_t id = static_cast<uint32_t>(oid);
+  int low = 0;
+  int high = compareMap.GetSize();
+  while (low < high) {
+    const int middle = low + (high - low) / 2;
+    if (compareMap[middle].oid < id)
+      low = middle + 1;
+    else
+      high = middle;
+  }
+  const bool known = low < compareMap.GetSize() && compareMap[low].oid == id;
+  if (propsOffset != nullptr) *propsOffset = known ? compareMap[low].record : 0;
   return known;
 }
 
 BOOL ContactIndex::ChecksumForCompare(uint32_t propsOffset, uint32_t& checksum) const {
-  if (loadState == StoresLoaded && !EnsureLoaded()) return FALSE;
-  return props.GetChecksum(propsOffset, checksum);
+  if (loadState == StoresLoaded) return props.GetChecksum(propsOffset, checksum);
+  return props.GetChecksumBeforeLoad(propsOffset, checksum);
 }

@@ -300,20 +300,20 @@ BOOL MappedFile::FetchSpan(uint32_t offset, uint32_t count) {
     SetLastError(ERROR_HANDLE_EOF);
     return FALSE;
   }
-  // A large span through a view of the file, as the copy reads it: a read into interim memory not
-  // yet touched would hold the platform's lock of the address space, which the copy's thread needs
-  // for every page of the new mapping it fills.
-  if (count >= kLoadSlice) {
-    KernelHandle section(CreateFileMappingW(loadFile.Get(), nullptr, PAGE_READONLY, 0, 0, nullptr));
-    if (!section.IsEmpty()) {
-      MappedView source(MapViewOfFile(section.Get(), FILE_MAP_READ, 0, 0, 0));
-      if (!source.IsEmpty()) {
-        memcpy(interim + offset, static_cast<const BYTE*>(source.Get()) + offset, count);
-        return TRUE;
-      }
-    }
-  }
   return ReadSpan(loadFile.Get(), interim, offset, count);
+}
+
+BOOL MappedFile::ViewFile() {
+  if (interim == nullptr) return Data() != nullptr;
+  if (!fileView.IsEmpty()) return TRUE;
+  fileSection.Reset(CreateFileMappingW(loadFile.Get(), nullptr, PAGE_READONLY, 0, 0, nullptr));
+  if (fileSection.IsEmpty()) return FALSE;
+  fileView.Reset(MapViewOfFile(fileSection.Get(), FILE_MAP_READ, 0, 0, 0));
+  if (fileView.IsEmpty()) {
+    fileSection.Reset();
+    return FALSE;
+  }
+  return TRUE;
 }
 
 BOOL MappedFile::OpenImage() {
@@ -503,6 +503,8 @@ void MappedFile::DropInterim() {
   VirtualFree(interim, 0, MEM_RELEASE);
   interim = nullptr;
   interimHead = 0;
+  fileView.Reset();
+  fileSection.Reset();
 }
 
 void MappedFile::StartLoad() {
@@ -524,6 +526,8 @@ void MappedFile::DropUnstartedLoad() {
   VirtualFree(interim, 0, MEM_RELEASE);
   interim = nullptr;
   interimHead = 0;
+  fileView.Reset();
+  fileSection.Reset();
   loadDropped = FALSE;
 }
 

@@ -92,6 +92,14 @@ class MappedFile {
   // at the same offset, so that they can be read before the copy has ended. True at once when the
   // data is the mapping's already. False when the span passes the file's end or can't be read.
   BOOL FetchSpan(uint32_t offset, uint32_t count);
+  // While that copy is due or runs: maps the whole file read-only, so that reads that can't wait for
+  // the copy find its bytes at their data offsets through FileView, without copying them. True at
+  // once, with no view, when the data is the mapping's already. The view goes when the copy has been
+  // waited for or dropped.
+  BOOL ViewFile();
+  // The bytes of that view and their number; null and 0 when there is none.
+  const BYTE* FileView() const { return static_cast<const BYTE*>(fileView.Get()); }
+  uint32_t FileViewSize() const { return fileView.IsEmpty() ? 0 : loadSize; }
   // The next Open or OpenInBackground of this object reads its data from `bytes` instead of the
   // backing file, and judges them as it judges a file (its size and check word); the data then lives
   // in a mapping of this object alone, which no other process attaches to, and OpenInBackground copies
@@ -223,6 +231,9 @@ class MappedFile {
   BOOL loadAttached;
   BYTE* interim;
   uint32_t interimHead;
+  // The read-only view of the file that ViewFile made, until the copy has been waited for.
+  KernelHandle fileSection;
+  MappedView fileView;
   // What UseImage gave, until the open that reads it.
   const BYTE* image;
   uint32_t imageSize;

@@ -505,11 +505,31 @@ BOOL PropsStore::DeleteRecord(uint32_t offset) {
   return TRUE;
 }
 
-BOOL PropsStore::GetChecksum(uint32_t offset, uint32_t& checksum) const {
-  if (!IsUsedBlock(offset) || Word(offset + kLengthField) < PropsRecord::kHeaderSize) {
-    SetLastError(data == nullptr ? ERROR_INVALID_HANDLE : ERROR_INVALID_DATA);
+BOOL PropsStore::ChecksumIn(const BYTE* bytes, uint32_t dataLength, uint32_t offset, uint32_t& checksum) {
+  if (bytes == nullptr) {
+    SetLastError(ERROR_INVALID_HANDLE);
     return FALSE;
   }
-  checksum = Word(offset + kChecksumField);
+  const BlockPool blocks(const_cast<BYTE*>(bytes) + kHeaderSize, PoolSize(dataLength));
+  uint32_t recordLength = 0;
+  if (offset >= kHeaderSize && blocks.IsUsedBlock(offset - kHeaderSize))
+    memcpy(&recordLength, bytes + offset + kLengthField, sizeof recordLength);
+  if (recordLength < PropsRecord::kHeaderSize) {
+    SetLastError(ERROR_INVALID_DATA);
+    return FALSE;
+  }
+  memcpy(&checksum, bytes + offset + kChecksumField, sizeof checksum);
   return TRUE;
+}
+
+BOOL PropsStore::GetChecksum(uint32_t offset, uint32_t& checksum) const {
+  return ChecksumIn(data, length, offset, checksum);
+}
+
+BOOL PropsStore::GetChecksumBeforeLoad(uint32_t offset, uint32_t& checksum) const {
+  const BYTE* bytes = file.FileView();
+  if (bytes == nullptr) return GetChecksum(offset, checksum);
+  // A file shorter than the length its head gives holds no records past its end.
+  const uint32_t viewed = file.FileViewSize();
+  return ChecksumIn(bytes, viewed < length ? viewed : length, offset, checksum);
 }

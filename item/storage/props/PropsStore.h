@@ -139,6 +139,9 @@ class PropsStore {
   virtual BOOL DeleteRecord(uint32_t offset);
   // The checksum stored with the record at `offset`, read from its first block.
   virtual BOOL GetChecksum(uint32_t offset, uint32_t& checksum) const;
+  // The same, while the copy of a deferred open is still due: from the read-only view of the file
+  // that MappedFile::ViewFile made, or from the data when there is none.
+  BOOL GetChecksumBeforeLoad(uint32_t offset, uint32_t& checksum) const;
 
   virtual void SetInChange(BYTE value);
   virtual BYTE GetInChange() const;
@@ -189,6 +192,9 @@ class PropsStore {
   // The pool's usable size in store data of `length` bytes: everything behind the header but the data's
   // last word, which the file image takes for its size word on every save.
   static uint32_t PoolSize(uint32_t length);
+  // The checksum of the record at `offset` in the bytes of a store of `dataLength` bytes, by the
+  // rules of GetChecksum: a used block of the pool whose record is at least a record's head long.
+  static BOOL ChecksumIn(const BYTE* bytes, uint32_t dataLength, uint32_t offset, uint32_t& checksum);
 
  private:
   PropsStore(const PropsStore&);
