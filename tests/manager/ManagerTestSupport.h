@@ -53,6 +53,23 @@ class RecordingListener : public ContactManagerListener {
   std::vector<std::string> calls;
 };
 
+// A progress sink that records every call but the steps as a line such as "text Reindex database",
+// and counts the steps.
+class CountingSink : public IndexProgressSink {
+ public:
+  int GetStepCount() override { return 20; }
+  void Show() override { calls.push_back("show"); }
+  void SetRange(int low, int high) override {
+    calls.push_back("range " + std::to_string(low) + " " + std::to_string(high));
+  }
+  void SetStep(int step) override { calls.push_back("step " + std::to_string(step)); }
+  void SetText(const wchar_t* text) override { calls.push_back("text " + U8(text)); }
+  void Step() override { ++steps; }
+  void Close() override { calls.push_back("close"); }
+  std::vector<std::string> calls;
+  int steps = 0;
+};
+
 // A manager of the test's own, opened with the recording listener, without progress, and by default
 // without coordinator (so that it writes the index). `Manager` is ContactManager or a test's class
 // derived from it.

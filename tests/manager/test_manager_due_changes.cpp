@@ -121,3 +121,19 @@ TEST_CASE("a close right after the start loses none of the differences") {
   CHECK_FALSE(again.manager.Index().Find(gone, &record));
   CHECK(CheckIndex(again.manager) == "");
 }
+
+TEST_CASE("the apply of the differences shows its progress, item by item, as \"Update indexes\"") {
+  CEOID gone = 0, added = 0;
+  ChangeWhileAway(gone, added);
+  CountingSink sink;
+  OpenedManager m(nullptr, &sink);
+  REQUIRE(m.opened);
+  // The start itself shows nothing: the five differences are still due.
+  REQUIRE(m.manager.AreChangesDue());
+  CHECK(sink.calls.empty());
+  CHECK(Found(m.manager, L"newcomer") == std::set<CEOID>{added});
+  const std::vector<std::string> expected = {"range 1 6", "step 1", "text Update indexes", "show", "close"};
+  CHECK(sink.calls == expected);
+  CHECK(sink.steps == 20);
+  CHECK_FALSE(m.manager.LastOpenReport().rebuilt);
+}

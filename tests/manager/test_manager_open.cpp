@@ -26,21 +26,6 @@ uint64_t Stamp(ContactManager& manager) {
   return (static_cast<uint64_t>(time.dwHighDateTime) << 32) | time.dwLowDateTime;
 }
 
-class CountingSink : public IndexProgressSink {
- public:
-  int GetStepCount() override { return 20; }
-  void Show() override { calls.push_back("show"); }
-  void SetRange(int low, int high) override {
-    calls.push_back("range " + std::to_string(low) + " " + std::to_string(high));
-  }
-  void SetStep(int step) override { calls.push_back("step " + std::to_string(step)); }
-  void SetText(const wchar_t* text) override { calls.push_back("text " + U8(text)); }
-  void Step() override { ++steps; }
-  void Close() override { calls.push_back("close"); }
-  std::vector<std::string> calls;
-  int steps = 0;
-};
-
 }  // namespace
 
 TEST_CASE("a first open rebuilds the index from the database, and a second finds it in step") {

@@ -35,8 +35,8 @@ BOOL ContactManager::Inspect() {
   openReport.inspected = TRUE;
   // 2 and 3 read the table once, in its order: every record's oid and quick checksum from its raw
   // properties. Only the few records that differ are read whole, afterwards. The pass needs nothing
-  // of the index, so it comes first, while the index files are still being copied in; the comparison
-  // reads what it needs of them from the files, and only the writes wait for the copies.
+  // of the index; the comparison reads what it needs of it from the files, whose copies begin once the
+  // start is through, and only the writes wait for them.
   Array<RecordChecksum> sums;
   DbDatabase& table = Contacts();
   table.SetAtEnd(false);
@@ -138,6 +138,7 @@ BOOL ContactManager::ApplyDueChanges() {
     rebuilding = FALSE;
     StartCommit();
     TellSlavesToReload();
+    EndProgress();
     return TRUE;
   }
   // Nothing has answered from the index before this: the listener has nothing to reload.
@@ -163,11 +164,16 @@ BOOL ContactManager::WriteFoundChanges(const Array<CEOID>& removed, const Array<
       (pass == 0 ? added : changed).items.Add(contact);
     }
   }
+  BeginProgress(removed.GetSize() + addedSums.GetSize() + changedSums.GetSize(), TRUE, L"Update indexes");
 
   // With the in-change byte set, so that a cut-off pass is repaired at the next open.
   index.CancelSave();
   index.Props().SetInChange(1);
-  for (int i = 0; i < removed.GetSize(); ++i) index.RemoveContact(removed[i]);
+  int done = 0;
+  for (int i = 0; i < removed.GetSize(); ++i) {
+    index.RemoveContact(removed[i]);
+    AdvanceProgress(++done);
+  }
   for (int pass = 0; pass < 2; ++pass) {
     Array<Contact*>& list = pass == 0 ? added.items : changed.items;
     for (int i = 0; i < list.GetSize(); ++i) {
@@ -176,15 +182,17 @@ BOOL ContactManager::WriteFoundChanges(const Array<CEOID>& removed, const Array<
       Str text;
       note.GetNoteText(contact, text);
       if (pass == 1) index.RemoveContact(contact.oid);
-      if (index.AddContact(contact, text)) continue;
-      // No room for it: the contact stays readable, out of the index.
-      if (GetLastError() == kMappingFullError) {
+      if (!index.AddContact(contact, text)) {
+        // With no room for it the contact stays readable, out of the index; anything else is damage.
+        if (GetLastError() != kMappingFullError) {
+          EndProgress();
+          ReportDropped(Str(L"the inspection met a structure that doesn't hold together"),
+                        L"WriteFoundChanges", __LINE__);
+          return FALSE;
+        }
         NoteOverCapacity();
-        continue;
       }
-      ReportDropped(Str(L"the inspection met a structure that doesn't hold together"), L"WriteFoundChanges",
-                    __LINE__);
-      return FALSE;
+      AdvanceProgress(++done);
     }
   }
   return TRUE;

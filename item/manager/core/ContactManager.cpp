@@ -90,9 +90,8 @@ BOOL ContactManager::BringInStep(int state) {
     return overCapacity && writer ? UseFreedRoom() : TRUE;
   }
   if (state == IndexStale) {
-    // The inspection's pass over the table goes side by side with the copies, which it needs only
-    // for its few writes.
-    index.StartLoading();
+    // The inspection reads what it compares from the files themselves; the copies begin after it
+    // (StartIdleWork), so that they don't compete with its pass over the table.
     return writer ? Inspect() : TRUE;
   }
   if (!writer) return FALSE;

@@ -256,8 +256,8 @@ class ContactManager : public ContactDatabase, public DbEventTarget, public Name
   // Forgets the differences still due: the index is closed, reopened or made anew.
   void DropDueChanges();
   // Reads the added and changed records whole and writes the differences into the index, with the
-  // in-change byte set; false, with the reason reported, when a record can't be read or the index
-  // met damage.
+  // in-change byte set and the progress shown as "Update indexes"; false, with the reason reported
+  // and the progress closed, when a record can't be read or the index met damage.
   BOOL WriteFoundChanges(const Array<CEOID>& removed, const Array<RecordChecksum>& addedSums,
                          const Array<RecordChecksum>& changedSums);
   // Waits for the copies of a deferred open; false, with the drop reported, when they failed or the
