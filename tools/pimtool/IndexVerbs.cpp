@@ -21,7 +21,9 @@ int RebuildVerb() {
 
 int OpenVerb() {
   ToolManager tool;
-  const bool opened = tool.Open();
+  // The differences a stale start found are applied before the start is told of: an apply that fails
+  // rebuilds the index, and the report says so.
+  const bool opened = tool.Open() && tool.Get().ApplyDueChanges();
   const IndexOpenReport& report = tool.Get().LastOpenReport();
   if (report.rebuilt) {
     if (report.inspected) {
