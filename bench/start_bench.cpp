@@ -1,7 +1,8 @@
 // Where the contact manager's start goes, at one count of contacts (10,000 unless another is named):
 // the whole start with the index in step and after ten changes by another program, each next to the
 // parts it is made of, timed alone in the same way the start runs them. Medians of repeated starts,
-// each in a state like the item's own start: the index files on disk, no mapping held by anyone.
+// each in a state like the item's own start: the index files on disk, no mapping held by anyone, the
+// device at rest (LetDeviceSettle).
 //
 // Usage: bench_start [COUNT [REPEATS]]
 #include <windows.h>
@@ -287,6 +288,7 @@ int main(int argc, char** argv) {
   Parts parts;
   for (int r = 0; r < repeats; ++r) {
     {
+      LetDeviceSettle();
       BenchManager bench;
       const double ms = bench.TimedOpen();
       if (ms < 0 || bench.Get().LastOpenReport().state != IndexInStep) {
@@ -312,6 +314,7 @@ int main(int argc, char** argv) {
       std::printf("the records can't be changed (error %lu)\n", GetLastError());
       return 1;
     }
+    LetDeviceSettle();
     BenchManager bench;
     const double ms = bench.TimedOpen();
     const IndexOpenReport& report = bench.Get().LastOpenReport();
