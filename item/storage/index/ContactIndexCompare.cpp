@@ -1,6 +1,7 @@
-// What the comparison of a stale index with the database reads, while the copies of a deferred open
-// still run: the few spans it needs are read from the files into the interim data, so that the start
-// doesn't wait for the whole copy before it knows what changed.
+// What the comparison of a stale index with the database reads before the copies of a deferred open
+// have ended: the name list and the contact map are read from the index file into the interim data,
+// the records' checksums through a view of the props file, so that the start doesn't wait for the
+// whole copy before it knows what changed.
 #include "storage/index/ContactIndex.h"
 
 #include <string.h>
