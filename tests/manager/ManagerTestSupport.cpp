@@ -1,5 +1,6 @@
 #include "ManagerTestSupport.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "ArrayVectors.h"
@@ -122,6 +123,24 @@ int RecordingListener::Count(const std::string& prefix) const {
   int n = 0;
   for (const std::string& call : calls) n += call.compare(0, prefix.size(), prefix) == 0 ? 1 : 0;
   return n;
+}
+
+std::vector<CEOID> FreshIndexedDevice(int count) {
+  FreshDevice();
+  std::vector<CEOID> ids = WriteGenerated(count);
+  OpenedManager m;
+  if (!m.opened || !m.manager.Index().Save(FALSE)) return {};
+  return ids;
+}
+
+bool ListsEveryRecord(ContactManager& manager) {
+  Array<CEOID> listed;
+  if (!manager.Index().ListAll(SortByName, listed)) return false;
+  std::vector<CEOID> indexed = VectorOf<CEOID>(listed);
+  std::vector<CEOID> records = AllRecordIds();
+  std::sort(indexed.begin(), indexed.end());
+  std::sort(records.begin(), records.end());
+  return indexed == records;
 }
 
 std::string CheckIndex(ContactManager& manager) {

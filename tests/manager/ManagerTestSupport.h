@@ -84,6 +84,12 @@ struct OpenedManagerOf {
 };
 using OpenedManager = OpenedManagerOf<ContactManager>;
 
+// A fresh device with `count` generated contacts, indexed by a manager's start and saved; gives their
+// ids, none when the start or the save failed.
+std::vector<CEOID> FreshIndexedDevice(int count);
+// Whether the index lists every record of the database once, and nothing else.
+bool ListsEveryRecord(ContactManager& manager);
+
 // The index's whole check; empty when sound.
 std::string CheckIndex(ContactManager& manager);
 

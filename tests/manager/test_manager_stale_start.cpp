@@ -80,14 +80,8 @@ TEST_CASE("the ascending lookup answers as a binary search, whatever the order o
 }
 
 TEST_CASE("the inspection finds exactly the removed, added and changed contacts, first, middle and last") {
-  FreshDevice();
-  std::vector<CEOID> ids = WriteGenerated(150);
+  const std::vector<CEOID> ids = FreshIndexedDevice(150);
   REQUIRE(ids.size() == 150);
-  {
-    OpenedManager m;
-    REQUIRE(m.opened);
-    REQUIRE(m.manager.Index().Save(FALSE));
-  }
   // While the item is away: the first, a middle and the last record deleted, their neighbours changed,
   // a record given a text that no contact field holds (its quick checksum never matches a contact's),
   // and two records added.

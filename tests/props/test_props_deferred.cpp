@@ -7,19 +7,31 @@
 
 #include "PropsFixture.h"
 
-TEST_CASE("a deferred open judges the header only and leaves a broken chain to Check") {
-  PropsFixture f(L"deferred.dat");
+namespace {
+
+// A new store of `count` random records of `seed`, saved and closed; gives the records, and their
+// offsets in `offsets`.
+std::vector<ModelRecord> SavedRecords(PropsFixture& f, unsigned seed, int count,
+                                      std::vector<uint32_t>& offsets) {
   REQUIRE(f.store.Create(0));
-  std::mt19937 random(99);
-  std::vector<uint32_t> offsets;
+  std::mt19937 random(seed);
   std::vector<ModelRecord> models;
-  for (int i = 0; i < 400; ++i) {
+  for (int i = 0; i < count; ++i) {
     models.push_back(RandomRecord(random, 2));
     offsets.push_back(f.Add(models.back()));
     REQUIRE(offsets.back() != 0);
   }
   REQUIRE(f.store.Save(FALSE));
   f.store.Close();
+  return models;
+}
+
+}  // namespace
+
+TEST_CASE("a deferred open judges the header only and leaves a broken chain to Check") {
+  PropsFixture f(L"deferred.dat");
+  std::vector<uint32_t> offsets;
+  const std::vector<ModelRecord> models = SavedRecords(f, 99, 400, offsets);
 
   {
     PropsStore store;
@@ -71,17 +83,8 @@ TEST_CASE("a deferred open judges the header only and leaves a broken chain to C
 
 TEST_CASE("before the copy, checksums come from a view of the file as they come from the data after it") {
   PropsFixture f(L"deferred_checksums.dat");
-  REQUIRE(f.store.Create(0));
-  std::mt19937 random(7);
   std::vector<uint32_t> offsets;
-  std::vector<ModelRecord> models;
-  for (int i = 0; i < 300; ++i) {
-    models.push_back(RandomRecord(random, 2));
-    offsets.push_back(f.Add(models.back()));
-    REQUIRE(offsets.back() != 0);
-  }
-  REQUIRE(f.store.Save(FALSE));
-  f.store.Close();
+  const std::vector<ModelRecord> models = SavedRecords(f, 7, 300, offsets);
 
   PropsStore store;
   store.SetPath(f.path.c_str());

@@ -225,12 +225,9 @@ BOOL ContactManager::ListIndexedIds(Array<CEOID>& sorted) {
   // copies still run; whoever writes waits for them afterwards (WaitForIndexCopy). The walk over both
   // files stays in idle time.
   if (!index.FetchForCompare()) {
-    Str why;
-    why.Format(
-        L"%s and %s don't hold together: the name list, the contact map or the records couldn't "
-        L"be read, or the header names structures past the file's end",
-        BareFileName(index.IndexPath()), BareFileName(index.PropsPath()));
-    ReportDropped(why, L"ListIndexedIds", __LINE__);
+    ReportFilesApart(Str(L"the name list, the contact map or the records couldn't be read, or the header "
+                         L"names structures past the file's end"),
+                     L"ListIndexedIds", __LINE__);
     return FALSE;
   }
   if (!index.ListNamesForCompare(sorted)) return FALSE;
@@ -244,12 +241,8 @@ BOOL ContactManager::ListIndexedIds(Array<CEOID>& sorted) {
 BOOL ContactManager::WaitForIndexCopy() {
   // Damage is as good as a duplicate: the writes that follow need the files whole.
   if (index.EnsureLoaded()) return TRUE;
-  Str why;
-  why.Format(
-      L"%s and %s don't hold together: load: a file couldn't be copied whole, or its header names "
-      L"structures past its end",
-      BareFileName(index.IndexPath()), BareFileName(index.PropsPath()));
-  ReportDropped(why, L"WaitForIndexCopy", __LINE__);
+  ReportFilesApart(Str(L"load: a file couldn't be copied whole, or its header names structures past its end"),
+                   L"WaitForIndexCopy", __LINE__);
   return FALSE;
 }
 
@@ -271,10 +264,14 @@ void ContactManager::ReportDamage(const wchar_t* function, int line) {
   // The first finding says why; the files are rebuilt together whichever of them it concerns.
   const Str& report = index.WalkReport();
   const int end = report.FindOneOf(L"\r\n");
+  ReportFilesApart(end >= 0 ? report.Left(end) : report, function, line);
+}
+
+void ContactManager::ReportFilesApart(const Str& finding, const wchar_t* function, int line) {
   Str why;
   why.Format(L"%s and %s don't hold together: ", BareFileName(index.IndexPath()),
              BareFileName(index.PropsPath()));
-  why += end >= 0 ? report.Left(end) : report;
+  why += finding;
   ReportDropped(why, function, line);
 }
 

@@ -218,6 +218,8 @@ class ContactManager : public ContactDatabase, public DbEventTarget, public Name
   BOOL RepairDamagedIndex();
   // Logs what the walk found, as one line.
   void ReportDamage(const wchar_t* function, int line);
+  // ReportDropped of the index and props files as two that don't hold together, for `finding`.
+  void ReportFilesApart(const Str& finding, const wchar_t* function, int line);
   // Logs, as one line, that the index is dropped and rebuilt, and why; keeps the reason for the report.
   void ReportDropped(const Str& why, const wchar_t* function, int line);
   // What a read of the index that failed with ERROR_INVALID_DATA leads to: the damage is reported and
