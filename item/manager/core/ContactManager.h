@@ -380,6 +380,10 @@ class ContactManager : public ContactDatabase, public DbEventTarget, public Name
   // After a write and SavePhoto: writes the record again when the photo's file name differs from the
   // one `merged` into its Note; `text` gets the Note's text anew.
   BOOL NameSavedPhoto(Contact& contact, const Str& merged, Str& text);
+  // What an add (`added`) and an update share once the record is written: the photo's file under its
+  // name, the checksum, the index (a contact it has no room for stays readable), the commit and the
+  // slaves' reload. `text` is the Note's text, made anew when the record is written again.
+  BOOL IndexWrittenContact(Contact& contact, Str& text, BOOL added);
   ContactManager(const ContactManager&);
   ContactManager& operator=(const ContactManager&);
 };

@@ -60,25 +60,7 @@ BOOL ContactManager::AddContact(Contact& contact) {
   note.GetNoteText(contact, text);
   if (!ContactDatabase::AddContact(contact, true)) return FALSE;
   // The photo's file takes its name now that the record has its id; the index keeps that name.
-  const Str merged = contact.Image;
-  const BOOL photoSaved = SavePhoto(contact, dataFolder);
-  const DWORD photoError = GetLastError();
-  if (!NameSavedPhoto(contact, merged, text)) return FALSE;
-  nameKeys.Forget(contact.oid);
-  contact.checksum = contact.ComputeChecksum();
-  BeginIndexChange();
-  BOOL indexed = index.AddContact(contact, text);
-  // Stored, but the index has no room for it: the contact stays readable, and the write succeeded.
-  if (!indexed && GetLastError() == kMappingFullError) {
-    NoteOverCapacity();
-    indexed = TRUE;
-  }
-  EndIndexChange(indexed);
-  const DWORD error = GetLastError();
-  StartCommit();
-  TellSlavesToReload();
-  SetLastError(error);
-  return PhotoSaved(NoteRead(indexed), photoSaved, photoError);
+  return IndexWrittenContact(contact, text, TRUE);
 }
 
 BOOL ContactManager::UpdateContact(Contact& contact, BOOL photoAuthoritative) {
@@ -92,6 +74,10 @@ BOOL ContactManager::UpdateContact(Contact& contact, BOOL photoAuthoritative) {
   Str text;
   note.GetNoteText(contact, text);
   if (!ContactDatabase::UpdateContact(contact, true)) return FALSE;
+  return IndexWrittenContact(contact, text, FALSE);
+}
+
+BOOL ContactManager::IndexWrittenContact(Contact& contact, Str& text, BOOL added) {
   const Str merged = contact.Image;
   const BOOL photoSaved = SavePhoto(contact, dataFolder);
   const DWORD photoError = GetLastError();
@@ -99,7 +85,8 @@ BOOL ContactManager::UpdateContact(Contact& contact, BOOL photoAuthoritative) {
   nameKeys.Forget(contact.oid);
   contact.checksum = contact.ComputeChecksum();
   BeginIndexChange();
-  BOOL indexed = index.UpdateContact(contact, text);
+  BOOL indexed = added ? index.AddContact(contact, text) : index.UpdateContact(contact, text);
+  // Stored, but the index has no room for it: the contact stays readable, and the write succeeded.
   if (!indexed && GetLastError() == kMappingFullError) {
     NoteOverCapacity();
     indexed = TRUE;
