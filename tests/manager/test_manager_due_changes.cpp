@@ -123,3 +123,25 @@ TEST_CASE("the apply of the differences shows its progress, item by item, as \"U
   CHECK(sink.steps == 20);
   CHECK_FALSE(m.manager.LastOpenReport().rebuilt);
 }
+
+TEST_CASE("a change whose notification waits at the close isn't covered by the apply's stamp") {
+  CEOID gone = 0, added = 0;
+  ChangeWhileAway(gone, added);
+  CEOID later = 0;
+  {
+    OpenedManager m;
+    REQUIRE(m.opened);
+    REQUIRE(m.manager.AreChangesDue());
+    // Another program changes a record after the start; no message is pumped, so its notification
+    // still waits when the close applies the differences and saves.
+    later = AllRecordIds()[60];
+    REQUIRE(TouchRecord(later, L"Latecomer Works"));
+  }
+  // The next start finds the index stale and takes the change in.
+  OpenedManager again;
+  REQUIRE(again.opened);
+  CHECK(again.manager.LastOpenReport().state == IndexStale);
+  CHECK(again.manager.LastOpenReport().changed == 1);
+  CHECK(Found(again.manager, L"latecomer") == std::set<CEOID>{later});
+  CHECK(CheckIndex(again.manager) == "");
+}

@@ -37,6 +37,14 @@ BOOL ContactManager::Inspect() {
   // properties. Only the few records that differ are read whole, afterwards. The pass needs nothing
   // of the index; the comparison reads what it needs of it from the files, whose copies begin once the
   // start is through, and only the writes wait for them.
+  // The database's time before the pass: what the index is stamped with once the differences are in.
+  // A change made after it, even one the pass saw, leaves the next start an inspection to do rather
+  // than a stamp that claims a change whose notification is still waiting. A time that can't be read
+  // stamps none that the database could have.
+  FILETIME passTime = {0, 0};
+  FILETIME read;
+  DWORD passCount = 0;
+  if (GetCountAndTime(read, passCount)) passTime = read;
   Array<RecordChecksum> sums;
   DbDatabase& table = Contacts();
   table.SetAtEnd(false);
@@ -112,6 +120,7 @@ BOOL ContactManager::Inspect() {
   dueRemoved = removed;
   dueAdded = addedSums;
   dueChanged = changedSums;
+  dueStamp = passTime;
   changesDue = TRUE;
   return TRUE;
 }
@@ -128,12 +137,13 @@ BOOL ContactManager::ApplyDueChanges() {
   Array<CEOID> removed(dueRemoved);
   Array<RecordChecksum> addedSums(dueAdded);
   Array<RecordChecksum> changedSums(dueChanged);
+  const FILETIME stamp = dueStamp;
   DropDueChanges();
   // Whatever goes wrong from here, the index is made anew: a rebuild takes in every difference.
   const BOOL applied = WaitForIndexCopy() && WriteFoundChanges(removed, addedSums, changedSums);
   if (applied) {
-    // 6. In step again.
-    StampIndex();
+    // 6. In step again, with the database as the pass saw it.
+    index.Props().SetDbState(stamp);
     index.Props().SetInChange(0);
     rebuilding = FALSE;
     StartCommit();

@@ -362,6 +362,8 @@ class ContactManager : public ContactDatabase, public DbEventTarget, public Name
   Array<CEOID> dueRemoved;
   Array<RecordChecksum> dueAdded;
   Array<RecordChecksum> dueChanged;
+  // The database's time when the inspection's pass began: the stamp that the apply gives the index.
+  FILETIME dueStamp;
   NameKeyCache nameKeys;
   ListPositions positions;
   PositionSearch aids;
