@@ -33,10 +33,6 @@ BOOL IsAscending(const Array<CEOID>& ids) {
 
 BOOL ContactManager::Inspect() {
   openReport.inspected = TRUE;
-  // 2 and 3 read the table once, in its order: every record's oid and quick checksum from its raw
-  // properties. Only the few records that differ are read whole, afterwards. The pass needs nothing
-  // of the index; the comparison reads what it needs of it from the files, whose copies begin once the
-  // start is through, and only the writes wait for them.
   // The database's time before the pass: what the index is stamped with once the differences are in.
   // A change made after it, even one the pass saw, leaves the next start an inspection to do rather
   // than a stamp that claims a change whose notification is still waiting. A time that can't be read
@@ -45,6 +41,10 @@ BOOL ContactManager::Inspect() {
   FILETIME read;
   DWORD passCount = 0;
   if (GetCountAndTime(read, passCount)) passTime = read;
+  // 2 and 3 read the table once, in its order: every record's oid and quick checksum from its raw
+  // properties. Only the few records that differ are read whole, afterwards. The pass needs nothing
+  // of the index; the comparison reads what it needs of it from the files, whose copies begin once the
+  // start is through, and only the writes wait for them.
   Array<RecordChecksum> sums;
   DbDatabase& table = Contacts();
   table.SetAtEnd(false);
