@@ -2,12 +2,10 @@
 
 #include <doctest/doctest.h>
 
-#include "ArrayVectors.h"
 #include "ImportHook.h"
 #include "MessagePump.h"
 #include "WideText.h"
 #include "presentation/Skin.h"
-#include "presentation/UserFonts.h"
 
 namespace phonemenutest {
 
@@ -60,8 +58,7 @@ void SetUpOnce() {
   static bool done = false;
   if (done) return;
   done = true;
-  Skin::Start(GetModuleHandleW(nullptr));
-  CreateAllFonts();
+  listtest::StartSkinAndFonts();
   WNDCLASSW parent = {};
   parent.lpfnWndProc = ParentProc;
   parent.hInstance = GetModuleHandleW(nullptr);
@@ -104,25 +101,6 @@ int TextWidth(HFONT font, const std::wstring& text) {
 }
 
 // --- the source, the listener, the list ---------------------------------------------------------------------
-
-CEOID TestSource::Put(const Contact& contact) {
-  Contact* copy = new Contact(contact);
-  copy->oid = nextId++;
-  CacheContact(copy);
-  return copy->oid;
-}
-
-void TestSource::ShowFlat(const std::vector<CEOID>& ids) {
-  SetSingleGroup(ArrayOf(ids));
-  sortKind = SortKindName;
-}
-
-BOOL TestSource::UpdateDefaultItem(CEOID id, uint32_t item) {
-  stored.push_back({id, item});
-  Contact* cached = FindCached(id);
-  if (cached) cached->defaultItem = item;
-  return TRUE;
-}
 
 void Recorder::OnKeyDown(HWND, UINT key, LPARAM) { calls.push_back("key " + std::to_string(key)); }
 void Recorder::OnActivate(int group, int item) {

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "ContactListKit.h"
 #include "FieldIds.h"
 #include "lists/ContactList.h"
 #include "manager/datasource/ContactDataSource.h"
@@ -52,16 +53,9 @@ struct DrawnItem {
   int darkLeftOfCheck;  // the same in the margin left of it
 };
 
-// A data source whose contacts sit in its cache; UpdateDefaultItem is written down and changes the
-// cached contact as the real one does.
-class TestSource : public ContactDataSource {
- public:
-  std::vector<std::pair<CEOID, uint32_t>> stored;
-  CEOID nextId = 101;
-  CEOID Put(const Contact& contact);
-  void ShowFlat(const std::vector<CEOID>& ids);
-  BOOL UpdateDefaultItem(CEOID id, uint32_t item) override;
-};
+// The contact list kit's data source: the contacts sit in its cache, and UpdateDefaultItem is written
+// down.
+using listtest::TestSource;
 
 // A listener that writes down every call.
 class Recorder : public ContactListListener {

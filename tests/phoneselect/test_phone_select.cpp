@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "ContactListKit.h"
 #include "MessagePump.h"
 #include "PhoneTestSupport.h"
 #include "WideText.h"
@@ -86,14 +87,7 @@ Contact OneNumber() {
 void SetDialType(DWORD value) { SetSettingDword(SECTION_SETTINGS, L"DialType", value, TRUE); }
 
 // Numbers in square brackets, to see that the chooser formats what it shows.
-class BracketTemplates : public PhoneTemplates {
- public:
-  BOOL FormatNumber(Str& number) const override {
-    if (number.IsEmpty()) return FALSE;
-    number = L"[" + number + L"]";
-    return TRUE;
-  }
-};
+using listtest::BracketTemplates;
 
 // The contact list, for the chooser it owns.
 class TestList : public ContactList {
