@@ -310,3 +310,30 @@ TEST_CASE(
   CHECK(m.manager.PendingWindow().GetHwnd() == nullptr);
   CHECK(m.manager.IdleWindow().GetHwnd() == nullptr);
 }
+
+TEST_CASE(
+    "a write of this process's own doesn't stamp over changes still gathered: the next start finds them") {
+  const std::vector<CEOID> ids = FreshIndexedDevice(40);
+  REQUIRE(ids.size() == 40);
+  {
+    OpenedManager m;
+    REQUIRE(m.opened);
+    REQUIRE(m.manager.LastOpenReport().state == IndexInStep);
+    // Another program changes a record; its notification is gathered, and the close comes before the
+    // 500 ms are over, after a write of this process's own that stamps the index.
+    REQUIRE(TouchRecord(ids[5], L"Waiting Works"));
+    REQUIRE(PumpUntil([&] { return m.manager.PendingWindow().Count() == 1; }, 400));
+    Contact own;
+    own.text[ContactField::LastName] = Str(L"Ownwrite");
+    REQUIRE(m.manager.AddContact(own));
+    CHECK(m.manager.PendingWindow().Count() == 1);
+  }
+  OpenedManager again;
+  REQUIRE(again.opened);
+  CHECK(again.manager.LastOpenReport().state == IndexStale);
+  CHECK(again.manager.LastOpenReport().changed == 1);
+  Array<CEOID> found;
+  REQUIRE(again.manager.Search(Str(L"waiting"), SortKindName, CategoryFilter(), found, nullptr));
+  CHECK(std::vector<CEOID>(found.GetData(), found.GetData() + found.GetSize()) == std::vector<CEOID>{ids[5]});
+  CHECK(CheckIndex(again.manager) == "");
+}

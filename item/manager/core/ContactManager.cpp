@@ -371,7 +371,9 @@ void ContactManager::BeginIndexChange() {
 void ContactManager::EndIndexChange(BOOL stamp) {
   const DWORD error = GetLastError();
   if (index.IsOpen() && index.Props().IsOpen()) {
-    if (stamp && !rebuilding) StampIndex();
+    // Changes of other programs gathered but not yet applied keep the stamp where it was: should the
+    // process end before their timer runs out, the next start inspects and finds them.
+    if (stamp && !rebuilding && pendingWindow.Count() == 0) StampIndex();
     index.Props().SetInChange(0);
   }
   SetLastError(error);

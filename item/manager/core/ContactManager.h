@@ -243,7 +243,8 @@ class ContactManager : public ContactDatabase, public DbEventTarget, public Name
   // for a few, those are added; otherwise nothing happens.
   BOOL UseFreedRoom();
   // The frame of every change of the index: the in-change byte is set before it, and after it the
-  // stamp follows the database when `stamp`, and the byte is cleared.
+  // stamp follows the database when `stamp` and no change of another program waits to be applied,
+  // and the byte is cleared.
   void BeginIndexChange();
   void EndIndexChange(BOOL stamp);
   // Starts the idle timer unless it runs: after a start, a reload and every change.
