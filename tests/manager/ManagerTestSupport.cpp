@@ -143,6 +143,18 @@ bool ListsEveryRecord(ContactManager& manager) {
   return indexed == records;
 }
 
+std::string StartOf(const IndexOpenReport& report) {
+  std::string text = report.state == IndexInStep  ? "in step"
+                     : report.state == IndexStale ? "stale"
+                                                  : "unusable";
+  if (report.inspected) text += ", inspected";
+  if (report.rebuilt) text += ", rebuilt";
+  if (report.inspected && !report.rebuilt)
+    text += ": removed " + std::to_string(report.removed) + ", added " + std::to_string(report.added) +
+            ", changed " + std::to_string(report.changed);
+  return text;
+}
+
 std::string CheckIndex(ContactManager& manager) {
   Str report;
   if (manager.Index().Check(report)) return std::string();

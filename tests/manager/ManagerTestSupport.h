@@ -90,6 +90,10 @@ std::vector<CEOID> FreshIndexedDevice(int count);
 // Whether the index lists every record of the database once, and nothing else.
 bool ListsEveryRecord(ContactManager& manager);
 
+// What a start made of the index, as "in step", "stale, inspected: removed R, added A, changed C",
+// "stale, inspected, rebuilt" or "unusable, rebuilt".
+std::string StartOf(const IndexOpenReport& report);
+
 // The index's whole check; empty when sound.
 std::string CheckIndex(ContactManager& manager);
 

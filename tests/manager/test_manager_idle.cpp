@@ -287,11 +287,7 @@ TEST_CASE(
   REQUIRE(TouchRecord(ids[40], L"Changed Too"));
   OpenedManager m;
   REQUIRE(m.opened);
-  const IndexOpenReport& report = m.manager.LastOpenReport();
-  CHECK(report.state == IndexStale);
-  CHECK(report.inspected);
-  CHECK_FALSE(report.rebuilt);
-  CHECK(report.changed == 2);
+  CHECK(StartOf(m.manager.LastOpenReport()) == "stale, inspected: removed 0, added 0, changed 2");
   // The inspection wrote without the walk: it is all still to come.
   CHECK(m.manager.Index().WalkSlices() == 0);
   CHECK(m.manager.Index().IsWalkDue());

@@ -99,13 +99,7 @@ TEST_CASE("the inspection finds exactly the removed, added and changed contacts,
   {
     OpenedManager m;
     REQUIRE(m.opened);
-    const IndexOpenReport& report = m.manager.LastOpenReport();
-    CHECK(report.state == IndexStale);
-    CHECK(report.inspected);
-    CHECK_FALSE(report.rebuilt);
-    CHECK(report.removed == 3);
-    CHECK(report.added == 2);
-    CHECK(report.changed == 4);
+    CHECK(StartOf(m.manager.LastOpenReport()) == "stale, inspected: removed 3, added 2, changed 4");
     uint32_t record = 0;
     for (CEOID oid : removed) CHECK_FALSE(m.manager.Index().Find(oid, &record));
     for (CEOID oid : added) CHECK(m.manager.Index().Find(oid, &record));
@@ -131,9 +125,5 @@ TEST_CASE("the inspection finds exactly the removed, added and changed contacts,
   REQUIRE(DeleteRecord(passing));
   OpenedManager again;
   REQUIRE(again.opened);
-  const IndexOpenReport& report = again.manager.LastOpenReport();
-  CHECK(report.state == IndexStale);
-  CHECK(report.inspected);
-  CHECK_FALSE(report.rebuilt);
-  CHECK(report.removed + report.added + report.changed == 0);
+  CHECK(StartOf(again.manager.LastOpenReport()) == "stale, inspected: removed 0, added 0, changed 0");
 }
