@@ -148,7 +148,10 @@ BOOL ContactManager::TakeOverIndex() {
   CloseIndex();
   openReport.Clear();
   openReport.state = OpenIndex();
-  const BOOL inStep = BringInStep(openReport.state);
+  // What the inspection found goes in at once: the leaving master tells the slaves to reload as soon
+  // as this returns, and they are to find the index in step then, not while it is still being copied
+  // in and written.
+  const BOOL inStep = BringInStep(openReport.state) && ApplyDueChanges();
   const DWORD error = GetLastError();
   StartIdleWork();
   SetLastError(error);
