@@ -37,10 +37,11 @@ BOOL ContactManager::Inspect() {
   // A change made after it, even one the pass saw, leaves the next start an inspection to do rather
   // than a stamp that claims a change whose notification is still waiting. A time that can't be read
   // stamps none that the database could have.
-  FILETIME passTime = {0, 0};
+  FoundDifferences found;
+  found.stamp = FILETIME();
   FILETIME read;
   DWORD passCount = 0;
-  if (GetCountAndTime(read, passCount)) passTime = read;
+  if (GetCountAndTime(read, passCount)) found.stamp = read;
   // 2 and 3 read the table once, in its order: every record's oid and quick checksum from its raw
   // properties. Only the few records that differ are read whole, afterwards. The pass needs nothing
   // of the index; the comparison reads what it needs of it from the files, whose copies begin once the
@@ -71,21 +72,18 @@ BOOL ContactManager::Inspect() {
   present.SetSize(sums.GetSize());
   for (int i = 0; i < sums.GetSize(); ++i) present[i] = sums[i].oid;
   if (!IsAscending(present)) SortIds(present);
-  Array<CEOID> removed;
   AscendingLookup<CEOID> inTable(present);
   for (int i = 0; i < indexed.GetSize(); ++i) {
-    if (inTable.Find(indexed[i]) < 0) removed.Add(indexed[i]);
+    if (inTable.Find(indexed[i]) < 0) found.removed.Add(indexed[i]);
   }
-  openReport.removed = removed.GetSize();
-  if (removed.GetSize() > kMaxInspectChanges) {
+  openReport.removed = found.removed.GetSize();
+  if (found.removed.GetSize() > kMaxInspectChanges) {
     openReport.rebuilt = TRUE;
     return FullRebuild();
   }
 
   // 3. Records added or changed: their quick checksums against the stored ones (the index's ids
   // stand sorted since step 1), in table order until there are more differences than are patched.
-  Array<RecordChecksum> addedSums;
-  Array<RecordChecksum> changedSums;
   AscendingLookup<CEOID> inIndex(indexed);
   for (int i = 0; i < sums.GetSize(); ++i) {
     const RecordChecksum& record = sums[i];
@@ -101,14 +99,14 @@ BOOL ContactManager::Inspect() {
       }
       if (stored == record.sum) continue;
     }
-    (known ? changedSums : addedSums).Add(record);
-    if (addedSums.GetSize() + changedSums.GetSize() + removed.GetSize() > kMaxInspectChanges) break;
+    (known ? found.changed : found.added).Add(record);
+    if (found.Total() > kMaxInspectChanges) break;
   }
-  openReport.added = addedSums.GetSize();
-  openReport.changed = changedSums.GetSize();
+  openReport.added = found.added.GetSize();
+  openReport.changed = found.changed.GetSize();
 
   // 4. Too many differences: a rebuild is cheaper. None: nothing to write, and the stamp stays.
-  const int total = removed.GetSize() + addedSums.GetSize() + changedSums.GetSize();
+  const int total = found.Total();
   if (total > kMaxInspectChanges) {
     openReport.rebuilt = TRUE;
     return FullRebuild();
@@ -117,33 +115,21 @@ BOOL ContactManager::Inspect() {
   // 5. The few differences are applied where the copies are waited for anyway: before the first
   // search, read or write, or in the first idle slice (ApplyDueChanges). Until then the stamp stays
   // as it was, so that a start that ends first finds them again.
-  dueRemoved = removed;
-  dueAdded = addedSums;
-  dueChanged = changedSums;
-  dueStamp = passTime;
-  changesDue = TRUE;
+  due = found;
   return TRUE;
 }
 
-void ContactManager::DropDueChanges() {
-  changesDue = FALSE;
-  dueRemoved.RemoveAll();
-  dueAdded.RemoveAll();
-  dueChanged.RemoveAll();
-}
+void ContactManager::DropDueChanges() { due.Clear(); }
 
 BOOL ContactManager::ApplyDueChanges() {
-  if (!changesDue) return TRUE;
-  Array<CEOID> removed(dueRemoved);
-  Array<RecordChecksum> addedSums(dueAdded);
-  Array<RecordChecksum> changedSums(dueChanged);
-  const FILETIME stamp = dueStamp;
+  if (!AreChangesDue()) return TRUE;
+  const FoundDifferences found(due);
   DropDueChanges();
   // Whatever goes wrong from here, the index is made anew: a rebuild takes in every difference.
-  const BOOL applied = WaitForIndexCopy() && WriteFoundChanges(removed, addedSums, changedSums);
+  const BOOL applied = WaitForIndexCopy() && WriteFoundChanges(found);
   if (applied) {
     // 6. In step again, with the database as the pass saw it.
-    index.Props().SetDbState(stamp);
+    index.Props().SetDbState(found.stamp);
     index.Props().SetInChange(0);
     rebuilding = FALSE;
     StartCommit();
@@ -156,12 +142,11 @@ BOOL ContactManager::ApplyDueChanges() {
   return FullRebuild();
 }
 
-BOOL ContactManager::WriteFoundChanges(const Array<CEOID>& removed, const Array<RecordChecksum>& addedSums,
-                                       const Array<RecordChecksum>& changedSums) {
+BOOL ContactManager::WriteFoundChanges(const FoundDifferences& found) {
   ContactBatch added;
   ContactBatch changed;
   for (int pass = 0; pass < 2; ++pass) {
-    const Array<RecordChecksum>& list = pass == 0 ? addedSums : changedSums;
+    const Array<RecordChecksum>& list = pass == 0 ? found.added : found.changed;
     for (int i = 0; i < list.GetSize(); ++i) {
       Contact* contact = CheckAllocation(new (std::nothrow) Contact());
       if (!LoadByOid(list[i].oid, *contact)) {
@@ -174,14 +159,14 @@ BOOL ContactManager::WriteFoundChanges(const Array<CEOID>& removed, const Array<
       (pass == 0 ? added : changed).items.Add(contact);
     }
   }
-  BeginProgress(removed.GetSize() + addedSums.GetSize() + changedSums.GetSize(), TRUE, L"Update indexes");
+  BeginProgress(found.Total(), TRUE, L"Update indexes");
 
   // With the in-change byte set, so that a cut-off pass is repaired at the next open.
   index.CancelSave();
   index.Props().SetInChange(1);
   int done = 0;
-  for (int i = 0; i < removed.GetSize(); ++i) {
-    index.RemoveContact(removed[i]);
+  for (int i = 0; i < found.removed.GetSize(); ++i) {
+    index.RemoveContact(found.removed[i]);
     AdvanceProgress(++done);
   }
   for (int pass = 0; pass < 2; ++pass) {

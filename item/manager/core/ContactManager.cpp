@@ -18,8 +18,8 @@ ContactManager* g_contactManager = nullptr;
 ContactManager::ContactManager()
     : keySource(this), progress(nullptr), instance(nullptr), rebuilding(FALSE), listener(nullptr),
       sync(nullptr), opened(FALSE), simSourceAttached(FALSE), overCapacity(FALSE), indexHolds(0),
-      repairDue(FALSE), changesDue(FALSE), dueStamp(), aids(positions, nameKeys), searchAids(TRUE),
-      progressPer(0), progressDone(0), keypadPer(0), keypadReported(0), keypadStep(1) {
+      repairDue(FALSE), aids(positions, nameKeys), searchAids(TRUE), progressPer(0), progressDone(0),
+      keypadPer(0), keypadReported(0), keypadStep(1) {
   index.SetKeySource(&keySource);
 }
 
@@ -334,7 +334,7 @@ void ContactManager::OnIdleTimer() {
     return;
   }
   // The differences the start found, in a slice of their own.
-  if (changesDue) {
+  if (AreChangesDue()) {
     ApplyDueChanges();
     return;
   }

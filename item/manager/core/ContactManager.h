@@ -37,6 +37,21 @@ struct RecordChecksum {
   uint32_t sum;
 };
 
+// What the inspection of a stale index found, to be applied: the contacts gone from the database, the
+// records added and changed with their quick checksums, and the database's time before the pass.
+struct FoundDifferences {
+  Array<CEOID> removed;
+  Array<RecordChecksum> added;
+  Array<RecordChecksum> changed;
+  FILETIME stamp;
+  int Total() const { return removed.GetSize() + added.GetSize() + changed.GetSize(); }
+  void Clear() {
+    removed.RemoveAll();
+    added.RemoveAll();
+    changed.RemoveAll();
+  }
+};
+
 // What opening the index found.
 enum IndexOpenState {
   IndexUnusable = 0,  // missing, damaged, cut off in a write, made for another database, or marked for reset
@@ -202,7 +217,7 @@ class ContactManager : public ContactDatabase, public DbEventTarget, public Name
   // failure leads to a full rebuild (the result is the rebuild's). Closing the index applies them too,
   // before the save.
   BOOL ApplyDueChanges();
-  BOOL AreChangesDue() const { return changesDue; }
+  BOOL AreChangesDue() const { return due.Total() > 0; }
 
  protected:
   // Whether this process may write the index: the master, or a process without coordinator.
@@ -261,8 +276,7 @@ class ContactManager : public ContactDatabase, public DbEventTarget, public Name
   // Reads the added and changed records whole and writes the differences into the index, with the
   // in-change byte set and the progress shown as "Update indexes"; false, with the reason reported
   // and the progress closed, when a record can't be read or the index met damage.
-  BOOL WriteFoundChanges(const Array<CEOID>& removed, const Array<RecordChecksum>& addedSums,
-                         const Array<RecordChecksum>& changedSums);
+  BOOL WriteFoundChanges(const FoundDifferences& found);
   // Waits for the copies of a deferred open; false, with the drop reported, when they failed or the
   // index header names structures past the file's end.
   BOOL WaitForIndexCopy();
@@ -358,13 +372,8 @@ class ContactManager : public ContactDatabase, public DbEventTarget, public Name
   int indexHolds;
   // A read met damage: the master rebuilds in its next idle slice.
   BOOL repairDue;
-  // Differences the start's inspection found, not yet applied.
-  BOOL changesDue;
-  Array<CEOID> dueRemoved;
-  Array<RecordChecksum> dueAdded;
-  Array<RecordChecksum> dueChanged;
-  // The database's time when the inspection's pass began: the stamp that the apply gives the index.
-  FILETIME dueStamp;
+  // Differences the start's inspection found, not yet applied; none when all is applied.
+  FoundDifferences due;
   NameKeyCache nameKeys;
   ListPositions positions;
   PositionSearch aids;
