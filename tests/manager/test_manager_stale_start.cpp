@@ -127,3 +127,26 @@ TEST_CASE("the inspection finds exactly the removed, added and changed contacts,
   REQUIRE(again.opened);
   CHECK(StartOf(again.manager.LastOpenReport()) == "stale, inspected: removed 0, added 0, changed 0");
 }
+
+TEST_CASE("a stale index whose list names a contact twice is rebuilt by the inspection, before any copy") {
+  FreshDevice();
+  const std::vector<CEOID> ids = WriteGenerated(50);
+  REQUIRE(ids.size() == 50);
+  {
+    OpenedManager m;
+    REQUIRE(m.opened);
+    IndexStore& store = m.manager.Index().Store();
+    uint32_t* words = store.Words(store.HeaderWord(kNameListSlot));
+    REQUIRE(words[0] == 50);
+    words[2] = words[1];  // the second entry repeats the first
+    REQUIRE(m.manager.Index().Save(FALSE));
+  }
+  // Stale: one record changed while the item was away.
+  REQUIRE(TouchRecord(ids[7], L"Renamed Works"));
+  OpenedManager again;
+  REQUIRE(again.opened);
+  CHECK(StartOf(again.manager.LastOpenReport()) == "stale, inspected, rebuilt");
+  CHECK_FALSE(again.manager.AreChangesDue());
+  CHECK(ListsEveryRecord(again.manager));
+  CHECK(CheckIndex(again.manager) == "");
+}
